@@ -1,0 +1,126 @@
+/* Numbers that cross the host boundary: opcodes the host sends, requests the effect sends. Plain C.
+ * Arguments not named are ignored; results not named are 0. */
+#ifndef TREADSHIFT_VST_OPCODES_H
+#define TREADSHIFT_VST_OPCODES_H
+
+/* Host to effect, through AEffect::dispatchEntry. */
+enum Opcode {
+  kOpOpen = 0,
+  kOpClose = 1,                    /* destroys the effect; answers 1; the record is gone afterwards */
+  kOpSetProgram = 2,               /* value: program number below programCount */
+  kOpGetProgram = 3,               /* answers the current program number */
+  kOpSetProgramName = 4,           /* ptr: text, at most 23 characters are kept */
+  kOpGetProgramName = 5,           /* ptr: buffer of 32 bytes or more */
+  kOpGetParameterLabel = 6,        /* index; ptr: buffer of 9 bytes or more */
+  kOpGetParameterDisplay = 7,      /* index; ptr: buffer of 9 bytes or more */
+  kOpGetParameterName = 8,         /* index; ptr: buffer of 9 bytes or more */
+  kOpSetSampleRate = 10,           /* opt: Hz; processing stopped */
+  kOpSetBlockSize = 11,            /* value: largest block, samples */
+  kOpResumeOrSuspend = 12,         /* value: 0 suspends, anything else resumes */
+  kOpEditorRectangle = 13,         /* ptr: place for a rectangle pointer; answers a bool */
+  kOpEditorOpen = 14,              /* ptr: parent window; answers a bool */
+  kOpEditorClose = 15,
+  kOpEditorIdle = 19,
+  kOpIdentify = 22,                /* answers kIdentifyAnswer */
+  kOpGetChunk = 23,                /* index: 0 bank, else program; ptr: place for the address; answers bytes */
+  kOpSetChunk = 24,                /* index: 0 bank, else program; value: bytes; ptr: chunk */
+  kOpProcessEvents = 25,           /* ptr: events */
+  kOpCanParameterBeAutomated = 26, /* index; answers a bool */
+  kOpString2Parameter = 27,        /* index; ptr: text; answers a bool */
+  kOpGetProgramNameIndexed = 29,   /* index: program; value: category; ptr: buffer; answers a bool */
+  kOpGetInputProperties = 33,      /* index; ptr: pin record; answers a bool */
+  kOpGetOutputProperties = 34,     /* index; ptr: pin record; answers a bool */
+  kOpGetPlugCategory = 35,         /* answers 1 effect, 2 synth, 0 unknown */
+  kOpOfflineNotify = 38,           /* ptr: files; value: count; index: start flag; answers a bool */
+  kOpOfflinePrepare = 39,          /* ptr: tasks; value: count; answers a bool */
+  kOpOfflineRun = 40,              /* ptr: tasks; value: count; answers a bool */
+  kOpProcessVariableIo = 41,       /* ptr: record; answers a bool */
+  kOpSetSpeakerArrangement = 42,   /* value: input arrangement's address; ptr: output's; answers a bool */
+  kOpSetBypass = 44,               /* value: flag; answers a bool */
+  kOpGetEffectName = 45,           /* ptr: buffer of 32 bytes; answers a bool */
+  kOpGetVendorString = 47,         /* ptr: buffer of 64 bytes; answers a bool */
+  kOpGetProductString = 48,        /* ptr: buffer of 64 bytes; answers a bool */
+  kOpGetVendorVersion = 49,        /* answers the version */
+  kOpVendorSpecific = 50,          /* index, value, ptr, opt */
+  kOpCanDo = 51,                   /* ptr: capability; answers 1 yes, 0 unknown, -1 no */
+  kOpGetTailSize = 52,             /* answers samples; 0: default */
+  kOpGetParameterProperties = 56,  /* index; ptr: buffer of 154 bytes (see HostRecords.h); answers a bool */
+  kOpGetVstVersion = 58,           /* answers 2400 */
+  kOpEditorKeyDown = 59,           /* index: character; value: virtual key; opt: modifiers; answers a bool */
+  kOpEditorKeyUp = 60,             /* as key down */
+  kOpEditorKnobMode = 61,          /* value: mode; answers a bool */
+  kOpGetMidiProgramName = 62,      /* index: channel; ptr: record */
+  kOpGetCurrentMidiProgram = 63,   /* index: channel; ptr: record; answers -1: none */
+  kOpGetMidiProgramCategory = 64,  /* index: channel; ptr: record */
+  kOpHasMidiProgramsChanged = 65,  /* index: channel; answers a bool */
+  kOpGetMidiKeyName = 66,          /* index: channel; ptr: record; answers a bool */
+  kOpBeginSetProgram = 67,         /* answers a bool */
+  kOpEndSetProgram = 68,           /* answers a bool */
+  kOpGetSpeakerArrangement = 69,   /* value, ptr: addresses of arrangement pointers; answers a bool */
+  kOpGetNextShellPlugin = 70,      /* ptr: buffer */
+  kOpStartProcess = 71,
+  kOpStopProcess = 72,
+  kOpSetTotalSampleToProcess = 73, /* value: samples; answers the value */
+  kOpSetPanLaw = 74,               /* value: law; opt: level; answers a bool */
+  kOpBeginLoadBank = 75,           /* ptr: chunk information */
+  kOpBeginLoadProgram = 76,        /* ptr: chunk information */
+  kOpSetProcessPrecision = 77,     /* value: precision; answers a bool */
+  kOpGetNumMidiInputChannels = 78,
+  kOpGetNumMidiOutputChannels = 79
+};
+
+enum {
+  kIdentifyAnswer = 0x4E764566 /* 'NvEf': a current-generation effect */
+};
+
+/* Effect to host, through HostCallback. */
+enum HostRequest {
+  kHostAutomate = 0,                /* index: parameter; opt: its new value */
+  kHostVersion = 1,                 /* answers the host's interface version; 0: none */
+  kHostCurrentUniqueID = 2,
+  kHostIdle = 3,
+  kHostPinUnconnected = 4,          /* index: pin; value: 0 input, 1 output; answers non-zero if unconnected */
+  kHostWantEvents = 6,              /* value: filter */
+  kHostGetTime = 7,                 /* value: mask of wanted fields; answers a record's address */
+  kHostProcessEvents = 8,           /* ptr: events; answers 1 on success */
+  kHostTempoAt = 10,                /* value: position */
+  kHostCountAutomatable = 11,
+  kHostParameterQuantization = 12,
+  kHostIoChanged = 13,
+  kHostNeedIdle = 14,
+  kHostSizeWindow = 15,             /* index: width; value: height */
+  kHostGetSampleRate = 16,          /* answers Hz */
+  kHostGetBlockSize = 17,           /* answers samples */
+  kHostGetInputLatency = 18,        /* answers samples */
+  kHostGetOutputLatency = 19,       /* answers samples */
+  kHostGetPreviousPlug = 20,
+  kHostGetNextPlug = 21,
+  kHostWillReplace = 22,
+  kHostGetProcessLevel = 23,
+  kHostGetAutomationState = 24,
+  kHostOfflineStart = 25,           /* ptr: files; value: files; index: new files */
+  kHostOfflineRead = 26,            /* ptr: task; value: option; index: 1 reads the source */
+  kHostOfflineWrite = 27,           /* ptr: task; value: option */
+  kHostOfflineGetPass = 28,
+  kHostOfflineGetMetaPass = 29,
+  kHostSetOutputRate = 30,          /* opt: Hz */
+  kHostGetOutputSpeakers = 31,      /* answers an address */
+  kHostGetVendorString = 32,        /* ptr: buffer */
+  kHostGetProductString = 33,       /* ptr: buffer */
+  kHostGetVendorVersion = 34,
+  kHostVendorSpecific = 35,         /* index, value, ptr, opt */
+  kHostCanDo = 37,                  /* ptr: capability */
+  kHostGetLanguage = 38,
+  kHostOpenWindow = 39,             /* ptr: window record; answers an address */
+  kHostCloseWindow = 40,            /* ptr: window record */
+  kHostGetDirectory = 41,           /* answers an address */
+  kHostUpdateDisplay = 42,
+  kHostBeginEdit = 43,              /* index: parameter */
+  kHostEndEdit = 44,                /* index: parameter */
+  kHostOpenFileSelector = 45,       /* ptr: selector */
+  kHostCloseFileSelector = 46,      /* ptr: selector */
+  kHostGetChunkFile = 48,           /* ptr: buffer */
+  kHostGetInputSpeakers = 49        /* answers an address */
+};
+
+#endif
