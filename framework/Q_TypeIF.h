@@ -7,8 +7,8 @@
 // owns the handle closes the effect through its record (opcode 1) and deletes the handle, in either order.
 class Q_TypeIF {
 public:
-  // effect: the record to carry; the handle does not own it. Allocates nothing.
-  explicit Q_TypeIF(AEffect* effect);
+  // record: the record to carry; the handle does not own it. Allocates nothing.
+  explicit Q_TypeIF(AEffect* record);
 
   // Leaves the effect alone. [any thread that owns the handle]
   virtual ~Q_TypeIF();

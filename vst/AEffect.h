@@ -36,25 +36,25 @@ typedef void (*SetParameterEntry)(AEffect* record, int32_t index, float value);
 typedef float (*GetParameterEntry)(AEffect* record, int32_t index);
 
 struct AEffect {
-  int32_t magic;                                  /* kEffectMagic */
-  DispatchEntry dispatchEntry;                    /* every opcode */
-  ProcessEntry processAccumulatingEntry;          /* old accumulating process; does nothing here */
+  int32_t magic;                         /* kEffectMagic */
+  DispatchEntry dispatchEntry;           /* every opcode */
+  ProcessEntry processAccumulatingEntry; /* old accumulating process; does nothing here */
   SetParameterEntry setParameterEntry;
   GetParameterEntry getParameterEntry;
   int32_t programCount;
   int32_t parameterCount;
-  int32_t inputCount;                             /* audio channels in */
-  int32_t outputCount;                            /* audio channels out */
-  int32_t flags;                                  /* EffectFlag bits */
-  intptr_t reservedA;                             /* 0 */
-  intptr_t reservedB;                             /* 0 */
-  int32_t initialDelay;                           /* latency in samples */
-  int32_t realtimeQualities;                      /* deprecated */
-  int32_t offlineQualities;                       /* deprecated */
-  float inOutRatio;                               /* output rate / input rate: 1 */
-  void* objectRef;                                /* the effect object */
-  void* userData;                                 /* free for the host */
-  int32_t uniqueID;                               /* four characters, first one in the top byte */
+  int32_t inputCount;        /* audio channels in */
+  int32_t outputCount;       /* audio channels out */
+  int32_t flags;             /* EffectFlag bits */
+  intptr_t reservedA;        /* 0 */
+  intptr_t reservedB;        /* 0 */
+  int32_t initialDelay;      /* latency in samples */
+  int32_t realtimeQualities; /* deprecated */
+  int32_t offlineQualities;  /* deprecated */
+  float inOutRatio;          /* output rate / input rate: 1 */
+  void* objectRef;           /* the effect object */
+  void* userData;            /* free for the host */
+  int32_t uniqueID;          /* four characters, first one in the top byte */
   int32_t version;
   ProcessEntry processReplacingEntry;             /* single precision; writes nothing here */
   ProcessDoubleEntry processDoubleReplacingEntry; /* double precision: the audio path */
@@ -62,19 +62,19 @@ struct AEffect {
 };
 
 enum {
-  kEffectMagic = 0x56737450,  /* 'VstP' */
-  kNoUniqueID = 0x4E6F4566,   /* 'NoEf': an effect that has not named itself */
-  kHostVersionAnswer = 2400   /* interface version 2.4, as both sides tell it */
+  kEffectMagic = 0x56737450, /* 'VstP' */
+  kNoUniqueID = 0x4E6F4566,  /* 'NoEf': an effect that has not named itself */
+  kHostVersionAnswer = 2400  /* interface version 2.4, as both sides tell it */
 };
 
 /* Bits of AEffect::flags. */
 enum EffectFlag {
   kFlagHasEditor = 0x1,
-  kFlagHasClip = 0x2,              /* deprecated */
-  kFlagHasVu = 0x4,                /* deprecated */
-  kFlagCanMono = 0x8,              /* deprecated */
-  kFlagCanReplacing = 0x10,        /* single-precision replacing process */
-  kFlagProgramsAreChunks = 0x20,   /* state exchanged as opaque chunks */
+  kFlagHasClip = 0x2,            /* deprecated */
+  kFlagHasVu = 0x4,              /* deprecated */
+  kFlagCanMono = 0x8,            /* deprecated */
+  kFlagCanReplacing = 0x10,      /* single-precision replacing process */
+  kFlagProgramsAreChunks = 0x20, /* state exchanged as opaque chunks */
   kFlagIsSynth = 0x100,
   kFlagNoTail = 0x200,             /* silence in gives silence out at once */
   kFlagAsyncOperation = 0x400,     /* deprecated */
@@ -90,10 +90,12 @@ enum EffectFlag {
 #endif
 
 #if UINTPTR_MAX == UINT32_MAX
-#define TREADSHIFT_AT(field, offset32, offset64) TREADSHIFT_STATIC_ASSERT(offsetof(AEffect, field) == (offset32))
+#define TREADSHIFT_AT(field, offset32, offset64)                                                             \
+  TREADSHIFT_STATIC_ASSERT(offsetof(AEffect, field) == (offset32))
 TREADSHIFT_STATIC_ASSERT(sizeof(AEffect) == 144);
 #else
-#define TREADSHIFT_AT(field, offset32, offset64) TREADSHIFT_STATIC_ASSERT(offsetof(AEffect, field) == (offset64))
+#define TREADSHIFT_AT(field, offset32, offset64)                                                             \
+  TREADSHIFT_STATIC_ASSERT(offsetof(AEffect, field) == (offset64))
 TREADSHIFT_STATIC_ASSERT(sizeof(AEffect) == 192);
 #endif
 TREADSHIFT_AT(magic, 0, 0);

@@ -6,8 +6,8 @@
 
 /* One loudspeaker, 112 bytes. */
 typedef struct VstSpeakerProperties {
-  float position[4];    /* azimuth, elevation, radius, reserved: copied as one group */
-  char name[64];        /* zero-terminated */
+  float position[4]; /* azimuth, elevation, radius, reserved: copied as one group */
+  char name[64];     /* zero-terminated */
   int32_t type;
   uint8_t reserved[28];
 } VstSpeakerProperties;
@@ -25,11 +25,11 @@ enum { kSpeakerArrangementHeaderBytes = 8 };
 /* What a parameter is, told to the host. The published record has 152 bytes; this effect clears 154 and
  * sets the byte at offset 152, so a host's buffer must hold kParameterPropertiesBytes. */
 typedef struct VstParameterProperties {
-  float floatStep;      /* parameter units (0..1) */
+  float floatStep; /* parameter units (0..1) */
   float smallFloatStep;
   float largeFloatStep;
   char label[64];
-  int32_t flags;        /* ParameterFlag bits */
+  int32_t flags; /* ParameterFlag bits */
   int32_t integerMinimum;
   int32_t integerMaximum;
   int32_t integerStep;
@@ -38,11 +38,7 @@ typedef struct VstParameterProperties {
 
 enum { kParameterPropertiesBytes = 154, kParameterPropertiesExtraByte = 152 };
 
-enum ParameterFlag {
-  kParameterIsSwitch = 1,
-  kParameterUsesIntegerRange = 2,
-  kParameterUsesFloatStep = 4
-};
+enum ParameterFlag { kParameterIsSwitch = 1, kParameterUsesIntegerRange = 2, kParameterUsesFloatStep = 4 };
 
 /* A key press handed to an editor. */
 typedef struct EditorKey {
