@@ -4,7 +4,7 @@ add_library(treadshift_flags INTERFACE)
 target_compile_features(treadshift_flags INTERFACE cxx_std_20 c_std_11)
 target_compile_options(treadshift_flags INTERFACE
   -ffp-contract=off -fno-fast-math -fno-builtin-pow
-  -Wall -Wextra -Wshadow -Wconversion -Wno-sign-conversion -Wno-float-conversion)
+  -Wall -Wextra -Wconversion -Wno-sign-conversion -Wno-float-conversion)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(treadshift_flags INTERFACE -fno-devirtualize -fno-devirtualize-speculatively)
 endif()

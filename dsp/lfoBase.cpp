@@ -1,0 +1,29 @@
+#include "dsp/lfoBase.h"
+
+#include <algorithm>
+#include <new>
+
+lfoBase::lfoBase(double smoothFreq, double startPhase, double sampleRate)
+    : smoothFreq(smoothFreq), startPhase(startPhase), sampleRate(sampleRate), value(0.0), step(0.0),
+      invSampleRate(1.0 / sampleRate), lastRate(0.0), firstCall(1),
+      phase(startPhase), phaseHistory{}, directionHistory{}, falling(0) {}
+
+lfoBase::~lfoBase() = default;
+
+double lfoBase::shaped(double wave, double upperDepth, double lowerDepth) {
+  const double depth = wave > 0.0 ? upperDepth : lowerDepth;
+  return std::clamp(depth * 10.0 * wave, -1.0, 1.0);
+}
+
+IIRFilter* lfoBase::newSmoother() const {
+  filterPrm_tag prm{};
+  prm.type = kLowPass1;
+  prm.freq = smoothFreq;
+  prm.sampleRate = sampleRate;
+  return new (std::nothrow) IIRFilter(&prm);
+}
+
+void lfoBase::smoothValue(IIRFilter* filter) {
+  if (smoothFreq > 0.0 && filter) filter->iirProcessing(&value);
+  value = std::max(value, 0.0);
+}

@@ -1,0 +1,58 @@
+// The contract of the low-frequency oscillators: control signals of 0..1, a block at a time.
+#pragma once
+
+#include "dsp/IIRFilter.h"
+#include "dsp/ExactArithmetic.h"
+
+#include <cstdint>
+
+// Oscillators carry a second of history and are large: create them on the heap. The constructors of members
+// with filters allocate those; an allocation that fails leaves the filter null and the wave unsmoothed.
+// One thread at a time. Running allocates nothing.
+class lfoBase {
+public:
+  static constexpr int kHistoryLength = 48000; // samples: one second at 48 kHz
+
+  // smoothFreq: Hz, cut-off of the smoothing filter; 0 or less: no smoothing.
+  // startPhase: where the wave starts, in the phase range of the shape. sampleRate: Hz, not 0.
+  lfoBase(double smoothFreq, double startPhase, double sampleRate);
+  virtual ~lfoBase();
+
+  lfoBase(const lfoBase&) = delete;
+  lfoBase& operator=(const lfoBase&) = delete;
+
+  // Writes numSamples values into out; fewer than 1 write nothing. [audio]
+  // rate: Hz, 0 or more. upperDepth, lowerDepth: 0..1, tenfold gain of the wave above and below its middle,
+  // then clipped: 0.1 leaves the plain wave, more flattens it. historyOffset: slot of the block's first
+  // sample in the histories, 0 or more.
+  virtual void Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out,
+                      int historyOffset) = 0;
+
+  double smoothFreq; // Hz
+  double startPhase;
+  double sampleRate;    // Hz
+  double value;         // output of the latest sample, 0..1
+  double step;          // phase per sample
+  double invSampleRate; // s
+  double lastRate;      // Hz: rate of the call before, where a gliding rate starts
+  int32_t firstCall;    // 1 until the first Excute of a triangle
+  double phase;
+  double phaseHistory[kHistoryLength];      // phase before each sample; written by the triangle only
+  uint8_t directionHistory[kHistoryLength]; // `falling` before each sample; written by the triangle only
+  uint8_t falling;                          // 1 while the triangle runs downward
+
+protected:
+  // Rate change per sample that reaches `rate` exactly at the block's last sample, Hz.
+  double glide(double rate, int numSamples) const {
+    return numSamples == 1 ? 0.0 : (rate - lastRate) / (numSamples - 1.0);
+  }
+
+  // The wave steepened by its half's depth and flattened at -1 and 1. wave: -1..1.
+  static double shaped(double wave, double upperDepth, double lowerDepth);
+
+  // A new first-order low-pass at smoothFreq, or null.
+  IIRFilter* newSmoother() const;
+
+  // Runs `value` through the filter, if smoothing is on, and lifts it to 0 at least.
+  void smoothValue(IIRFilter* filter);
+};

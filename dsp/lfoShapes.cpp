@@ -1,0 +1,113 @@
+#include "dsp/lfoShapes.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+
+namespace {
+
+// sin(pi/2 x) for x in -1..1.
+double sine(double x) {
+  const double x2 = x * x;
+  return (((-0.004333095 * x2 + 0.0794343442) * x2 - 0.6458928493) * x2 + 1.570791011) * x;
+}
+
+double folded(double phase) { return (std::abs(phase) - 0.5) * 2.0; }
+
+// Restarts only from exactly 1, where the clamp below puts every cycle's last sample.
+double risen(double phase, double step, double restart) {
+  return std::min(phase == 1.0 ? restart : phase + step, 1.0);
+}
+
+double fallen(double phase, double step) { return std::max(phase == 0.0 ? 1.0 : phase - step, 0.0); }
+
+} // namespace
+
+void lfoSin::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out, int) {
+  const double slope = glide(rate, numSamples);
+  for (int i = 0; i < numSamples; ++i) {
+    step = (lastRate + i * slope) * invSampleRate * 2.0;
+    value = shaped(sine(folded(phase)), upperDepth, lowerDepth) * 0.5 + 0.5;
+    phase = risen(phase, step, -1.0);
+    out[i] = value;
+  }
+  lastRate = rate;
+}
+
+void lfoHalfSin::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out, int) {
+  const double slope = glide(rate, numSamples);
+  for (int i = 0; i < numSamples; ++i) {
+    step = (lastRate + i * slope) * invSampleRate;
+    value = std::abs(shaped(sine(folded(phase)), upperDepth, lowerDepth));
+    phase = risen(phase, step, 0.0);
+    out[i] = value;
+  }
+  lastRate = rate;
+}
+
+lfoSmoothed::lfoSmoothed(double smoothFreq, double startPhase, double sampleRate)
+    : lfoBase(smoothFreq, startPhase, sampleRate), smoother(newSmoother()) {}
+
+lfoSmoothed::~lfoSmoothed() { delete smoother; }
+
+void lfoSaw::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out, int) {
+  const double slope = glide(rate, numSamples);
+  for (int i = 0; i < numSamples; ++i) {
+    step = (lastRate + i * slope) * invSampleRate;
+    value = shaped((phase - 0.5) * 2.0, upperDepth, lowerDepth) * 0.5 + 0.5;
+    smoothValue(smoother);
+    phase = risen(phase, step, 0.0);
+    out[i] = value;
+  }
+  lastRate = rate;
+}
+
+void lfoRvSaw::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out, int) {
+  const double slope = glide(rate, numSamples);
+  for (int i = 0; i < numSamples; ++i) {
+    step = (lastRate + i * slope) * invSampleRate;
+    value = shaped((phase - 0.5) * 2.0, upperDepth, lowerDepth) * 0.5 + 0.5;
+    smoothValue(smoother);
+    phase = fallen(phase, step);
+    out[i] = value;
+  }
+  lastRate = rate;
+}
+
+void lfoTriangle2::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out,
+                          int) {
+  step = rate * invSampleRate;
+  for (int i = 0; i < numSamples; ++i) {
+    const double wave = shaped(folded(phase), upperDepth, lowerDepth);
+    value = wave * wave;
+    smoothValue(smoother);
+    phase = risen(phase, step, 0.0);
+    out[i] = value;
+  }
+}
+
+void lfoRectangular::Excute(double rate, double, double, int numSamples, double* out, int) {
+  step = rate * invSampleRate;
+  for (int i = 0; i < numSamples; ++i) {
+    value = (phase - 0.5) * 2.0 > 0.0 ? 1.0 : 0.0;
+    smoothValue(smoother);
+    phase = risen(phase, step, 0.0);
+    out[i] = value;
+  }
+}
+
+void lfoRand::Excute(double rate, double, double, int numSamples, double* out, int) {
+  step = rate * invSampleRate;
+  for (int i = 0; i < numSamples; ++i) {
+    phase = risen(phase, step, 0.0);
+    if (phase == 0.0) value = nextRandom();
+    out[i] = value;
+  }
+}
+
+double lfoRand::nextRandom() {
+  constexpr uint32_t kExponentOf1 = 0x3F800000;
+  constexpr int kMantissaShift = 32 - 23;
+  seed = seed * 1664525u + 1013904223u;
+  return std::bit_cast<float>(kExponentOf1 | seed >> kMantissaShift) - 1.0f;
+}

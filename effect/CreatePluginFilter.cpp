@@ -1,0 +1,4 @@
+#include "effect/Treadshift.h"
+#include "framework/Factory.h"
+
+AudioEffect* createPluginFilter(HostCallback host) { return new Treadshift(host); }

@@ -1,0 +1,52 @@
+// Fades the sound out and in again around a change of a switched parameter.
+#pragma once
+
+#include <cstdint>
+
+// Each block the switch turns a parameter value into a gain per sample: on a change it walks the fade-out
+// table, then, on the other side of the silence, the fade-in table. Neither table ends where the other
+// begins: out stops at 1/length, in starts at 0 and never reaches 1.
+struct ParamSwitch {
+  enum State : int32_t { kIdle = 0, kFadingOut = 1, kFadingIn = 2 };
+
+  // Whole samples of a fade at a rate; below 1 no switch can be built. rateHz: any number.
+  static int32_t fadeLength(double rateHz) noexcept;
+
+  // rateHz: Hz, with a fade length of 1 or more. value: the parameter's value now. Allocates; throws
+  // std::bad_alloc when memory cannot be had. [host, processing stopped]
+  ParamSwitch(double rateHz, float value);
+  ~ParamSwitch();
+
+  ParamSwitch(const ParamSwitch&) = delete;
+  ParamSwitch& operator=(const ParamSwitch&) = delete;
+
+  // Makes valueBuffer hold a block of `samples` >= 0 samples, if the block size changed. Allocates then;
+  // throws std::bad_alloc, with no buffer left, when memory cannot be had. [audio]
+  void prepareValueBuffer(int32_t samples);
+
+  // One block of the On/Off switch: gains and valueBuffer for `samples` samples. A change during a fade
+  // plays the fade-out on from the position reached. [audio]
+  void playOnOff(float value, int32_t samples, double* gains) noexcept;
+
+  // One block of the Color switch: gains for `samples` samples. A change during a fade is forgotten: the
+  // fade goes on, and the value counts as seen. [audio]
+  void playColor(float value, int32_t samples, double* gains) noexcept;
+
+  int32_t length;        // samples: entries of each table, whole samples in fadeTime
+  double lengthExact;    // samples
+  double fadeTime;       // s
+  double sampleRate;     // Hz
+  double steadyGain;     // linear: On/Off gain while idle
+  double* fadeInTable;   // owned: k / length
+  double* fadeOutTable;  // owned: (length - k) / length
+  int32_t position;      // samples into the table being played
+  int32_t lastBlockSize; // samples: entries of valueBuffer (On/Off)
+  float lastValue;       // parameter value at the end of the block before
+  float* valueBuffer;    // owned, null until a block: On/Off value in force at each sample
+  int32_t state;         // State
+
+private:
+  void play(float value, int32_t samples, double idleGain, double* gains, float* values) noexcept;
+  double nextGain(double idleGain) noexcept;
+  double stepThrough(const double* table, State next) noexcept;
+};

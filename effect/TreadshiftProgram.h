@@ -1,0 +1,25 @@
+// One of the effect's programs: a value for each parameter, and a name.
+#pragma once
+
+#include <cstddef>
+
+// Parameter indices, in the order that hosts and programs know.
+enum Parameter { kOnOff = 0, kMode = 1, kTone = 2, kColor = 3, kPedalPos = 4, kParameterCount = 5 };
+
+// A new program is named "Init" and holds the effect's defaults.
+class TreadshiftProgram {
+public:
+  static constexpr std::size_t kNameBytes = 24;
+
+  TreadshiftProgram();
+  virtual ~TreadshiftProgram();
+
+  // Copies at most 23 characters. text: zero-terminated, not null. [any thread] Allocates nothing.
+  void setName(const char* text) noexcept;
+
+  // Whether nobody has named the program yet.
+  bool isUnnamed() const noexcept;
+
+  float values[kParameterCount]; // 0..1, by Parameter
+  char name[kNameBytes];         // zero-terminated
+};
