@@ -1,9 +1,10 @@
-# The flags every part shares. The arithmetic ones keep results bit for bit: no fused multiply-add, no
-# fast-math, `pow` left alone (clang would make exp2 of pow(2, x)), virtual calls through the table.
+# The flags every part shares. The arithmetic ones keep results bit for bit: no fused multiply-add, `pow`
+# left alone (clang would make exp2 of pow(2, x)); virtual calls go through the table, in which hosts may
+# exchange slots. Fast-math is not switched off here but refused by dsp/ExactArithmetic.h.
 add_library(treadshift_flags INTERFACE)
 target_compile_features(treadshift_flags INTERFACE cxx_std_20 c_std_11)
 target_compile_options(treadshift_flags INTERFACE
-  -ffp-contract=off -fno-fast-math -fno-builtin-pow
+  -ffp-contract=off -fno-builtin-pow
   -Wall -Wextra -Wconversion -Wno-sign-conversion -Wno-float-conversion)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(treadshift_flags INTERFACE -fno-devirtualize -fno-devirtualize-speculatively)

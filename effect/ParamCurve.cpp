@@ -9,6 +9,13 @@ namespace {
 
 constexpr float kRoot2 = 1.41421356f;
 
+// The 32-bit library hands single-precision results back with more precision than a float, which not every
+// compiler takes off again; a store to memory does.
+float stored(float result) {
+  const volatile float inMemory = result;
+  return inMemory;
+}
+
 } // namespace
 
 ParamCurve::ParamCurve(int32_t kind, double lo, double hi, float scale, float centre, float offset,
@@ -43,10 +50,10 @@ float ParamCurve::shape(float x) const noexcept {
     return static_cast<float>(offset + scale * std::pow(base, static_cast<double>(exponent)));
   }
   case kFixedPower:
-    return std::pow(x, kRoot2);
+    return stored(std::pow(x, kRoot2));
   case kArctangent: {
     const double angle = 2.0f * scale * (x - centre); // formed in single precision, then widened
-    const double half = std::atan(scale);             // likewise
+    const double half = stored(std::atan(scale));
     return static_cast<float>((std::atan(angle) + half) / (2.0 * half));
   }
   case kPolynomial:
