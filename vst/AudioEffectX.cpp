@@ -203,8 +203,9 @@ bool AudioEffectX::deallocateArrangement(VstSpeakerArrangement** arrangement) {
 
 bool AudioEffectX::copySpeaker(VstSpeakerProperties* to, VstSpeakerProperties* from) {
   if (!to || !from) return false;
-  std::strncpy(to->name, from->name, sizeof to->name - 1);
-  to->name[sizeof to->name - 1] = '\0';
+  const size_t length = strnlen(from->name, sizeof to->name - 1);
+  std::memmove(to->name, from->name, length);
+  std::memset(to->name + length, 0, sizeof to->name - length);
   to->type = from->type;
   std::memcpy(to->position, from->position, sizeof to->position);
   std::memcpy(to->reserved, from->reserved, sizeof to->reserved);

@@ -1,0 +1,279 @@
+// Turns of the pedal that are easy to miss, each played on purpose.
+#include "PedalPair.h"
+
+#include <cmath>
+#include <doctest/doctest.h>
+#include <limits>
+#include <xmmintrin.h>
+
+namespace {
+
+constexpr int kOnOff = 0, kTone = 2, kColor = 3, kPedalPos = 4;
+constexpr float kRow1 = 0.125f, kRow2 = 0.25f, kRow3 = 0.375f, kRow6 = 0.75f, kRow7 = 0.875f;
+constexpr int kFade8000 = 128; // samples: 0.016 s at 8000 Hz
+
+// The module and the plain pedal, played alike; differences fail the test where they appear.
+class Duo {
+public:
+  explicit Duo(float rateHz = 0.0f) : pair(plain, module) {
+    if (rateHz > 0) pair.setSampleRate(rateHz);
+  }
+  ~Duo() { MESSAGE(pair.samples() << " samples compared"); }
+
+  PedalPair* operator->() { return &pair; }
+  // A block of something that has no period in common with anything in the pedal.
+  void block(int n, bool inPlace = false) {
+    std::vector<double> input;
+    for (int i = 0; i < n; ++i)
+      input.push_back(std::fmod(0.618034 * static_cast<double>(++played), 1.0) - 0.5);
+    blockOf(input, n, inPlace);
+  }
+  void blockOf(const std::vector<double>& input, int n, bool inPlace = false) {
+    pair.process(input, n, inPlace);
+    if (pair.difference()) FAIL(describe(*pair.difference()));
+  }
+  void blocks(int count, int n) {
+    for (int k = 0; k < count; ++k)
+      block(n);
+  }
+  std::int64_t count(PlainEvent event) const { return plain.events()[event]; }
+
+private:
+  PlainSide plain;
+  ModulePedal module;
+  PedalPair pair;
+  long played = 0;
+};
+
+// Row 2 at half pedal is at +600 cents, row 3 at -1200.
+void playUpwardRowAtRest(Duo& duo) {
+  duo->setParameter(kColor, kRow2);
+  duo->setParameter(kPedalPos, 0.5f);
+  duo->setSampleRate(8000.0f);
+  duo.blocks(20, 200);
+}
+
+} // namespace
+
+TEST_CASE("a colour switch-over flips the sweep of a resting pedal") {
+  Duo duo;
+  playUpwardRowAtRest(duo);
+  duo->setParameter(kColor, kRow3);
+  duo.block(4 * kFade8000);
+  CHECK(duo.count(PlainEvent::SwitchOver) == 1);
+  CHECK(duo.count(PlainEvent::SwitchOverFlipKept) == 1);
+  CHECK(duo.count(PlainEvent::SwitchOverFlipRewound) == 0);
+  duo.blocks(40, 256);
+}
+
+TEST_CASE("a colour switch-over flips the sweep; a later re-run in the block rewinds it") {
+  Duo duo;
+  playUpwardRowAtRest(duo);
+  duo->setParameter(kColor, kRow3);
+  duo->setParameter(kPedalPos, 0.6f);
+  duo.block(4 * kFade8000);
+  CHECK(duo.count(PlainEvent::SwitchOver) == 1);
+  CHECK(duo.count(PlainEvent::SwitchOverFlipKept) == 0);
+  CHECK(duo.count(PlainEvent::SwitchOverFlipRewound) == 1);
+  duo.blocks(40, 256);
+}
+
+TEST_CASE("a switch-over at the last sample of a block flips the sweep for the next one") {
+  Duo duo;
+  playUpwardRowAtRest(duo);
+  duo->setParameter(kColor, kRow3);
+  duo.block(kFade8000 + 1);
+  CHECK(duo.count(PlainEvent::SwitchOverFlipKept) == 1);
+  duo.blocks(40, 100);
+}
+
+TEST_CASE("parameters changed between set-up and the first block flip the sweep") {
+  Duo duo;
+  duo->setParameter(kColor, kRow2);
+  duo->setParameter(kPedalPos, 1.0f);
+  duo->setSampleRate(8000.0f); // +1200 cents are in force
+  duo->setParameter(kColor, kRow3);
+  duo.block(300); // -2400
+  CHECK(duo.count(PlainEvent::FirstBlockFlip) == 1);
+  CHECK(duo.count(PlainEvent::SwitchOver) == 0);
+  duo.blocks(10, 300);
+}
+
+// At the heel row 1 is at 0 cents and the sweep stands still; row 7 is at -6000 cents, ratio 1/32. Inside the
+// block of the change nothing runs the sweep anew, so no reset ends the taps' growth of 31/32 per sample.
+TEST_CASE("a resting pedal on a long block at 8000 Hz lets a tap outgrow the delay line") {
+  Duo duo(8000.0f);
+  duo->setParameter(kColor, kRow1);
+  duo.block(300);
+  duo->setParameter(kColor, kRow7);
+  duo.block(17000); // 40 + (17000 - 128) * 31/32 = 16384.75 samples, longer than 2 s
+  CHECK(duo.count(PlainEvent::TapOutgrewDelayLine) > 0);
+  duo.blocks(100, 200);
+}
+
+TEST_CASE("a resting pedal on a long block at 22050 Hz lets a tap outgrow the delay line") {
+  Duo duo(22050.0f);
+  duo->setParameter(kColor, kRow1);
+  duo.block(300);
+  duo->setParameter(kColor, kRow7);
+  duo.block(46000); // 110.25 + (46000 - 352) * 31/32 = 44331.75 samples
+  CHECK(duo.count(PlainEvent::TapOutgrewDelayLine) > 0);
+  duo.blocks(100, 500);
+}
+
+TEST_CASE("a block of one sample") {
+  Duo duo(8000.0f);
+  duo->setParameter(kColor, kRow6);
+  for (int k = 0; k < 600; ++k) {
+    if (k % 50 == 10) duo->setParameter(kPedalPos, 0.001f * static_cast<float>(k));
+    if (k % 70 == 20) duo->setParameter(kTone, 0.0015f * static_cast<float>(k));
+    if (k == 150) duo->setParameter(kColor, kRow3);
+    if (k == 300) duo->setParameter(kOnOff, 0.0f);
+    duo.block(1, k % 2 == 0);
+  }
+  CHECK(duo.count(PlainEvent::OneSampleBlock) == 600);
+  CHECK(duo.count(PlainEvent::SwitchOver) == 1);
+  CHECK(duo.count(PlainEvent::OffSample) > 0);
+  duo.blocks(10, 100);
+}
+
+TEST_CASE("a moving pedal in a block longer than the oscillator's histories") {
+  Duo duo(44100.0f);
+  duo->setParameter(kColor, kRow6);
+  duo.block(64);
+  duo->setParameter(kPedalPos, 1.0f);
+  duo.block(48030);
+  CHECK(duo.count(PlainEvent::RewindBeyondHistories) == 30);
+  duo.blocks(10, 100);
+}
+
+TEST_CASE("a resting pedal in blocks twice as long as the oscillator's histories") {
+  Duo duo(192000.0f);
+  duo->setParameter(kColor, kRow2);
+  duo->setParameter(kPedalPos, 0.5f);
+  duo.block(1000);
+  duo->setParameter(kColor, kRow3);
+  duo.block(100000);
+  CHECK(duo.count(PlainEvent::SwitchOverFlipKept) == 1);
+  duo.block(100000);
+  CHECK(duo.count(PlainEvent::Tap1ResetDown) > 0);
+}
+
+TEST_CASE("On/Off changed in its fades plays the fade-out on from where it stands") {
+  Duo duo(8000.0f);
+  duo.blocks(3, 50);
+  duo->setParameter(kOnOff, 0.0f);
+  duo.block(60);
+  duo->setParameter(kOnOff, 1.0f); // 60 samples into the fade-out
+  duo.block(100);
+  duo->setParameter(kOnOff, 0.0f); // 32 samples into the fade-in
+  duo.block(40);
+  CHECK(duo.count(PlainEvent::OnOffChangeFadingOut) == 1);
+  CHECK(duo.count(PlainEvent::OnOffChangeFadingIn) == 1);
+  duo.blocks(10, 60);
+}
+
+TEST_CASE("Color changed in its fades waits for the next switch-over") {
+  Duo duo(8000.0f);
+  duo->setParameter(kPedalPos, 0.75f);
+  duo.blocks(3, 50);
+  duo->setParameter(kColor, kRow2);
+  duo.block(60);
+  duo->setParameter(kColor, kRow3); // in the fade-out: row 3 is what the switch-over finds
+  duo.block(100);
+  duo->setParameter(kColor, kRow7); // in the fade-in: nothing happens
+  duo.blocks(10, 60);
+  CHECK(duo.count(PlainEvent::SwitchOver) == 1);
+  CHECK(duo.count(PlainEvent::Row2) == 0);
+  CHECK(duo.count(PlainEvent::Row3) == 1);
+  CHECK(duo.count(PlainEvent::Row7) == 0);
+}
+
+TEST_CASE("a fade of one sample, at the lowest rate that can be run") {
+  Duo duo(62.5f);
+  for (int k = 0; k < 64; ++k) {
+    duo->setParameter(kColor, 0.125f * static_cast<float>(k % 9));
+    if (k % 5 == 0) duo->setParameter(kOnOff, k % 2 == 0 ? 1.0f : 0.0f);
+    if (k % 3 == 0) duo->setParameter(kPedalPos, 0.015f * static_cast<float>(k));
+    duo.block(1 + k % 7);
+  }
+  CHECK(duo.count(PlainEvent::SwitchOver) > 5);
+}
+
+TEST_CASE("rates: unusable between usable ones, and the same again") {
+  Duo duo;
+  duo->setSampleRate(-1.0f);
+  duo.block(10);
+  duo->setSampleRate(std::nextafter(62.5f, 0.0f));
+  duo.block(10);
+  duo->setSampleRate(8000.0f);
+  duo->setParameter(kPedalPos, 0.8f);
+  duo.blocks(10, 100);
+  duo->setSampleRate(8000.0f); // clears nothing
+  duo.blocks(10, 100);
+  for (const float unusable : {0.0f, -1.0f, 1e30f, std::numeric_limits<float>::infinity(),
+                               std::numeric_limits<float>::quiet_NaN()}) {
+    duo->setSampleRate(unusable);
+    duo->resume();
+    duo.block(20, true);
+    duo->setSampleRate(8000.0f);
+    duo.blocks(10, 100);
+  }
+  CHECK(duo.count(PlainEvent::SetUpAfterFirstBlock) == 5);
+  CHECK(duo.count(PlainEvent::SameRateAgain) == 2);
+}
+
+TEST_CASE("a new rate after the first block starts the pedal from zero") {
+  Duo duo(8000.0f);
+  duo->setParameter(kPedalPos, 0.9f);
+  duo.blocks(5, 100);
+  const std::int64_t before = duo.count(PlainEvent::Rewind);
+  duo->setSampleRate(11025.0f);
+  duo.block(1); // the ramp stands at its start, 0
+  CHECK(duo.count(PlainEvent::Rewind) == before);
+  duo.blocks(5, 100); // the second block ends with the pedal at 0.9
+  CHECK(duo.count(PlainEvent::Rewind) > before);
+}
+
+TEST_CASE("empty and negative blocks are blocks: switches start, targets are taken over") {
+  Duo duo;
+  duo->setParameter(kPedalPos, 0.3f);
+  duo->setSampleRate(8000.0f);
+  duo.block(0); // the first block
+  duo->setParameter(kPedalPos, 0.7f);
+  duo->setParameter(kTone, 0.1f);
+  duo.block(-5);
+  duo->setParameter(kOnOff, 0.0f);
+  duo.block(0);
+  duo->setParameter(kOnOff, 1.0f);
+  duo.blocks(10, 100);
+  CHECK(duo.count(PlainEvent::OnOffChangeIdle) == 1);
+  CHECK(duo.count(PlainEvent::OnOffChangeFadingOut) == 1);
+}
+
+TEST_CASE("denormal input is flushed on the direct path, and passes where nothing runs") {
+  const std::vector<double> input = {1e-310, -1e-310, 0x1p-1074, -0.0, 0x1p-1022, 0.25};
+  Duo duo;
+  duo.blockOf(input, 6);
+  CHECK(duo.count(PlainEvent::DenormalInputFlushed) == 0);
+  duo->setParameter(kOnOff, 0.0f);
+  duo->setSampleRate(44100.0f);
+  duo.blockOf(input, 6);
+  CHECK(duo.count(PlainEvent::DenormalInputFlushed) == 3);
+}
+
+TEST_CASE("a block leaves the floating-point control word as it was") {
+  constexpr unsigned kFlags = 0x3F; // exceptions that arithmetic outside the block may raise
+  ModulePedal module;
+  module.setSampleRate(44100.0f);
+  const std::vector<double> input(64, 0.5);
+  std::vector<double> output(64);
+  const unsigned before = _mm_getcsr();
+  for (const unsigned word : {before, before | 0x8000u, before | 0x6000u}) {
+    _mm_setcsr(word);
+    module.process(input.data(), output.data(), 64);
+    const unsigned after = _mm_getcsr();
+    _mm_setcsr(before);
+    CHECK((after & ~kFlags) == (word & ~kFlags));
+  }
+}
