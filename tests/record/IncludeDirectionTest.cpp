@@ -1,0 +1,140 @@
+// Includes run one way: vst <- framework <- effect -> dsp; hosts know the record, never the classes.
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Names = std::vector<std::string>;
+
+const fs::path kRoot = TREADSHIFT_SOURCE_DIR;
+const Names kFolders = {"vst", "framework", "dsp", "effect", "module", "host", "render", "tests", "bench"};
+
+struct Rule {
+  std::string folder;
+  Names allowed; // folders with a slash at the end, or single files
+};
+
+const Names kRecordAlone = {"vst/AEffect.h", "vst/Opcodes.h", "vst/HostRecords.h", "framework/Q_TypeIF.h"};
+
+Names with(Names names, const std::string& more) {
+  names.push_back(more);
+  return names;
+}
+
+const std::vector<Rule> kRules = {
+    {"vst", {"vst/"}},
+    {"framework", {"vst/", "framework/"}},
+    {"dsp", {"dsp/"}},
+    {"effect", {"vst/", "framework/", "dsp/", "effect/"}},
+    {"host", with(kRecordAlone, "host/")},
+    {"render", with(with(kRecordAlone, "host/"), "render/")},
+};
+
+bool startsWith(const std::string& text, const std::string& start) {
+  return text.compare(0, start.size(), start) == 0;
+}
+
+bool isOurs(const std::string& included) {
+  return std::ranges::any_of(kFolders,
+                             [&](const std::string& folder) { return startsWith(included, folder + '/'); });
+}
+
+bool allows(const Rule& rule, const std::string& included) {
+  return std::ranges::any_of(rule.allowed, [&](const std::string& name) {
+    return name.back() == '/' ? startsWith(included, name) : included == name;
+  });
+}
+
+std::string withoutBlanks(std::string text) {
+  std::erase_if(text, [](char character) { return character == ' ' || character == '\t'; });
+  return text;
+}
+
+// What a text includes, the quotation marks or brackets kept.
+Names includesOf(const std::string& text) {
+  const std::string directive = "#include";
+  Names all;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) {
+    line = withoutBlanks(line);
+    if (!startsWith(line, directive)) continue;
+    const std::size_t end = line.find_first_of("\">", directive.size() + 1);
+    if (end != std::string::npos) all.push_back(line.substr(directive.size(), end + 1 - directive.size()));
+  }
+  return all;
+}
+
+std::string contentsOf(const fs::path& file) {
+  std::ifstream stream(file);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+// What is wrong with one include under a rule, or nothing.
+std::string complaint(const Rule& rule, const std::string& include) {
+  const std::string name = include.substr(1, include.size() - 2);
+  if (include[0] == '"' && !isOurs(name)) return include + " does not name its folder";
+  if (isOurs(name) && !allows(rule, name)) return include + " is out of reach";
+  return {};
+}
+
+Names complaintsAbout(const Rule& rule, const std::string& text) {
+  Names all;
+  for (const std::string& include : includesOf(text))
+    if (const std::string wrong = complaint(rule, include); !wrong.empty()) all.push_back(wrong);
+  return all;
+}
+
+bool isSource(const fs::path& file) {
+  const std::string kind = file.extension().string();
+  return kind == ".h" || kind == ".cpp" || kind == ".c";
+}
+
+void forEachSource(const std::string& folder, const std::function<void(const fs::path&)>& visit) {
+  if (!fs::exists(kRoot / folder)) return;
+  for (const auto& entry : fs::recursive_directory_iterator(kRoot / folder))
+    if (entry.is_regular_file() && isSource(entry.path())) visit(entry.path());
+}
+
+} // namespace
+
+TEST_CASE("every folder includes what it may") {
+  for (const Rule& rule : kRules) {
+    int sources = 0;
+    forEachSource(rule.folder, [&](const fs::path& file) {
+      ++sources;
+      for (const std::string& wrong : complaintsAbout(rule, contentsOf(file)))
+        FAIL_CHECK(file.filename().string(), ": ", wrong);
+    });
+    CAPTURE(rule.folder);
+    CHECK((sources > 0 || !fs::exists(kRoot / rule.folder)));
+  }
+}
+
+TEST_CASE("the headers that hosts may see bring in no class of the effect's side") {
+  const Rule record{"host", kRecordAlone};
+  for (const std::string& header : kRecordAlone) {
+    CAPTURE(header);
+    CHECK(complaintsAbout(record, contentsOf(kRoot / header)).empty());
+  }
+}
+
+TEST_CASE("the check trips on what it is there for") {
+  const Rule vst = kRules[0];
+  CHECK(complaintsAbout(vst, "#include \"vst/AEffect.h\"\n#include <vector>\n").empty());
+  CHECK(complaintsAbout(vst, "#include \"framework/Factory.h\"\n").size() == 1);
+  CHECK(complaintsAbout(vst, "  #  include <effect/Treadshift.h>\n").size() == 1);
+  CHECK(complaintsAbout(vst, "#include \"AEffect.h\"\n").size() == 1);
+  const Rule host = kRules[4];
+  CHECK(
+      complaintsAbout(host, "#include \"framework/Q_TypeIF.h\"\n#include \"host/EffectRunner.h\"\n").empty());
+  CHECK(complaintsAbout(host, "#include \"framework/Factory.h\"\n#include \"vst/AudioEffect.h\"\n").size() ==
+        2);
+}

@@ -1,0 +1,116 @@
+// The module as a file: what it exports, what it needs, how it wants to be loaded.
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <set>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+// A command's lines of output, standard error included. It must succeed.
+std::vector<std::string> linesOf(const std::string& command) {
+  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+  REQUIRE(pipe);
+  std::string all;
+  std::array<char, 4096> piece;
+  while (const std::size_t count = std::fread(piece.data(), 1, piece.size(), pipe))
+    all.append(piece.data(), count);
+  CAPTURE(command);
+  CAPTURE(all);
+  CHECK(pclose(pipe) == 0);
+  std::vector<std::string> lines;
+  std::istringstream stream(all);
+  for (std::string line; std::getline(stream, line);)
+    lines.push_back(line);
+  return lines;
+}
+
+std::vector<std::string> linesOf(const std::string& tool, const std::string& file) {
+  return linesOf("LC_ALL=C " + tool + " '" + file + "'");
+}
+
+bool contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+std::size_t linesWith(const std::vector<std::string>& lines, const std::string& part) {
+  return std::ranges::count_if(lines, [&](const std::string& line) { return contains(line, part); });
+}
+
+// The libraries that a file asks for by name.
+std::set<std::string> neededBy(const std::string& file) {
+  std::set<std::string> needed;
+  for (const std::string& line : linesOf("readelf -dW", file)) {
+    if (!contains(line, "(NEEDED)")) continue;
+    const std::size_t open = line.find('[') + 1;
+    needed.insert(line.substr(open, line.find(']') - open));
+  }
+  return needed;
+}
+
+} // namespace
+
+TEST_CASE("two names are exported, as functions, and nothing else") {
+  std::set<std::string> names;
+  for (const std::string& line : linesOf("nm -D --defined-only", TREADSHIFT_MODULE)) {
+    std::istringstream fields(line);
+    std::string address, kind, name;
+    fields >> address >> kind >> name;
+    CHECK(kind == "T");
+    names.insert(name);
+  }
+  CHECK(names == std::set<std::string>{"QTypeIF", "getinterface"});
+}
+
+TEST_CASE("the libraries it names supply every symbol it wants") {
+  const auto lines = linesOf("ldd -r", TREADSHIFT_MODULE);
+  CHECK(linesWith(lines, "undefined symbol") == 0);
+  CHECK(linesWith(lines, "not found") == 0);
+}
+
+TEST_CASE("it needs the C and C++ run-time libraries, dynamically, and no others") {
+  const std::set<std::string> allowed = {"libstdc++.so.6",      "libm.so.6",       "libgcc_s.so.1",
+                                         "libc.so.6",           "libpthread.so.0", "ld-linux.so.2",
+                                         "ld-linux-x86-64.so.2"};
+  const auto needed = neededBy(TREADSHIFT_MODULE);
+  for (const std::string& library : needed) {
+    CAPTURE(library);
+    CHECK(allowed.contains(library));
+  }
+  CHECK(needed.contains("libstdc++.so.6")); // shared with the host, so that exceptions find their handler
+}
+
+TEST_CASE("it is bound when loaded, its code is never written to, its stack never run") {
+  const auto dynamic = linesOf("readelf -dW", TREADSHIFT_MODULE);
+  CHECK(linesWith(dynamic, "TEXTREL") == 0);
+  CHECK(linesWith(dynamic, "NOW") >= 1);
+  CHECK(linesWith(dynamic, "RPATH") == 0);
+  CHECK(linesWith(dynamic, "RUNPATH") == 0);
+
+  const auto segments = linesOf("readelf -lW", TREADSHIFT_MODULE);
+  CHECK(linesWith(segments, "GNU_RELRO") >= 1);
+  REQUIRE(linesWith(segments, "GNU_STACK") == 1);
+  for (const std::string& line : segments) {
+    if (contains(line, "GNU_STACK")) CHECK(contains(line, " RW "));
+    if (contains(line, " LOAD ")) CHECK_FALSE(contains(line, " RWE "));
+  }
+}
+
+TEST_CASE("it is a shared object of this program's width") {
+  const auto header = linesOf("readelf -hW", TREADSHIFT_MODULE);
+  CHECK(linesWith(header, sizeof(void*) == 8 ? "ELF64" : "ELF32") == 1);
+  CHECK(linesWith(header, sizeof(void*) == 8 ? "X86-64" : "Intel 80386") == 1);
+  CHECK(linesWith(header, "DYN") == 1);
+}
+
+TEST_CASE("the plain C host brings no C++ run-time") {
+  CHECK_FALSE(neededBy(TREADSHIFT_PLAIN_HOST).contains("libstdc++.so.6"));
+}
+
+TEST_CASE("a plain C host loads it, runs it and lets it go") {
+  linesOf("'" TREADSHIFT_PLAIN_HOST "' '" TREADSHIFT_MODULE "'");
+}

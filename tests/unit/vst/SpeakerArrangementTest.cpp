@@ -1,0 +1,288 @@
+// Speaker arrangements: made, copied, matched, released, and what is left when memory is short.
+#include "tests/support/Allocations.h"
+#include "tests/unit/vst/BareEffect.h"
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <new>
+#include <string>
+
+namespace {
+
+constexpr std::size_t kSane = 1u << 26; // bytes that a test may take
+
+bool allZero(const void* block, std::size_t bytes) {
+  const auto* byte = static_cast<const unsigned char*>(block);
+  return std::all_of(byte, byte + bytes, [](unsigned char value) { return value == 0; });
+}
+
+VstSpeakerProperties speaker(int seed) {
+  VstSpeakerProperties made{};
+  for (int axis = 0; axis < 4; ++axis)
+    made.position[axis] = static_cast<float>(seed) + 0.25f * static_cast<float>(axis);
+  std::snprintf(made.name, sizeof made.name, "speaker %d", seed);
+  made.type = 100 + seed;
+  for (int byte = 0; byte < 28; ++byte)
+    made.reserved[byte] = static_cast<uint8_t>(seed + byte);
+  return made;
+}
+
+bool same(const VstSpeakerProperties& one, const VstSpeakerProperties& other) {
+  return std::memcmp(&one, &other, sizeof one) == 0;
+}
+
+// A record of `channels` speakers with their own marks.
+VstSpeakerArrangement* filled(BareEffect& bare, int channels) {
+  VstSpeakerArrangement* made = nullptr;
+  REQUIRE(bare.allocateArrangement(&made, channels));
+  made->type = 7;
+  for (int channel = 0; channel < channels; ++channel)
+    made->speakers[channel] = speaker(channel);
+  return made;
+}
+
+} // namespace
+
+TEST_CASE("an arrangement is made zeroed with its channel count") {
+  BareEffect bare;
+  for (int channels : {0, 1, 2, 6, 100}) {
+    CAPTURE(channels);
+    const long before = allocations::live();
+    VstSpeakerArrangement* made = nullptr;
+    CHECK(bare.slot<bool, VstSpeakerArrangement**, int>(Slot::allocateArrangement, &made, channels));
+    REQUIRE(made);
+    CHECK(allocations::live() == before + 1);
+    CHECK(made->type == 0);
+    CHECK(made->channelCount == channels);
+    CHECK(allZero(reinterpret_cast<char*>(made) + 8, 112u * channels));
+    CHECK(bare.slot<bool, VstSpeakerArrangement**>(Slot::deallocateArrangement, &made));
+    CHECK(made == nullptr);
+    CHECK(allocations::live() == before);
+  }
+}
+
+TEST_CASE("an arrangement takes 8 and 112 bytes per channel, no more") {
+  BareEffect bare;
+  VstSpeakerArrangement* made = nullptr;
+  {
+    allocations::RefuseLargerThan exactly(8 + 112 * 3);
+    CHECK(bare.allocateArrangement(&made, 3));
+  }
+  bare.deallocateArrangement(&made);
+  allocations::RefuseLargerThan oneLess(8 + 112 * 3 - 1);
+  CHECK_FALSE(bare.allocateArrangement(&made, 3));
+}
+
+TEST_CASE("an arrangement made over another releases that one") {
+  BareEffect bare;
+  const long before = allocations::live();
+  VstSpeakerArrangement* held = filled(bare, 2);
+  CHECK(bare.allocateArrangement(&held, 5));
+  CHECK(allocations::live() == before + 1);
+  CHECK(held->channelCount == 5);
+  CHECK(allZero(held->speakers, 5 * 112));
+  bare.deallocateArrangement(&held);
+  CHECK(allocations::live() == before);
+}
+
+TEST_CASE("releasing nothing is no failure") {
+  BareEffect bare;
+  VstSpeakerArrangement* held = nullptr;
+  CHECK(bare.slot<bool, VstSpeakerArrangement**>(Slot::deallocateArrangement, &held));
+  CHECK(held == nullptr);
+}
+
+TEST_CASE("when memory is short the old record is gone and the pointer stays stale") {
+  BareEffect bare;
+  const long before = allocations::live();
+  VstSpeakerArrangement* held = filled(bare, 2);
+  const auto stale = reinterpret_cast<uintptr_t>(held);
+  bool answer = true;
+  {
+    allocations::FailNth next(1);
+    answer = bare.slot<bool, VstSpeakerArrangement**, int>(Slot::allocateArrangement, &held, 1);
+  }
+  CHECK_FALSE(answer);
+  CHECK(reinterpret_cast<uintptr_t>(held) == stale);
+  CHECK(allocations::live() == before);
+}
+
+TEST_CASE("channel counts that no record can have are refused") {
+  BareEffect bare;
+  allocations::RefuseLargerThan sane(kSane);
+  const long before = allocations::live(); // no CAPTURE from here on: it keeps memory
+  for (int channels : {-1, -2, -38347923, INT_MIN, INT_MAX, INT_MAX / 112, INT_MAX / 112 + 1}) {
+    VstSpeakerArrangement* held = nullptr;
+    CHECK_FALSE(bare.slot<bool, VstSpeakerArrangement**, int>(Slot::allocateArrangement, &held, channels));
+    CHECK(held == nullptr);
+  }
+  VstSpeakerArrangement* held = filled(bare, 1);
+  const auto stale = reinterpret_cast<uintptr_t>(held);
+  CHECK_FALSE(bare.allocateArrangement(&held, -5));
+  CHECK(reinterpret_cast<uintptr_t>(held) == stale);
+  CHECK(allocations::live() == before);
+}
+
+TEST_CASE("copying a speaker copies all of it") {
+  BareEffect bare;
+  VstSpeakerProperties from = speaker(3);
+  VstSpeakerProperties to = speaker(9);
+  CHECK(bare.slot<bool, VstSpeakerProperties*, VstSpeakerProperties*>(Slot::copySpeaker, &to, &from));
+  CHECK(same(to, from));
+}
+
+TEST_CASE("a speaker's name is cut to 63 characters and ended") {
+  BareEffect bare;
+  VstSpeakerProperties from = speaker(1);
+  VstSpeakerProperties to = speaker(2);
+  std::memset(from.name, 'n', sizeof from.name);
+  CHECK(bare.copySpeaker(&to, &from));
+  CHECK(std::string(to.name) == std::string(63, 'n'));
+  CHECK(to.name[63] == '\0');
+  CHECK(to.type == from.type);
+}
+
+TEST_CASE("copying from or to nothing fails and touches nothing") {
+  BareEffect bare;
+  VstSpeakerProperties one = speaker(1);
+  CHECK_FALSE(
+      bare.slot<bool, VstSpeakerProperties*, VstSpeakerProperties*>(Slot::copySpeaker, &one, nullptr));
+  CHECK_FALSE(
+      bare.slot<bool, VstSpeakerProperties*, VstSpeakerProperties*>(Slot::copySpeaker, nullptr, &one));
+  CHECK_FALSE(
+      bare.slot<bool, VstSpeakerProperties*, VstSpeakerProperties*>(Slot::copySpeaker, nullptr, nullptr));
+  CHECK(same(one, speaker(1)));
+}
+
+TEST_CASE("matching replaces the record held by a copy") {
+  BareEffect bare;
+  const long before = allocations::live();
+  for (int channels : {0, 1, 4}) {
+    VstSpeakerArrangement* from = filled(bare, channels);
+    for (int heldChannels : {-1, 0, 6}) {
+      VstSpeakerArrangement* to = heldChannels < 0 ? nullptr : filled(bare, heldChannels);
+      CHECK(bare.slot<bool, VstSpeakerArrangement**, VstSpeakerArrangement*>(Slot::matchArrangement, &to,
+                                                                             from));
+      REQUIRE(to);
+      CHECK(to != from);
+      CHECK(to->type == 7);
+      CHECK(to->channelCount == channels);
+      for (int channel = 0; channel < channels; ++channel)
+        CHECK(same(to->speakers[channel], from->speakers[channel]));
+      bare.deallocateArrangement(&to);
+    }
+    bare.deallocateArrangement(&from);
+  }
+  CHECK(allocations::live() == before);
+}
+
+TEST_CASE("matching nothing fails and leaves the record held") {
+  BareEffect bare;
+  VstSpeakerArrangement* held = filled(bare, 2);
+  VstSpeakerArrangement* const kept = held;
+  CHECK_FALSE(bare.slot<bool, VstSpeakerArrangement**, VstSpeakerArrangement*>(Slot::matchArrangement, &held,
+                                                                               nullptr));
+  CHECK(held == kept);
+  CHECK(held->channelCount == 2);
+  CHECK(same(held->speakers[1], speaker(1)));
+  bare.deallocateArrangement(&held);
+}
+
+TEST_CASE("matching fails without memory, and then holds nothing") {
+  BareEffect bare;
+  const long before = allocations::live();
+  VstSpeakerArrangement* from = filled(bare, 2);
+  VstSpeakerArrangement* to = filled(bare, 1);
+  bool answer = true;
+  {
+    allocations::FailNth next(1);
+    answer = bare.matchArrangement(&to, from);
+  }
+  CHECK_FALSE(answer);
+  CHECK(to == nullptr);
+  bare.deallocateArrangement(&from);
+  CHECK(allocations::live() == before);
+}
+
+TEST_CASE("matching fails on a channel count that no record can have") {
+  BareEffect bare;
+  VstSpeakerArrangement from{};
+  from.channelCount = -3;
+  VstSpeakerArrangement* to = nullptr;
+  CHECK_FALSE(bare.matchArrangement(&to, &from));
+  CHECK(to == nullptr);
+}
+
+TEST_CASE("matching goes through the table: release, make, copy each speaker") {
+  BareEffect bare;
+  VstSpeakerArrangement* from = filled(bare, 3);
+  VstSpeakerArrangement* to = nullptr;
+  SlotExchange exchange(&bare, kAudioEffectXSlots);
+  static VstSpeakerArrangement* prepared;
+  prepared = filled(bare, 2);
+  VstSpeakerArrangement* const made = prepared;
+
+  exchange.record(Slot::deallocateArrangement);
+  slotAnswer = 0;
+  CHECK_FALSE(bare.matchArrangement(&to, from));
+  REQUIRE(slotCalls.size() == 1);
+  CHECK(slotCalls[0].arguments == argumentsText(&to));
+
+  exchange.replace(
+      Slot::deallocateArrangement, +[](void*, VstSpeakerArrangement**) { return true; });
+  exchange.replace(
+      Slot::allocateArrangement, +[](void*, VstSpeakerArrangement** place, int channels) {
+        *place = prepared;
+        return channels == 3;
+      });
+  exchange.record(Slot::copySpeaker);
+
+  // The new record's own channel count, 2, is what bounds the copying.
+  slotCalls.clear();
+  slotAnswer = 1;
+  CHECK(bare.matchArrangement(&to, from));
+  CHECK(to == made);
+  CHECK(to->type == 7);
+  REQUIRE(slotCalls.size() == 2);
+  CHECK(slotCalls[0].arguments == argumentsText(to->speakers + 0, from->speakers + 0));
+  CHECK(slotCalls[1].arguments == argumentsText(to->speakers + 1, from->speakers + 1));
+
+  // A speaker that cannot be copied ends it at once, with the partly filled record kept.
+  slotCalls.clear();
+  slotAnswer = 0;
+  CHECK_FALSE(bare.matchArrangement(&to, from));
+  CHECK(slotCalls.size() == 1);
+  CHECK(to == made);
+
+  bare.AudioEffectX::deallocateArrangement(&to);
+  bare.AudioEffectX::deallocateArrangement(&from);
+}
+
+TEST_CASE("the allocation counter sees allocations, and fails the one it is told to") {
+  // Called by name, since the compiler may drop a new with its delete; counted first and checked afterwards,
+  // since the checks themselves allocate.
+  const long live = allocations::live();
+  const long taken = allocations::taken();
+  void* blocks[2];
+  void* third;
+  {
+    allocations::FailNth second(2);
+    blocks[0] = ::operator new[](3, std::nothrow);
+    blocks[1] = ::operator new[](3, std::nothrow);
+    third = ::operator new(4);
+  }
+  const long liveThen = allocations::live();
+  const long takenThen = allocations::taken();
+  const bool made[] = {blocks[0] != nullptr, blocks[1] != nullptr};
+  ::operator delete[](blocks[0]);
+  ::operator delete(third);
+  const long liveAfter = allocations::live();
+  CHECK(made[0]);
+  CHECK_FALSE(made[1]);
+  CHECK(liveThen == live + 2);
+  CHECK(takenThen == taken + 2);
+  CHECK(liveAfter == live);
+}
