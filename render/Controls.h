@@ -1,0 +1,30 @@
+// The five parameters as the command line drives them.
+#pragma once
+
+#include "render/PedalTrack.h"
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// The effect's parameters in its index order.
+enum ParameterIndex { kParameterOn, kParameterMode, kParameterTone, kParameterColor, kParameterPedal };
+constexpr int kParameterCount = 5;
+
+// The parameter value 0..1 that selects one of the eight colours, 0..7: the middle of its eighth.
+constexpr float colorParameter(double color) { return static_cast<float>((color + 0.5) / 8.0); }
+
+class Controls {
+public:
+  // Reads one option's text (see PedalTrack::parse) and lets it drive the parameter from then on. Throws
+  // Fault (wrongCall). Allocates.
+  void set(ParameterIndex parameter, std::string_view text);
+
+  // The parameter's value 0..1 at a time in seconds; nothing when no option drives it, so that the effect
+  // keeps its own value. Any thread, allocates nothing.
+  std::optional<float> valueAt(ParameterIndex parameter, double seconds) const;
+
+private:
+  std::array<std::optional<PedalTrack>, kParameterCount> tracks;
+};

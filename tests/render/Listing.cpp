@@ -1,0 +1,79 @@
+// What the program tells about itself and the module.
+#include "Program.h"
+
+#include <doctest/doctest.h>
+#include <filesystem>
+#include <regex>
+
+namespace {
+
+bool contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+// Whether a line of the text consists of these words, whatever the space between them.
+bool hasLine(const std::string& text, const std::string& words) {
+  const auto squeezed = [](const std::string& line) {
+    return std::regex_replace(std::regex_replace(line, std::regex(" +"), " "), std::regex("^ | $"), "");
+  };
+  std::size_t start = 0;
+  for (std::size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
+    if (squeezed(text.substr(start, end - start)) == words) return true;
+  }
+  return false;
+}
+
+} // namespace
+
+TEST_CASE("--show tells what a host sees") {
+  const Outcome outcome = render({"--show"});
+  CHECK(outcome.status == 0);
+  CHECK(outcome.err == "");
+  const std::string& text = outcome.out;
+  CAPTURE(text);
+  CHECK(contains(text, "Module\n  " + std::filesystem::canonical(TREADSHIFT_MODULE).string() + "\n"));
+  CHECK(hasLine(text, "effect name \"NEW Treadshift\""));
+  CHECK(hasLine(text, "vendor \"QUON Corporation\""));
+  CHECK(hasLine(text, "product \"NEW Treadshift\""));
+  CHECK(hasLine(text, "interface version 2400"));
+  CHECK(hasLine(text, "unique ID KXTR (0x4B585452)"));
+  CHECK(hasLine(text, "channels 1 in, 1 out"));
+  CHECK(hasLine(text, "latency 0 samples"));
+  CHECK(hasLine(text, "flags 0x1010: replacing, double replacing"));
+  CHECK(hasLine(text, "0 On/Off 1 on \"\" switch"));
+  CHECK(hasLine(text, "1 Mode 0 Guitar \"\" switch"));
+  CHECK(hasLine(text, "2 Tone 0.8 8.00 \"\" steps of 0.01"));
+  CHECK(hasLine(text, "3 Color 0.5 4 \"\" whole numbers 0 to 7 in steps of 1"));
+  CHECK(hasLine(text, "4 PedalPos 0 0.00 \"\" steps of 0.01"));
+  CHECK(hasLine(text, "Programs (current: 0, shown as \"Init 1\")"));
+  for (int program = 0; program < 16; ++program)
+    CHECK(hasLine(text, std::to_string(program) + " \"Init\""));
+  CHECK_FALSE(hasLine(text, "16 \"Init\""));
+}
+
+TEST_CASE("--show applies the values at the start") {
+  const Outcome outcome = render({"--show", "--tone", "0:0.25,1:1", "--color", "7", "--pedal", "1", "--on",
+                                  "off", "--mode", "bass", "--module", TREADSHIFT_MODULE});
+  CHECK(outcome.status == 0);
+  CHECK(hasLine(outcome.out, "0 On/Off 0 off \"\" switch"));
+  CHECK(hasLine(outcome.out, "1 Mode 1 Bass \"\" switch"));
+  CHECK(hasLine(outcome.out, "2 Tone 0.25 2.50 \"\" steps of 0.01"));
+  CHECK(hasLine(outcome.out, "3 Color 0.9375 7 \"\" whole numbers 0 to 7 in steps of 1"));
+  CHECK(hasLine(outcome.out, "4 PedalPos 1 10.00 \"\" steps of 0.01"));
+}
+
+TEST_CASE("--help and --version answer on the standard output") {
+  const Outcome help = render({"--help"});
+  CHECK(help.status == 0);
+  CHECK(help.err == "");
+  for (const char* part :
+       {"--color", "--pedal", "--tone", "--on", "--mode", "--block", "--module", "--show",
+        "treadshift-render guitar.wav bent.wav --color 4 --pedal 0:0,1.5:1,3:0 --tone 0.8"}) {
+    CHECK(contains(help.out, part));
+  }
+  CHECK(render({"-h"}).out == help.out);
+  const Outcome version = render({"--version"});
+  CHECK(version.status == 0);
+  CHECK(version.err == "");
+  CHECK(std::regex_match(version.out, std::regex("treadshift-render [0-9]+\\.[0-9]+\\.[0-9]+\n")));
+}

@@ -1,0 +1,144 @@
+#include "Program.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <doctest/doctest.h>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+struct Pipe {
+  int readEnd = -1, writeEnd = -1;
+};
+
+Pipe makePipe() {
+  int ends[2] = {-1, -1};
+  REQUIRE(pipe(ends) == 0);
+  return {ends[0], ends[1]};
+}
+
+Pipe makeTerminal() {
+  const int controller = posix_openpt(O_RDWR | O_NOCTTY);
+  REQUIRE(controller >= 0);
+  REQUIRE(grantpt(controller) == 0);
+  REQUIRE(unlockpt(controller) == 0);
+  const int terminal = open(ptsname(controller), O_RDWR | O_NOCTTY);
+  REQUIRE(terminal >= 0);
+  return {controller, terminal};
+}
+
+// A terminal whose other side is closed answers an error where a pipe answers its end.
+std::string readToEnd(int end) {
+  std::string text;
+  char part[4096];
+  for (ssize_t count; (count = read(end, part, sizeof part)) > 0;)
+    text.append(part, static_cast<std::size_t>(count));
+  close(end);
+  return text;
+}
+
+[[noreturn]] void becomeProgram(const std::vector<std::string>& arguments, const Surroundings& surroundings,
+                                const Pipe& out, const Pipe& err) {
+  // Whoever runs the tests in the background may ignore these.
+  for (int number : {SIGINT, SIGTERM, SIGHUP})
+    std::signal(number, SIG_DFL);
+  dup2(out.writeEnd, STDOUT_FILENO);
+  dup2(err.writeEnd, STDERR_FILENO);
+  for (int end : {out.readEnd, out.writeEnd, err.readEnd, err.writeEnd})
+    close(end);
+  if (surroundings.largestFileBytes >= 0) {
+    const rlim_t limit = static_cast<rlim_t>(surroundings.largestFileBytes);
+    const struct rlimit limits = {limit, limit};
+    setrlimit(RLIMIT_FSIZE, &limits);
+  }
+  std::vector<char*> list = {const_cast<char*>(TREADSHIFT_RENDER)};
+  for (const std::string& argument : arguments)
+    list.push_back(const_cast<char*>(argument.c_str()));
+  list.push_back(nullptr);
+  execv(TREADSHIFT_RENDER, list.data());
+  _exit(127);
+}
+
+} // namespace
+
+Workspace::Workspace() {
+  std::string name = fs::temp_directory_path() / "treadshift-test-XXXXXX";
+  REQUIRE(mkdtemp(name.data()) != nullptr);
+  directory = name;
+}
+
+Workspace::~Workspace() { fs::remove_all(directory); }
+
+std::vector<std::string> Workspace::names() const {
+  std::vector<std::string> list;
+  for (const auto& entry : fs::directory_iterator(directory))
+    list.push_back(entry.path().filename());
+  std::sort(list.begin(), list.end());
+  return list;
+}
+
+bool hasTerminals() {
+  const int controller = posix_openpt(O_RDWR | O_NOCTTY);
+  const bool usable =
+      controller >= 0 && grantpt(controller) == 0 && access(ptsname(controller), R_OK | W_OK) == 0;
+  if (controller >= 0) close(controller);
+  return usable;
+}
+
+Program::Program(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
+  const Pipe out = makePipe();
+  const Pipe err = surroundings.errorIsTerminal ? makeTerminal() : makePipe();
+  child = fork();
+  REQUIRE(child >= 0);
+  if (child == 0) becomeProgram(arguments, surroundings, out, err);
+  close(out.writeEnd);
+  close(err.writeEnd);
+  outEnd = out.readEnd;
+  errEnd = err.readEnd;
+}
+
+bool Program::isRunning() const {
+  siginfo_t ended = {};
+  return waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+         ended.si_pid == 0;
+}
+
+void Program::signal(int number) const { kill(child, number); }
+
+// The messages are short enough for a pipe's own memory, so reading one after the other cannot block.
+Outcome Program::wait() {
+  Outcome outcome;
+  outcome.out = readToEnd(outEnd);
+  outcome.err = readToEnd(errEnd);
+  int status = 0;
+  REQUIRE(waitpid(child, &status, 0) == child);
+  outcome.status = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+  return outcome;
+}
+
+Outcome render(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
+  return Program(arguments, surroundings).wait();
+}
+
+std::string fileBytes(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  REQUIRE(file.good());
+  std::ostringstream bytes;
+  bytes << file.rdbuf();
+  return bytes.str();
+}
+
+void writeBytes(const std::string& path, const std::string& bytes) {
+  std::ofstream file(path, std::ios::binary);
+  file << bytes;
+  REQUIRE(file.good());
+}

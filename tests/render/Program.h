@@ -1,0 +1,58 @@
+// Runs treadshift-render as a user does, in a directory of its own.
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+// A new empty directory that goes away with everything in it.
+class Workspace {
+public:
+  Workspace();
+  ~Workspace();
+  Workspace(const Workspace&) = delete;
+  Workspace& operator=(const Workspace&) = delete;
+
+  std::string path(const std::string& name) const { return directory + "/" + name; }
+
+  // Names of everything inside, hidden files included, sorted.
+  std::vector<std::string> names() const;
+
+private:
+  std::string directory;
+};
+
+struct Outcome {
+  int status = -1; // exit status, or 128 + number of the signal that ended the program
+  std::string out; // standard output
+  std::string err; // standard error output
+};
+
+// What the child process has that a user's shell could give it.
+struct Surroundings {
+  bool errorIsTerminal = false;
+  long largestFileBytes = -1; // limit on the size of files, none when negative
+};
+
+// Whether this system has pseudo-terminals to run a program on; bare containers have none.
+bool hasTerminals();
+
+// A running program; wait() collects it.
+class Program {
+public:
+  explicit Program(const std::vector<std::string>& arguments, const Surroundings& surroundings = {});
+
+  bool isRunning() const;
+  void signal(int number) const;
+  Outcome wait();
+
+private:
+  pid_t child = -1;
+  int outEnd = -1, errEnd = -1; // ends to read from
+};
+
+// Runs the program to its end.
+Outcome render(const std::vector<std::string>& arguments, const Surroundings& surroundings = {});
+
+std::string fileBytes(const std::string& path);
+void writeBytes(const std::string& path, const std::string& bytes);

@@ -1,0 +1,174 @@
+// Calls that cannot work: one line that says what is wrong and what would be right, the right exit status,
+// and no file made or changed.
+#include "Program.h"
+#include "SoundFiles.h"
+
+#include <algorithm>
+#include <doctest/doctest.h>
+
+namespace {
+
+bool startsWith(const std::string& text, const std::string& start) {
+  return text.compare(0, start.size(), start) == 0;
+}
+
+// One printable line from the program.
+void checkOneLine(const std::string& err) {
+  CHECK(startsWith(err, "treadshift-render: "));
+  CHECK(std::count(err.begin(), err.end(), '\n') == 1);
+  CHECK(err.back() == '\n');
+  CHECK(std::none_of(err.begin(), err.end() - 1, [](unsigned char character) { return character < 0x20; }));
+}
+
+class Refusal {
+public:
+  Refusal() { writeSound(work.path("in.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(4000)}); }
+
+  std::string path(const std::string& name) const { return work.path(name); }
+
+  void check(int status, const std::string& start, const std::vector<std::string>& arguments) const {
+    CAPTURE(arguments);
+    const auto before = work.names();
+    const Outcome outcome = render(arguments);
+    checkOneLine(outcome.err);
+    CAPTURE(outcome.err);
+    CHECK(startsWith(outcome.err, "treadshift-render: " + start));
+    CHECK(outcome.out == "");
+    CHECK(outcome.status == status);
+    CHECK(work.names() == before);
+  }
+
+  void checkOption(const std::string& start, const std::vector<std::string>& options) const {
+    std::vector<std::string> arguments = {path("in.wav"), path("out.wav")};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    check(2, start, arguments);
+  }
+
+  void checkInput(const std::string& name, const std::string& bytes, const std::string& wrong) const {
+    writeBytes(path(name), bytes);
+    check(1, "input '" + path(name) + "': " + wrong, {path(name), path("out.wav")});
+  }
+
+private:
+  Workspace work;
+};
+
+std::string replaced(std::string bytes, std::size_t offset, const std::string& part) {
+  return bytes.replace(offset, part.size(), part);
+}
+
+} // namespace
+
+TEST_CASE("calls that are wrong as they stand") {
+  const Refusal refusal;
+  refusal.check(2, "input: no recording is named; ", {});
+  refusal.check(2, "output: no name for the bent recording is given; ", {refusal.path("in.wav")});
+  refusal.check(2, "argument 'third': one argument too many; ",
+                {refusal.path("in.wav"), refusal.path("out.wav"), "third"});
+  refusal.check(2, "output '" + refusal.path("out") + "': ", {refusal.path("in.wav"), refusal.path("out")});
+  refusal.check(
+      2, "output '" + refusal.path("out.mp3") + "': ", {refusal.path("in.wav"), refusal.path("out.mp3")});
+  refusal.check(2, "--show 'in.wav': ", {"--show", "in.wav"});
+  refusal.checkOption("option '--colour': no such option; ", {"--colour", "1"});
+  refusal.checkOption("--tone: ", {"--tone"});
+  refusal.checkOption("--color: given more than once; ", {"--color", "1", "--color", "2"});
+  refusal.checkOption("--color '8': the value is out of range; ", {"--color", "8"});
+  refusal.checkOption("--color '-1': the value is out of range; ", {"--color", "-1"});
+  refusal.checkOption("--color '2.5': not a whole number; ", {"--color", "2.5"});
+  refusal.checkOption("--color '1:9': the value is out of range; ", {"--color", "0:1,1:9"});
+  refusal.checkOption("--pedal '1.5': the value is out of range; ", {"--pedal", "1.5"});
+  refusal.checkOption("--pedal '1:1': the time does not come after ", {"--pedal", "0:0,2:0,1:1"});
+  refusal.checkOption("--pedal 'nan': no such value; ", {"--pedal", "nan"});
+  refusal.checkOption("--tone '': no such value; ", {"--tone", ""});
+  refusal.checkOption("--tone '-0.5': the value is out of range; ", {"--tone", "-0.5"});
+  refusal.checkOption("--tone '?0?': no such value; ", {"--tone", "\n0\x01"});
+  refusal.checkOption("--on '0.5': not a whole number; give on, off, ", {"--on", "0.5"});
+  refusal.checkOption("--mode 'banjo': no such value; give guitar, bass, ", {"--mode", "banjo"});
+  for (const char* block : {"0", "-1", "1048577", "99999999999999999999", "64.5", "64x", ""}) {
+    refusal.checkOption("--block '" + std::string(block) + "': ", {"--block", block});
+  }
+}
+
+TEST_CASE("inputs that are no sound") {
+  const Refusal refusal;
+  const std::string sound = fileBytes(refusal.path("in.wav"));
+  refusal.check(
+      1, "input '" + refusal.path("none.wav") + "': ", {refusal.path("none.wav"), refusal.path("out.wav")});
+  refusal.check(1, "input '" + refusal.path("") + "': a directory; ",
+                {refusal.path(""), refusal.path("out.wav")});
+  refusal.checkInput("empty.wav", "", "not a sound file that can be read");
+  refusal.checkInput("text.wav", "This is no sound.\n", "not a sound file that can be read");
+  refusal.checkInput("header.wav", sound.substr(0, 30), "not a sound file that can be read");
+  refusal.checkInput("channels.wav", replaced(sound, 22, std::string(2, '\0')),
+                     "not a sound file that can be read");
+  refusal.checkInput("rate.wav", replaced(sound, 24, std::string(4, '\0')),
+                     "not a sound file that can be read");
+  refusal.checkInput("silent.wav", replaced(sound.substr(0, 44), 40, std::string(4, '\0')),
+                     "holds no sound; ");
+}
+
+TEST_CASE("a name with a line break stays in one line") {
+  const Refusal refusal;
+  const std::string shown = refusal.path("two?lines.wav");
+  refusal.check(1, "input '" + shown + "': ", {refusal.path("two\nlines.wav"), refusal.path("out.wav")});
+}
+
+TEST_CASE("inputs that are damaged or cut short") {
+  const Refusal refusal;
+  const std::string wav = fileBytes(refusal.path("in.wav"));
+  // 4000 frames of two bytes behind 44 bytes; half of them are 0.045 s at 44100 Hz.
+  refusal.checkInput("half.wav", wav.substr(0, 44 + 4000), "cut short: it ends after 0.045 s");
+  const auto bytesAs = [&](int format, std::size_t frames) {
+    writeSound(refusal.path("whole"), {44100, 1, format, noise(frames)});
+    return fileBytes(refusal.path("whole"));
+  };
+  const std::string aiff = bytesAs(SF_FORMAT_AIFF | SF_FORMAT_PCM_16, 4000);
+  refusal.checkInput("half.aiff", aiff.substr(0, aiff.size() - 4000), "cut short: it ends after 0.045 s");
+  const std::string flac = bytesAs(SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 40000);
+  refusal.checkInput("half.flac", flac.substr(0, flac.size() / 2), "damaged or cut short after ");
+  refusal.checkInput("holed.flac", replaced(flac, flac.size() / 2, std::string(300, '\x55')),
+                     "damaged or cut short after ");
+  const std::string ogg = bytesAs(SF_FORMAT_OGG | SF_FORMAT_VORBIS, 80000);
+  refusal.checkInput("holed.ogg", replaced(ogg, ogg.size() / 2, std::string(300, '\x55')),
+                     "damaged or cut short after ");
+}
+
+TEST_CASE("rates that the effect does not run at") {
+  // floor(0.016 * 62) = 0: the fades would have no length, the effect passes the sound through.
+  const Refusal refusal;
+  for (int rate : {1, 8, 62, 16777217, 2147483647}) {
+    writeSound(refusal.path("rate.wav"), {rate, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(4000)});
+    refusal.check(
+        1, "input '" + refusal.path("rate.wav") + "': ", {refusal.path("rate.wav"), refusal.path("out.wav")});
+  }
+}
+
+TEST_CASE("outputs that cannot be") {
+  const Refusal refusal;
+  const std::string in = refusal.path("in.wav");
+  refusal.check(1, "output '" + refusal.path("none/out.wav") + "': cannot write in ",
+                {in, refusal.path("none/out.wav")});
+  refusal.check(1, "output '/proc/out.wav': cannot write in '/proc'", {in, "/proc/out.wav"});
+  writeSound(refusal.path("many.wav"), {44100, 9, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(900)});
+  refusal.check(1, "output '" + refusal.path("out.flac") + "': FLAC cannot hold 9 channels at 44100 Hz; ",
+                {refusal.path("many.wav"), refusal.path("out.flac")});
+}
+
+TEST_CASE("modules that are none") {
+  const Refusal refusal;
+  const auto check = [&](const std::string& module, const std::string& wrong) {
+    refusal.check(1, "module '" + module + "': " + wrong,
+                  {refusal.path("in.wav"), refusal.path("out.wav"), "--module", module});
+    refusal.check(1, "module '" + module + "': " + wrong, {"--show", "--module", module});
+  };
+  check(refusal.path("none.so"), "no such file; ");
+  check(refusal.path("in.wav"), "not a module; ");
+  writeBytes(refusal.path("narrow.so"), "\x7f"
+                                        "ELF\x01" +
+                                            std::string(60, '\0'));
+  check(refusal.path("narrow.so"), "a 32-bit module; give a 64-bit treadshift.so");
+  writeBytes(refusal.path("broken.so"), "\x7f"
+                                        "ELF\x02" +
+                                            std::string(60, '\0'));
+  check(refusal.path("broken.so"), "cannot load ");
+}

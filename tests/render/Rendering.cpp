@@ -1,0 +1,171 @@
+// What the program writes is what the module gives a host that drives it block by block.
+#include "Program.h"
+#include "SoundFiles.h"
+#include "host/EffectRunner.h"
+
+#include <algorithm>
+#include <doctest/doctest.h>
+#include <functional>
+
+namespace {
+
+// A parameter as the host moves it: its value 0..1 at a time in seconds.
+struct Move {
+  int parameter;
+  std::function<double(double)> valueAt;
+};
+
+enum { kOn, kMode, kTone, kColor, kPedal };
+
+// The rule for hosts of this pedal: every block is given the values at its last frame, the first block's are
+// there before the rate is told.
+std::vector<double> drive(const std::vector<double>& in, int rateHz, int blockFrames,
+                          const std::vector<Move>& moves) {
+  EffectRunner effect(TREADSHIFT_MODULE);
+  const auto move = [&](std::size_t lastFrame) {
+    for (const Move& each : moves) {
+      effect.setParameter(each.parameter,
+                          static_cast<float>(each.valueAt(static_cast<double>(lastFrame) / rateHz)));
+    }
+  };
+  move(blockFrames - 1);
+  effect.setSampleRate(static_cast<float>(rateHz));
+  effect.setBlockSize(blockFrames);
+  effect.resume();
+  std::vector<double> out(in.size());
+  for (std::size_t start = 0; start < in.size(); start += blockFrames) {
+    const std::size_t frames = std::min<std::size_t>(blockFrames, in.size() - start);
+    move(start + frames - 1);
+    effect.process(in.data() + start, out.data() + start, static_cast<int>(frames));
+  }
+  return out;
+}
+
+std::vector<double> rendered(const Workspace& work, const Sound& sound, std::vector<std::string> options) {
+  writeSound(work.path("in.wav"), sound);
+  options.insert(options.begin(), {work.path("in.wav"), work.path("out.wav")});
+  const Outcome outcome = render(options);
+  REQUIRE(outcome.err == "");
+  REQUIRE(outcome.status == 0);
+  const Sound out = readSound(work.path("out.wav"));
+  CHECK(out.rateHz == sound.rateHz);
+  CHECK(out.channels == sound.channels);
+  CHECK(out.format == sound.format);
+  return out.samples;
+}
+
+Move constant(int parameter, double value) {
+  return {parameter, [value](double) { return value; }};
+}
+
+// The courses "0:0,0.1:1,0.3:0.25", "0:1,0.25:0", "0:1,0.07:6,0.2:4" and "0:1,0.15:0,0.22:1", written out.
+double pedalCourse(double t) {
+  if (t >= 0.3) return 0.25;
+  if (t >= 0.1) return 1.0 + (0.25 - 1.0) * ((t - 0.1) / (0.3 - 0.1));
+  return 0.0 + (1.0 - 0.0) * ((t - 0.0) / (0.1 - 0.0));
+}
+double toneCourse(double t) { return t >= 0.25 ? 0.0 : 1.0 + (0.0 - 1.0) * ((t - 0.0) / (0.25 - 0.0)); }
+double colorCourse(double t) { return t >= 0.2 ? 4.5 / 8 : t >= 0.07 ? 6.5 / 8 : 1.5 / 8; }
+double onCourse(double t) { return t >= 0.15 && t < 0.22 ? 0.0 : 1.0; }
+
+const std::vector<Move> kCourses = {
+    {kPedal, pedalCourse}, {kTone, toneCourse}, {kColor, colorCourse}, {kOn, onCourse}};
+const std::vector<std::string> kCourseOptions = {
+    "--pedal", "0:0,0.1:1,0.3:0.25", "--tone", "0:1,0.25:0",
+    "--color", "0:1,0.07:6,0.2:4",   "--on",   "0:1,0.15:0,0.22:1"};
+
+std::vector<std::string> with(std::vector<std::string> options, const std::vector<std::string>& more) {
+  options.insert(options.end(), more.begin(), more.end());
+  return options;
+}
+
+} // namespace
+
+TEST_CASE("without options the effect keeps its own settings, in blocks of 256") {
+  const Workspace work;
+  const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(10000)};
+  CHECK(rendered(work, in, {}) == drive(in.samples, 44100, 256, {}));
+}
+
+TEST_CASE("constants in each colour") {
+  const Workspace work;
+  const Sound in = {48000, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(12000)};
+  for (int color = 0; color < 8; ++color) {
+    CAPTURE(color);
+    const auto out = rendered(
+        work, in, {"--color", std::to_string(color), "--pedal", "0.7", "--tone", "0.4", "--mode", "bass"});
+    CHECK(out == drive(in.samples, 48000, 256,
+                       {constant(kColor, (color + 0.5) / 8), constant(kPedal, 0.7), constant(kTone, 0.4),
+                        constant(kMode, 1)}));
+  }
+}
+
+TEST_CASE("moving parameters in blocks of any size") {
+  const Workspace work;
+  const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(15000)};
+  for (int block : {1, 2, 64, 256, 1000, 15000, 20000}) {
+    CAPTURE(block);
+    const auto out = rendered(work, in, with(kCourseOptions, {"--block", std::to_string(block)}));
+    CHECK(out == drive(in.samples, 44100, block, kCourses));
+  }
+}
+
+TEST_CASE("rates from the lowest that the effect runs at") {
+  // Its shortest length in samples is that of the 16 ms fades: floor(0.016 * 63) = 1.
+  const Workspace work;
+  for (int rate : {63, 8000, 22050, 48000, 96000, 192000}) {
+    CAPTURE(rate);
+    const Sound in = {rate, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(5000)};
+    CHECK(rendered(work, in, kCourseOptions) == drive(in.samples, rate, 256, kCourses));
+  }
+}
+
+TEST_CASE("every channel runs through an effect of its own") {
+  const Workspace work;
+  constexpr int kChannels = 3;
+  constexpr std::size_t kFrames = 9000;
+  Sound in = {44100, kChannels, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, std::vector<double>(kFrames * kChannels)};
+  const std::vector<double> sources[kChannels] = {noise(kFrames, 1), std::vector<double>(kFrames),
+                                                  noise(kFrames, 2)};
+  for (std::size_t i = 0; i < in.samples.size(); ++i)
+    in.samples[i] = sources[i % kChannels][i / kChannels];
+  const Sound out = {44100, kChannels, in.format, rendered(work, in, kCourseOptions)};
+  for (int channel = 0; channel < kChannels; ++channel) {
+    CHECK(out.channel(channel) == drive(sources[channel], 44100, 256, kCourses));
+  }
+  const auto silent = out.channel(1);
+  CHECK(std::count(silent.begin(), silent.end(), 0.0) == static_cast<std::ptrdiff_t>(kFrames));
+}
+
+TEST_CASE("a float file gets the doubles rounded once") {
+  const Workspace work;
+  const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_FLOAT, noise(8000)};
+  auto expected = drive(in.samples, 44100, 256, kCourses);
+  for (double& sample : expected)
+    sample = static_cast<float>(sample);
+  CHECK(rendered(work, in, kCourseOptions) == expected);
+}
+
+TEST_CASE("a file of whole numbers gets the nearest ones") {
+  const Workspace work;
+  writeSound(work.path("in.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(8000)});
+  REQUIRE(render(with({work.path("in.wav"), work.path("out.wav")}, kCourseOptions)).status == 0);
+  const auto exact = drive(noise(8000), 44100, 256, kCourses);
+  const auto written = readWholeNumbers(work.path("out.wav"));
+  REQUIRE(written.size() == exact.size());
+  long wrong = 0;
+  for (std::size_t i = 0; i < exact.size(); ++i) {
+    const double nearest = std::clamp(exact[i] * 32768.0, -32768.0, 32767.0);
+    if (std::abs(written[i] / 65536 - nearest) > 0.5) ++wrong;
+  }
+  CHECK(wrong == 0);
+}
+
+TEST_CASE("a sound shorter than a block and one of a single frame") {
+  const Workspace work;
+  for (std::size_t frames : {1u, 2u, 255u, 256u, 257u}) {
+    CAPTURE(frames);
+    const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(frames)};
+    CHECK(rendered(work, in, kCourseOptions) == drive(in.samples, 44100, 256, kCourses));
+  }
+}

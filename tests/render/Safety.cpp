@@ -1,0 +1,198 @@
+// An output appears whole or not at all, and the input is never at risk.
+#include "Program.h"
+#include "SoundFiles.h"
+
+#include <algorithm>
+#include <csignal>
+#include <cstdlib>
+#include <doctest/doctest.h>
+#include <fcntl.h>
+#include <filesystem>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace {
+
+using Names = std::vector<std::string>;
+
+bool contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+void writeInput(const Workspace& work) {
+  writeSound(work.path("in.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(40000)});
+}
+
+unsigned permissions(const std::string& path) {
+  struct stat status = {};
+  REQUIRE(stat(path.c_str(), &status) == 0);
+  return status.st_mode & 07777;
+}
+
+} // namespace
+
+TEST_CASE("an existing output is replaced by a whole new one") {
+  const Workspace work;
+  writeInput(work);
+  writeBytes(work.path("out.wav"), "an older rendering");
+  CHECK(render({work.path("in.wav"), work.path("out.wav")}).status == 0);
+  CHECK(readSound(work.path("out.wav")).samples.size() == 40000);
+  CHECK(work.names() == Names{"in.wav", "out.wav"});
+}
+
+TEST_CASE("an existing output survives when the input turns out to be damaged") {
+  const Workspace work;
+  writeSound(work.path("whole.flac"), {44100, 1, SF_FORMAT_FLAC | SF_FORMAT_PCM_16, noise(40000)});
+  const std::string bytes = fileBytes(work.path("whole.flac"));
+  writeBytes(work.path("half.flac"), bytes.substr(0, bytes.size() / 2));
+  writeBytes(work.path("out.wav"), "an older rendering");
+  CHECK(render({work.path("half.flac"), work.path("out.wav")}).status == 1);
+  CHECK(fileBytes(work.path("out.wav")) == "an older rendering");
+  CHECK(work.names() == Names{"half.flac", "out.wav", "whole.flac"});
+}
+
+TEST_CASE("when there is no room nothing is left behind") {
+  const Workspace work;
+  writeInput(work);
+  for (const char* output : {"out.wav", "out.flac", "out.aiff", "out.ogg"}) {
+    CAPTURE(output);
+    writeBytes(work.path(output), "an older rendering");
+    Surroundings tight;
+    tight.largestFileBytes = 6000;
+    const Outcome outcome = render({work.path("in.wav"), work.path(output), "-q"}, tight);
+    CHECK(outcome.status == 1);
+    CHECK(contains(outcome.err, "treadshift-render: output '" + work.path(output) + "': cannot be written"));
+    CHECK(std::count(outcome.err.begin(), outcome.err.end(), '\n') == 1);
+    CHECK(fileBytes(work.path(output)) == "an older rendering");
+    fs::remove(work.path(output));
+    CHECK(work.names() == Names{"in.wav"});
+  }
+}
+
+TEST_CASE("the room runs out at any byte") {
+  const Workspace work;
+  writeSound(work.path("in.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(3000)});
+  for (const char* output : {"out.wav", "out.flac", "out.ogg"}) {
+    REQUIRE(render({work.path("in.wav"), work.path(output), "-q"}).status == 0);
+    const auto size = static_cast<long>(fileBytes(work.path(output)).size());
+    fs::remove(work.path(output));
+    for (long limit : {0L, 1L, 44L, 100L, size / 2, size - 1}) {
+      CAPTURE(output);
+      CAPTURE(limit);
+      Surroundings tight;
+      tight.largestFileBytes = limit;
+      CHECK(render({work.path("in.wav"), work.path(output), "-q"}, tight).status == 1);
+      CHECK(work.names() == Names{"in.wav"});
+    }
+  }
+}
+
+TEST_CASE("the input cannot be the output, under no name") {
+  const Workspace work;
+  writeInput(work);
+  const std::string bytes = fileBytes(work.path("in.wav"));
+  fs::create_hard_link(work.path("in.wav"), work.path("hard.wav"));
+  fs::create_symlink(work.path("in.wav"), work.path("soft.wav"));
+  for (const char* output : {"in.wav", "./in.wav", "hard.wav", "soft.wav"}) {
+    const Outcome outcome = render({work.path("in.wav"), work.path(output)});
+    CHECK(outcome.status == 1);
+    CHECK(contains(outcome.err, "the same file as the input; give another name\n"));
+  }
+  CHECK(fileBytes(work.path("in.wav")) == bytes);
+  CHECK(work.names() == Names{"hard.wav", "in.wav", "soft.wav"});
+}
+
+TEST_CASE("outputs that are no files stay what they are") {
+  const Workspace work;
+  writeInput(work);
+  fs::create_directory(work.path("folder.wav"));
+  REQUIRE(mkfifo(work.path("pipe.wav").c_str(), 0600) == 0);
+  CHECK(contains(render({work.path("in.wav"), work.path("folder.wav")}).err, "': a directory; "));
+  CHECK(contains(render({work.path("in.wav"), work.path("pipe.wav")}).err, "': not a regular file; "));
+  CHECK(fs::is_directory(work.path("folder.wav")));
+  CHECK(fs::is_fifo(work.path("pipe.wav")));
+  CHECK(work.names() == Names{"folder.wav", "in.wav", "pipe.wav"});
+}
+
+TEST_CASE("a link leads to its file and stays a link") {
+  const Workspace work;
+  writeInput(work);
+  writeBytes(work.path("real.wav"), "an older rendering");
+  fs::create_symlink("real.wav", work.path("link.wav"));
+  CHECK(render({work.path("in.wav"), work.path("link.wav")}).status == 0);
+  CHECK(fs::is_symlink(work.path("link.wav")));
+  CHECK(readSound(work.path("real.wav")).samples.size() == 40000);
+}
+
+TEST_CASE("permissions are those of the replaced file, or the usual ones") {
+  const Workspace work;
+  writeInput(work);
+  const mode_t before = umask(027);
+  CHECK(render({work.path("in.wav"), work.path("new.wav")}).status == 0);
+  umask(before);
+  CHECK(permissions(work.path("new.wav")) == 0640);
+  writeBytes(work.path("old.wav"), "an older rendering");
+  REQUIRE(chmod(work.path("old.wav").c_str(), 0604) == 0);
+  CHECK(render({work.path("in.wav"), work.path("old.wav")}).status == 0);
+  CHECK(permissions(work.path("old.wav")) == 0604);
+}
+
+// The input is a pipe that stays open, so the program waits in the middle of its work.
+TEST_CASE("a signal in the middle leaves nothing behind") {
+  for (int number : {SIGINT, SIGTERM, SIGHUP}) {
+    CAPTURE(number);
+    const Workspace work;
+    writeInput(work);
+    const std::string bytes = fileBytes(work.path("in.wav"));
+    fs::remove(work.path("in.wav"));
+    writeBytes(work.path("out.wav"), "an older rendering");
+    REQUIRE(mkfifo(work.path("in.wav").c_str(), 0600) == 0);
+    Program program({work.path("in.wav"), work.path("out.wav")});
+    const int input = open(work.path("in.wav").c_str(), O_WRONLY);
+    REQUIRE(write(input, bytes.data(), 20000) == 20000);
+    while (program.isRunning() && work.names().size() < 3)
+      usleep(1000); // until the unfinished output is there
+    program.signal(number);
+    const Outcome outcome = program.wait();
+    close(input);
+    CHECK(outcome.status == 128 + number);
+    CHECK(outcome.err == "treadshift-render: interrupted; no output was written\n");
+    CHECK(work.names() == Names{"in.wav", "out.wav"});
+    CHECK(fileBytes(work.path("out.wav")) == "an older rendering");
+  }
+}
+
+TEST_CASE("progress shows on a terminal, and not when quiet") {
+  if (!hasTerminals()) {
+    MESSAGE("not checked: there are no pseudo-terminals here");
+    return;
+  }
+  const Workspace work;
+  writeInput(work);
+  Surroundings terminal;
+  terminal.errorIsTerminal = true;
+  CHECK(contains(render({work.path("in.wav"), work.path("out.wav")}, terminal).err, " x real time"));
+  CHECK(render({work.path("in.wav"), work.path("out.wav"), "-q"}, terminal).err == "");
+}
+
+TEST_CASE("without a terminal the program says nothing when all is well") {
+  const Workspace work;
+  writeInput(work);
+  const Outcome piped = render({work.path("in.wav"), work.path("out.wav"), "--on", "off"});
+  CHECK(piped.err == "");
+  CHECK(piped.out == "");
+}
+
+TEST_CASE("a sound from a pipe is rendered to its end") {
+  const Workspace work;
+  writeInput(work);
+  const std::string bytes = fileBytes(work.path("in.wav"));
+  REQUIRE(mkfifo(work.path("pipe").c_str(), 0600) == 0);
+  Program program({work.path("pipe"), work.path("piped.wav")});
+  writeBytes(work.path("pipe"), bytes);
+  CHECK(program.wait().status == 0);
+  CHECK(render({work.path("in.wav"), work.path("direct.wav")}).status == 0);
+  CHECK(fileBytes(work.path("piped.wav")) == fileBytes(work.path("direct.wav")));
+}

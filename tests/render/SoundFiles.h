@@ -1,0 +1,24 @@
+// Sound files for the tests, written and read with libsndfile itself.
+#pragma once
+
+#include <sndfile.h>
+#include <string>
+#include <vector>
+
+struct Sound {
+  int rateHz = 44100;
+  int channels = 1;
+  int format = SF_FORMAT_WAV | SF_FORMAT_DOUBLE;
+  std::vector<double> samples; // channels interleaved
+
+  std::vector<double> channel(int index) const;
+};
+
+void writeSound(const std::string& path, const Sound& sound);
+Sound readSound(const std::string& path);
+
+// The samples as the file's whole numbers, in the upper bits of an int.
+std::vector<int> readWholeNumbers(const std::string& path);
+
+// Noise from -0.5 to 0.5 in 1/32768 steps, the same for the same seed.
+std::vector<double> noise(std::size_t count, unsigned seed = 1);
