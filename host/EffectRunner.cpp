@@ -10,28 +10,33 @@ constexpr std::size_t kTextBytes = 256;
 
 constexpr char kFactoryName[] = "getinterface";
 
+// The loader's last complaint without the path that it puts in front.
+std::string loadFault(const std::string& modulePath) {
+  const std::string fault = dlerror();
+  const std::string prefix = modulePath + ": ";
+  return fault.starts_with(prefix) ? fault.substr(prefix.size()) : fault;
+}
+
 } // namespace
 
 void EffectRunner::ModuleCloser::operator()(void* module) const { dlclose(module); }
 
 EffectRunner::EffectRunner(const std::string& modulePath, HostCallback callback)
     : module(dlopen(modulePath.c_str(), RTLD_NOW | RTLD_LOCAL)) {
-  if (!module) throw EffectError("cannot load module '" + modulePath + "': " + dlerror());
+  if (!module) throw EffectError("cannot be loaded (" + loadFault(modulePath) + ")");
   auto factory = reinterpret_cast<Factory>(dlsym(module.get(), kFactoryName));
-  if (!factory) {
-    throw EffectError("module '" + modulePath + "' exports no '" + kFactoryName +
-                      "'; a treadshift.so is needed");
-  }
+  if (!factory) throw EffectError(std::string("exports no '") + kFactoryName + "'");
   create(factory, callback);
 }
 
 EffectRunner::EffectRunner(Factory factory, HostCallback callback) { create(factory, callback); }
 
 void EffectRunner::create(Factory factory, HostCallback callback) {
-  if (!factory) throw EffectError("no factory was given to create an effect with");
+  if (!factory) throw EffectError("has no factory to create an effect with");
   handle.reset(factory(callback ? callback : answerAsHost));
-  if (!handle || !handle->effect) throw EffectError("the module's factory created no effect");
+  if (!handle || !handle->effect) throw EffectError("its factory created no effect");
   effect = handle->effect;
+  dispatch(kOpOpen);
 }
 
 EffectRunner::~EffectRunner() {

@@ -10,7 +10,7 @@
 #include <stdexcept>
 #include <string>
 
-// What went wrong while opening a module or creating an effect, as one line for a person to read.
+// What is wrong with a module or factory, in words that go on from its name: "exports no 'getinterface'".
 class EffectError : public std::runtime_error {
 public:
   using std::runtime_error::runtime_error;
@@ -23,14 +23,14 @@ class EffectRunner {
 public:
   using Factory = Q_TypeIF* (*)(HostCallback);
 
-  // Loads the module at `modulePath` (it must have this program's pointer width) and creates an effect
-  // through its factory `getinterface`. callback: the host's services; null stands for answerAsHost.
-  // Throws EffectError when the file cannot be loaded, exports no factory, or the factory answers null.
-  // [host] Allocates.
+  // Loads the module at `modulePath` (it must have this program's pointer width), creates an effect through
+  // its factory `getinterface` and opens it (opcode 0). callback: the host's services; null stands for
+  // answerAsHost. Throws EffectError when the file cannot be loaded, exports no factory, or the factory
+  // answers null. [host] Allocates.
   explicit EffectRunner(const std::string& modulePath, HostCallback callback = nullptr);
 
-  // Creates an effect through a factory that is already in memory; its code must outlive the runner.
-  // Throws EffectError when the factory is null or answers null. [host] Allocates.
+  // Creates and opens an effect through a factory that is already in memory; its code must outlive the
+  // runner. Throws EffectError when the factory is null or answers null. [host] Allocates.
   explicit EffectRunner(Factory factory, HostCallback callback = nullptr);
 
   // Closes the effect (opcode 1), deletes the handle, and lets go of the module. [host]

@@ -47,8 +47,6 @@ Renderer::Renderer(const std::string& modulePath, Controls moves, int fileRateHz
   sentValues.fill(std::numeric_limits<float>::quiet_NaN());
   for (int channel = 0; channel < channels; ++channel)
     effects.push_back(createEffect(modulePath));
-  for (const auto& effect : effects)
-    effect->dispatch(kOpOpen);
   moveControls((blockFrames - 1) / rateHz);
   for (const auto& effect : effects) {
     effect->setSampleRate(static_cast<float>(fileRateHz));

@@ -170,5 +170,5 @@ TEST_CASE("modules that are none") {
   writeBytes(refusal.path("broken.so"), "\x7f"
                                         "ELF\x02" +
                                             std::string(60, '\0'));
-  check(refusal.path("broken.so"), "cannot load ");
+  check(refusal.path("broken.so"), "cannot be loaded (");
 }
