@@ -39,7 +39,8 @@ ParamSwitch::~ParamSwitch() {
 }
 
 void ParamSwitch::prepareValueBuffer(int32_t samples) {
-  if (valueBuffer && samples == lastBlockSize) return;
+  const bool held = valueBuffer || samples == 0;
+  if (held && samples == lastBlockSize) return;
   delete[] valueBuffer;
   valueBuffer = nullptr;
   valueBuffer = new float[samples];

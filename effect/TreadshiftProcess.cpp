@@ -55,7 +55,8 @@ bool Treadshift::prepareBuffers(int32_t samples) noexcept try {
   return false;
 }
 
-// Parameters are read once here, so that one written during the block counts wholly in the next.
+// Parameters are read once here, so that one written during the block counts wholly in the next; only a
+// Color switch-over reads Color and PedalPos anew.
 Treadshift::BlockValues Treadshift::beginBlock(int32_t samples) {
   BlockValues block{};
   block.samples = samples;
@@ -154,8 +155,8 @@ void Treadshift::advanceTaps() {
   }
 }
 
-// Two one-pole branches side by side: the low one smooths, the high one, whose pole is negative, adds its
-// previous state where the low one subtracts it.
+// Two one-pole branches side by side, with poles k[0] and k[1]. Their signs differ on purpose: the high
+// branch adds the input to its previous state where the low one subtracts it.
 double Treadshift::filterTone(double x, int32_t i, const BlockValues& block) {
   double k[kToneCoefficients];
   for (int j = 0; j < kToneCoefficients; ++j)

@@ -66,7 +66,7 @@ TEST_CASE("a colour switch-over flips the sweep of a resting pedal") {
   duo.blocks(40, 256);
 }
 
-TEST_CASE("a colour switch-over flips the sweep; a later re-run in the block rewinds it") {
+TEST_CASE("a colour switch-over flips the sweep, and a later re-run in the block rewinds it") {
   Duo duo;
   playUpwardRowAtRest(duo);
   duo->setParameter(kColor, kRow3);

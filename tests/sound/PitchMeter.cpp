@@ -1,0 +1,88 @@
+#include "PitchMeter.h"
+
+#include "Player.h"
+
+#include <array>
+#include <cmath>
+
+namespace {
+
+constexpr int kUnknowns = 4; // cosine and sine of either tap
+using Row = std::array<double, kUnknowns>;
+
+double weight(double s) { return std::sin(0.5 * kPi * s); }
+
+// Normal equations of the fit, the right-hand side as the last column.
+struct Equations {
+  double matrix[kUnknowns][kUnknowns + 1] = {};
+  double power = 0.0;
+
+  void add(const Row& row, double y) {
+    for (int i = 0; i < kUnknowns; ++i) {
+      for (int j = 0; j < kUnknowns; ++j)
+        matrix[i][j] += row[i] * row[j];
+      matrix[i][kUnknowns] += row[i] * y;
+    }
+    power += y * y;
+  }
+};
+
+// Elimination with the diagonal as pivots; a tap that is silent throughout has none and is left out.
+double explainedPower(Equations equations) {
+  auto& m = equations.matrix;
+  double explained = 0.0;
+  for (int pivot = 0; pivot < kUnknowns; ++pivot) {
+    if (m[pivot][pivot] < 1e-9) continue;
+    for (int row = pivot + 1; row < kUnknowns; ++row) {
+      const double factor = m[row][pivot] / m[pivot][pivot];
+      for (int column = pivot; column <= kUnknowns; ++column)
+        m[row][column] -= factor * m[pivot][column];
+    }
+    explained += m[pivot][kUnknowns] * m[pivot][kUnknowns] / m[pivot][pivot];
+  }
+  return explained;
+}
+
+double residualAt(const std::vector<double>& sound, const std::vector<double>& sweep, double radians) {
+  Equations equations;
+  for (std::size_t n = 0; n < sound.size(); ++n) {
+    const double c = std::cos(radians * static_cast<double>(n)),
+                 s = std::sin(radians * static_cast<double>(n));
+    const double one = weight(sweep[n]), other = weight(1.0 - sweep[n]);
+    equations.add({one * c, one * s, other * c, other * s}, sound[n]);
+  }
+  return 1.0 - explainedPower(equations) / equations.power;
+}
+
+} // namespace
+
+PitchReading readPitch(const std::vector<double>& sound, const std::vector<double>& sweep, double expectedHz,
+                       double rateHz, double range) {
+  const auto residual = [&](double cents) {
+    return residualAt(sound, sweep, 2.0 * kPi * expectedHz / rateHz * std::exp2(cents / 1200.0));
+  };
+  double best = -range, least = 2.0;
+  for (double width = range, centre = 0.0; width > 0.02; width /= 5.0) {
+    for (int i = -10; i <= 10; ++i) {
+      const double cents = centre + width * i / 10.0;
+      const double here = residual(cents);
+      if (here < least) {
+        least = here;
+        best = cents;
+      }
+    }
+    centre = best;
+  }
+  return {best, least};
+}
+
+double crossingFrequency(const std::vector<double>& sound, double rateHz) {
+  double first = -1.0, last = -1.0;
+  int crossings = -1;
+  for (std::size_t n = 1; n < sound.size(); ++n) {
+    if (!(sound[n - 1] < 0.0 && sound[n] >= 0.0)) continue;
+    last = static_cast<double>(n) - sound[n] / (sound[n] - sound[n - 1]);
+    if (++crossings == 0) first = last;
+  }
+  return crossings * rateHz / (last - first);
+}

@@ -1,0 +1,56 @@
+// The eight colours and their mixes.
+#include "effect/ColorTable.h"
+#include "tests/unit/dsp/Bits.h"
+
+#include <cmath>
+#include <doctest/doctest.h>
+#include <initializer_list>
+#include <limits>
+
+namespace {
+
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+} // namespace
+
+TEST_CASE("each colour has its range and its mix") {
+  const ColorRange rows[8] = {{-100, 0, 1},     {0, 50, 3},     {0, 1200, 0},     {0, -2400, 0},
+                              {-1200, 1200, 3}, {-700, 500, 3}, {-6000, 1200, 2}, {-6000, 1200, 3}};
+  for (int row = 0; row < 8; ++row) {
+    CAPTURE(row);
+    CHECK(bitsOf(colorRange(row).centsAtHeel) == bitsOf(rows[row].centsAtHeel));
+    CHECK(bitsOf(colorRange(row).centsAtToe) == bitsOf(rows[row].centsAtToe));
+    CHECK(colorRange(row).mixMode == rows[row].mixMode);
+  }
+}
+
+TEST_CASE("a colour's interval holds its lower bound and not its upper one") {
+  for (int bound = 1; bound < 8; ++bound) {
+    const float value = 0.125f * static_cast<float>(bound);
+    CAPTURE(value);
+    CHECK(colorRow(value) == bound);
+    CHECK(colorRow(std::nextafter(value, 0.0f)) == bound - 1);
+    CHECK(colorRow(std::nextafter(value, 1.0f)) == bound);
+    CHECK(colorRow(value + 0.0625f) == bound);
+  }
+}
+
+TEST_CASE("values outside 0..1 take the outer colours, a not-a-number the last") {
+  for (float low : {0.0f, -0.0f, -1.0f, -kInfinity, std::numeric_limits<float>::denorm_min()})
+    CHECK(colorRow(low) == 0);
+  for (float high : {1.0f, 2.0f, 1e30f, kInfinity, std::numeric_limits<float>::quiet_NaN(),
+                     -std::numeric_limits<float>::quiet_NaN()})
+    CHECK(colorRow(high) == 7);
+}
+
+TEST_CASE("the mixes: shifted only, shifted gives way to dry, dry gives way, both in full") {
+  for (double p : {0.0, 0.25, 0.3, 0.5, 1.0, 1.5, -0.25}) {
+    const double expected[4][2] = {{0.0, 1.0}, {p, 1.0 - p}, {1.0 - p, 1.0}, {1.0, 1.0}};
+    for (int mode = 0; mode < 4; ++mode) {
+      CAPTURE(p);
+      CAPTURE(mode);
+      CHECK(bitsOf(mixGains(mode, p).dry) == bitsOf(expected[mode][0]));
+      CHECK(bitsOf(mixGains(mode, p).wet) == bitsOf(expected[mode][1]));
+    }
+  }
+}

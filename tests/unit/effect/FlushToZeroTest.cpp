@@ -1,0 +1,113 @@
+// The floating-point control word inside a block and after it, and what it does to tiny numbers.
+#include "dsp/FlushToZero.h"
+#include "ExposedTreadshift.h"
+#include "SpySweep.h"
+#include "tests/unit/dsp/Bits.h"
+
+#include <cmath>
+#include <doctest/doctest.h>
+#include <limits>
+#include <xmmintrin.h>
+
+namespace {
+
+constexpr unsigned kFlush = 0x8000;
+constexpr double kTiniest = std::numeric_limits<double>::denorm_min();
+constexpr double kLeastNormal = std::numeric_limits<double>::min();
+
+// Sets the word for a scope.
+class ControlWord {
+public:
+  explicit ControlWord(unsigned word) : before(_mm_getcsr()) { _mm_setcsr(word); }
+  ~ControlWord() { _mm_setcsr(before); }
+
+private:
+  unsigned before;
+};
+
+bool isDenormal(double x) { return x != 0.0 && std::fabs(x) < kLeastNormal; }
+
+} // namespace
+
+TEST_CASE("the guard sets the flush bit alone and puts the whole word back") {
+  for (unsigned word : {0x1F80u, 0x9F80u, 0x1FC0u, 0x7F80u, 0x1FBFu}) {
+    const ControlWord host(word);
+    {
+      const FlushToZero flush;
+      CHECK(_mm_getcsr() == (word | kFlush));
+      _mm_setcsr(0x1F80);
+    }
+    CHECK(_mm_getcsr() == word);
+  }
+}
+
+TEST_CASE("a block runs with the flush bit set and hands the host's word back whole") {
+  for (unsigned word : {0x1F80u, 0x9F80u, 0x1FC0u, 0x1F81u}) {
+    CAPTURE(word);
+    ExposedTreadshift e(44100.0f, 1.0f, 0.8f, 0.5f, 0.3f);
+    e.block(testSound(10));
+    SpySweep& spy = spyOn(e);
+    e.setParameter(kPedalPos, 0.9f);
+    const std::vector<double> input = testSound(50);
+    std::vector<double> output(50);
+    double* in[] = {const_cast<double*>(input.data())};
+    double* out[] = {output.data()};
+    int calls = 0, flushed = 0;
+    unsigned after;
+    {
+      const ControlWord host(word);
+      spy.meanwhile = [&] {
+        ++calls;
+        flushed += (_mm_getcsr() & ~0x3Fu) == ((word | kFlush) & ~0x3Fu); // but for sticky flags
+      };
+      e.processDoubleReplacing(in, out, 50);
+      after = _mm_getcsr();
+    }
+    CHECK(after == word);
+    CHECK(calls > 40);
+    CHECK(flushed == calls);
+  }
+}
+
+TEST_CASE("off clears denormal input and keeps everything else, signs included") {
+  ExposedTreadshift e(44100.0f, 0.0f, 0.8f, 0.5f, 0.0f);
+  const std::vector<double> input = {kTiniest,      -kTiniest, 1e-310, -1e-310, kLeastNormal,
+                                     -kLeastNormal, 0.0,       -0.0,   1.0,     1e308};
+  const std::vector<double> expected = {0.0,           -0.0, 0.0,  -0.0, kLeastNormal,
+                                        -kLeastNormal, 0.0,  -0.0, 1.0,  1e308};
+  const std::vector<double> output = e.block(input);
+  CHECK(differences(output.data(), expected.data(), 10) == 0);
+}
+
+TEST_CASE("on clears denormal input on the dry path") {
+  ExposedTreadshift e(44100.0f, 1.0f, 0.8f, kDryOnlyColor, kDryOnlyPedal);
+  for (double x : {kTiniest, -1e-310})
+    CHECK(e.sample(x) == 0.0);
+}
+
+TEST_CASE("tails end in zeros: no state is ever denormal") {
+  ExposedTreadshift e(8000.0f, 1.0f, 0.8f, colorOfRow(4), 0.0f);
+  e.block(testSound(2000));
+  const std::vector<double> silence(500, 0.0);
+  for (int block = 0; block < 200; ++block) { // 12 s; the delay line forgets in 2
+    for (double y : e.block(silence))
+      CHECK(!isDenormal(y));
+    CHECK(!isDenormal(e.shiftFilter->state1));
+    CHECK(!isDenormal(e.toneLowState));
+    CHECK(!isDenormal(e.toneHighState));
+  }
+  CHECK(e.toneLowState == 0.0);
+  CHECK(e.shiftFilter->state1 == 0.0);
+}
+
+TEST_CASE("the pedal smoother comes down to exactly 0") {
+  ExposedTreadshift e(8000.0f, 1.0f, 0.8f, colorOfRow(4), 0.01f);
+  e.block(testSound(100));
+  e.setParameter(kPedalPos, 0.0f);
+  int block = 0;
+  for (; block < 20000 && e.lastSmoothedPedal != 0.0; ++block) {
+    e.block(testSound(16));
+    CHECK(!isDenormal(e.pedalSmoother->state1));
+  }
+  CHECK(e.lastSmoothedPedal == 0.0);
+}

@@ -1,0 +1,251 @@
+// The curves: every kind against its formula, with the roundings to single precision where they belong.
+#include "effect/ParamCurve.h"
+#include "tests/support/Allocations.h"
+#include "tests/unit/dsp/Bits.h"
+
+#include <cmath>
+#include <cstddef>
+#include <doctest/doctest.h>
+#include <functional>
+#include <limits>
+#include <new>
+#include <vector>
+
+namespace {
+
+struct Bounds {
+  double lo, hi;
+};
+
+const std::vector<Bounds> kBounds = {{0.998, 0.749}, {0.0, 0.965}, {6.0, 0.0}, {0.3, 0.3}, {-2.5, 7.1}};
+
+std::vector<float> values() {
+  std::vector<float> all = {0.0f, 1.0f, -0.5f, 1.5f};
+  for (int i = 1; i < 200; ++i)
+    all.push_back(static_cast<float>(i) / 200.0f);
+  return all;
+}
+
+// Rounds a step to single precision whatever the compiler thinks of it.
+float single(double x) {
+  volatile float rounded = static_cast<float>(x);
+  return rounded;
+}
+
+float mirrored(const Bounds& bounds, float value) {
+  return bounds.lo < bounds.hi ? single(1.0 - static_cast<double>(value)) : value;
+}
+
+// A sum, difference or product of two floats is exact or has one rounding in doubles that the rounding to
+// float absorbs, so a step in doubles narrowed at once is the step in floats.
+double mapped(const Bounds& bounds, float f) {
+  const float a = single(bounds.lo), b = single(bounds.hi);
+  const float least = a < b ? a : b, most = a < b ? b : a;
+  const float span = single(static_cast<double>(most) - static_cast<double>(least));
+  const float part = single(static_cast<double>(f) * static_cast<double>(span));
+  return single(static_cast<double>(least) + static_cast<double>(part));
+}
+
+// Checks a curve against f of x, f already narrowed.
+void checkCurve(const ParamCurve& curve, const Bounds& bounds, const std::function<float(float)>& f) {
+  for (float value : values()) {
+    CAPTURE(value);
+    const double expected = mapped(bounds, f(mirrored(bounds, value)));
+    const double actual = curve.evaluate(value);
+    if (std::isnan(expected))
+      CHECK(std::isnan(actual));
+    else
+      CHECK(bitsOf(actual) == bitsOf(expected));
+  }
+}
+
+template <typename Field> std::ptrdiff_t offsetIn(const ParamCurve& curve, const Field& field) {
+  return reinterpret_cast<const char*>(&field) - reinterpret_cast<const char*>(&curve);
+}
+
+} // namespace
+
+TEST_CASE("kind 0: offset plus scale times a power, formed in double, narrowed once") {
+  struct Row {
+    float scale, centre, offset, exponent;
+  };
+  for (const Row& row : {Row{1.0f, 0.0f, 0.0f, 3.0f}, Row{-8.0f, 0.35f, 1.0f, 3.0f},
+                         Row{0.7f, 0.1f, 0.2f, 2.5f}, Row{3.0f, 0.0f, -1.0f, 0.1f}}) {
+    for (const Bounds& bounds : kBounds) {
+      const ParamCurve curve(0, bounds.lo, bounds.hi, row.scale, row.centre, row.offset, row.exponent);
+      checkCurve(curve, bounds, [&](float x) {
+        const double base = single(static_cast<double>(x) - static_cast<double>(row.centre));
+        const double power = std::pow(base, static_cast<double>(row.exponent));
+        return single(static_cast<double>(row.offset) + static_cast<double>(row.scale) * power);
+      });
+    }
+  }
+}
+
+TEST_CASE("kind 0 shows its roundings: base in single, the rest in double") {
+  const ParamCurve curve(0, 1.0, 0.0, -8.0f, 0.35f, 1.0f, 3.0f); // bounds 0 and 1: the result is f
+  int wideBase = 0, narrowPower = 0;
+  for (float value : values()) {
+    const double wide = static_cast<double>(value) - static_cast<double>(0.35f);
+    const double base = single(wide);
+    const double actual = curve.evaluate(value);
+    wideBase += bitsOf(actual) != bitsOf(static_cast<double>(single(1.0 - 8.0 * std::pow(wide, 3.0))));
+    const double narrowed = single(-8.0 * static_cast<double>(single(std::pow(base, 3.0))));
+    narrowPower += bitsOf(actual) != bitsOf(static_cast<double>(single(1.0 + narrowed)));
+  }
+  CHECK(wideBase > 0); // other roundings are told apart by these values
+  CHECK(narrowPower > 0);
+}
+
+TEST_CASE("kind 1: x to the root of 2, all in single precision") {
+  CHECK(bitsOf(single(std::sqrt(2.0))) == 0x3FB504F3);
+  for (const Bounds& bounds : kBounds) {
+    const ParamCurve curve(1, bounds.lo, bounds.hi, 5.0f, 6.0f, 7.0f, 8.0f);
+    checkCurve(curve, bounds, [](float x) { return ::powf(x, 1.41421354f); });
+  }
+}
+
+TEST_CASE("kind 2: arctangent about the centre, its inner product in single, its quotient in double") {
+  for (float scale : {2.5f, 0.3f, -1.7f}) {
+    for (float centre : {0.5f, 0.2f}) {
+      for (const Bounds& bounds : kBounds) {
+        const ParamCurve curve(2, bounds.lo, bounds.hi, scale, centre, 9.0f, 9.0f);
+        checkCurve(curve, bounds, [&](float x) {
+          const float distance = single(static_cast<double>(x) - static_cast<double>(centre));
+          const float angle = single(2.0 * static_cast<double>(scale) * static_cast<double>(distance));
+          const double half = ::atanf(scale);
+          return single((std::atan(static_cast<double>(angle)) + half) / (2.0 * half));
+        });
+      }
+    }
+  }
+}
+
+TEST_CASE("kind 3: a polynomial, ascending powers of x added up in single precision") {
+  const std::vector<std::vector<float>> polynomials = {
+      {0.7f}, {2.0f, -0.3f}, {0.1f, 0.2f, 0.3f}, {-1.5f, 0.25f, 1.0f, -0.125f, 0.6f}};
+  for (const auto& coefficients : polynomials) {
+    for (const Bounds& bounds : kBounds) {
+      ParamCurve curve(3, bounds.lo, bounds.hi, 1.0f, 2.0f, 3.0f, 4.0f);
+      curve.setPolynomial(coefficients.data(), static_cast<int32_t>(coefficients.size()));
+      checkCurve(curve, bounds, [&](float x) {
+        float sum = coefficients.back();
+        float power = 1.0f;
+        for (std::size_t i = 1; i < coefficients.size(); ++i) {
+          power = single(static_cast<double>(power) * static_cast<double>(x));
+          const float term = single(static_cast<double>(*(coefficients.rbegin() + i)) * power);
+          sum = single(static_cast<double>(sum) + static_cast<double>(term));
+        }
+        return sum;
+      });
+    }
+  }
+}
+
+TEST_CASE("a polynomial by hand: 2 x^2 + 3 x + 4, highest power first") {
+  const float coefficients[] = {2.0f, 3.0f, 4.0f};
+  ParamCurve curve(3, 1.0, 0.0, 0.0f, 0.0f, 0.0f, 0.0f);
+  curve.setPolynomial(coefficients, 3);
+  CHECK(curve.evaluate(0.0f) == 4.0);
+  CHECK(curve.evaluate(1.0f) == 9.0);
+  CHECK(curve.evaluate(0.5f) == 6.0);
+  CHECK(curve.order == 3);
+  CHECK(curve.coeffs != coefficients); // a copy
+  CHECK(curve.coeffs[0] == 2.0f);
+}
+
+TEST_CASE("any other kind maps the value itself to the bounds") {
+  for (int32_t kind : {4, -1, 100, std::numeric_limits<int32_t>::min()}) {
+    for (const Bounds& bounds : kBounds) {
+      const ParamCurve curve(kind, bounds.lo, bounds.hi, 5.0f, 6.0f, 7.0f, 8.0f);
+      checkCurve(curve, bounds, [](float x) { return x; });
+    }
+  }
+}
+
+TEST_CASE("a rising curve is mirrored, a falling or flat one is not") {
+  const ParamCurve rising(9, 2.0, 6.0, 0, 0, 0, 0), falling(9, 6.0, 2.0, 0, 0, 0, 0);
+  CHECK(rising.evaluate(0.25f) == 5.0);  // 2 + 0.75 * 4
+  CHECK(falling.evaluate(0.25f) == 3.0); // 2 + 0.25 * 4
+}
+
+TEST_CASE("bounds are compared in double and used in single precision") {
+  // 1 and 1 + 2^-40 are the same float: the curve is mirrored and flat
+  const ParamCurve curve(9, 1.0, 1.0 + 0x1p-40, 0, 0, 0, 0);
+  CHECK(bitsOf(curve.evaluate(0.25f)) == bitsOf(1.0));
+  const ParamCurve narrowed(9, 0.998, 0.0, 0, 0, 0, 0);
+  CHECK(bitsOf(narrowed.evaluate(1.0f)) == bitsOf(static_cast<double>(0.998f)));
+}
+
+TEST_CASE("the order of the last step: difference, product, sum, each rounded to single") {
+  const ParamCurve curve(9, 1.0, 0x1p-24, 0, 0, 0, 0);
+  // 1 - 2^-24 is a float; times 1 and plus 2^-24 it is exactly 1
+  CHECK(bitsOf(curve.evaluate(1.0f)) == bitsOf(1.0));
+  const ParamCurve far(9, 0x1p25, 1.0, 0, 0, 0, 0);
+  // 2^25 - 1 rounds to 2^25, and 1 + 2^25 to 2^25
+  CHECK(bitsOf(far.evaluate(1.0f)) == bitsOf(0x1p25));
+  CHECK(bitsOf(far.evaluate(0x1p-25f)) == bitsOf(2.0));
+}
+
+TEST_CASE("no coefficients give f of 0, and null sources and counts below 1 take them away") {
+  const float coefficients[] = {1.0f, 2.0f};
+  const long before = allocations::live();
+  {
+    ParamCurve curve(3, 9.0, 5.0, 0, 0, 0, 0);
+    CHECK(curve.coeffs == nullptr);
+    CHECK(curve.order == 0);
+    CHECK(curve.evaluate(0.5f) == 5.0);
+    const auto giveAndTake = [&](const float* source, int32_t count) {
+      curve.setPolynomial(coefficients, 2);
+      CHECK(curve.order == 2);
+      curve.setPolynomial(source, count);
+      CHECK(curve.coeffs == nullptr);
+      CHECK(curve.order == 0);
+      CHECK(curve.evaluate(0.5f) == 5.0);
+    };
+    giveAndTake(nullptr, 2);
+    giveAndTake(nullptr, 0);
+    giveAndTake(coefficients, 0);
+    giveAndTake(coefficients, -1);
+    giveAndTake(coefficients, std::numeric_limits<int32_t>::min());
+    curve.setPolynomial(coefficients, 2);
+    CHECK(allocations::live() == before + 1); // one set at a time
+    curve.setPolynomial(curve.coeffs, 1);     // from itself
+    CHECK(curve.evaluate(0.5f) == 9.0);
+  }
+  CHECK(allocations::live() == before);
+}
+
+TEST_CASE("coefficients that cannot be had leave the curve as it was") {
+  const float coefficients[] = {1.0f, 2.0f, 3.0f};
+  ParamCurve curve(3, 1.0, 0.0, 0, 0, 0, 0);
+  curve.setPolynomial(coefficients, 2);
+  {
+    const allocations::FailNth next(1);
+    CHECK_THROWS_AS(curve.setPolynomial(coefficients, 3), std::bad_alloc);
+  }
+  CHECK(curve.order == 2);
+  CHECK(curve.evaluate(1.0f) == 3.0);
+}
+
+TEST_CASE("a curve's fields stand in order") {
+  const ParamCurve curve(0, 1, 2, 3, 4, 5, 6);
+  const std::ptrdiff_t offsets[] = {
+      offsetIn(curve, curve.coeffs), offsetIn(curve, curve.kind),     offsetIn(curve, curve.lo),
+      offsetIn(curve, curve.hi),     offsetIn(curve, curve.scale),    offsetIn(curve, curve.centre),
+      offsetIn(curve, curve.offset), offsetIn(curve, curve.exponent), offsetIn(curve, curve.order)};
+  CHECK(offsets[0] == 0);
+  for (int i = 1; i < 9; ++i)
+    CHECK(offsets[i] > offsets[i - 1]);
+}
+
+TEST_CASE("evaluating allocates nothing and takes any number") {
+  const long before = allocations::taken();
+  for (int32_t kind : {0, 1, 2, 3, 4}) {
+    const ParamCurve curve(kind, 1.0, 0.0, 2.5f, 0.5f, 0.0f, 3.0f);
+    curve.evaluate(std::numeric_limits<float>::infinity());
+    curve.evaluate(std::numeric_limits<float>::quiet_NaN());
+    curve.evaluate(-1e30f);
+  }
+  CHECK(allocations::taken() == before);
+}

@@ -1,0 +1,285 @@
+// The fade switch alone: its tables, and every way from state to state.
+#include "effect/ParamSwitch.h"
+#include "tests/support/Allocations.h"
+#include "tests/unit/dsp/Bits.h"
+
+#include <cstddef>
+#include <doctest/doctest.h>
+#include <limits>
+#include <new>
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr double kFiveSamples = 312.5; // Hz: 0.016 s are five samples exactly
+
+// A switch of five samples in a given state. lastValue: 0.
+struct Prepared {
+  ParamSwitch fade{kFiveSamples, 0.0f};
+
+  Prepared(int32_t state, int32_t position, float lastValue = 0.0f) {
+    fade.state = state;
+    fade.position = position;
+    fade.lastValue = lastValue;
+  }
+};
+
+// What a block of On/Off leaves: gains in fifths and values, as text that a reader can check.
+std::string playedOnOff(ParamSwitch& fade, float value, int samples) {
+  std::vector<double> gains(samples);
+  fade.prepareValueBuffer(samples);
+  fade.playOnOff(value, samples, gains.data());
+  std::string text;
+  for (int i = 0; i < samples; ++i) {
+    const int fifths = static_cast<int>(gains[i] * 5.0 + 0.5);
+    text += std::to_string(fifths) + (fade.valueBuffer[i] == 1.0f ? "+ " : "- ");
+  }
+  return text;
+}
+
+std::string playedColor(ParamSwitch& fade, float value, int samples) {
+  std::vector<double> gains(samples);
+  fade.playColor(value, samples, gains.data());
+  std::string text;
+  for (double gain : gains)
+    text += std::to_string(static_cast<int>(gain * 5.0 + 0.5)) + " ";
+  return text;
+}
+
+template <typename Field> std::ptrdiff_t offsetIn(const ParamSwitch& fade, const Field& field) {
+  return reinterpret_cast<const char*>(&field) - reinterpret_cast<const char*>(&fade);
+}
+
+} // namespace
+
+TEST_CASE("a fade lasts the whole samples in 16 ms") {
+  CHECK(ParamSwitch::fadeLength(44100.0) == 705);
+  CHECK(ParamSwitch::fadeLength(48000.0) == 768);
+  CHECK(ParamSwitch::fadeLength(96000.0) == 1536);
+  CHECK(ParamSwitch::fadeLength(44100.5) == 705);
+  CHECK(ParamSwitch::fadeLength(62.5) == 1);
+  CHECK(ParamSwitch::fadeLength(62.0) == 0);
+  CHECK(ParamSwitch::fadeLength(0.0) == 0);
+  CHECK(ParamSwitch::fadeLength(-1.0) == -1); // floor, not truncation
+  for (double none :
+       {1e20, -1e20, std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()})
+    CHECK(ParamSwitch::fadeLength(none) < 1);
+}
+
+TEST_CASE("fade tables are multiples of the reciprocal, which other ways of dividing do not give") {
+  for (double rate : {44100.0, 48000.0, 96000.0, 62.5}) {
+    const ParamSwitch fade(rate, 0.0f);
+    const int32_t N = fade.length;
+    const double reciprocal = 1.0 / N;
+    int divided = 0;
+    for (int32_t k = 0; k < N; ++k) {
+      CHECK(bitsOf(fade.fadeInTable[k]) == bitsOf(k * reciprocal));
+      CHECK(bitsOf(fade.fadeOutTable[k]) == bitsOf((N - k) * reciprocal));
+      divided += bitsOf(fade.fadeInTable[k]) != bitsOf(static_cast<double>(k) / N);
+    }
+    CHECK(fade.fadeInTable[0] == 0.0);
+    CHECK(fade.fadeOutTable[0] == 1.0);
+    if (N == 705) CHECK(divided > 0);
+  }
+}
+
+TEST_CASE("a new switch is idle at the value it was given") {
+  const ParamSwitch fade(44100.0, 0.625f);
+  CHECK(fade.length == 705);
+  CHECK(bitsOf(fade.lengthExact) == bitsOf(705.0));
+  CHECK(bitsOf(fade.fadeTime) == bitsOf(0.016));
+  CHECK(bitsOf(fade.sampleRate) == bitsOf(44100.0));
+  CHECK(bitsOf(fade.steadyGain) == bitsOf(1.0));
+  CHECK(fade.position == 0);
+  CHECK(fade.lastBlockSize == 0);
+  CHECK(fade.lastValue == 0.625f);
+  CHECK(fade.valueBuffer == nullptr);
+  CHECK(fade.state == ParamSwitch::kIdle);
+}
+
+TEST_CASE("a switch's fields stand in order") {
+  const ParamSwitch f(44100.0, 0.0f);
+  const std::ptrdiff_t offsets[] = {
+      offsetIn(f, f.length),       offsetIn(f, f.lengthExact), offsetIn(f, f.fadeTime),
+      offsetIn(f, f.sampleRate),   offsetIn(f, f.steadyGain),  offsetIn(f, f.fadeInTable),
+      offsetIn(f, f.fadeOutTable), offsetIn(f, f.position),    offsetIn(f, f.lastBlockSize),
+      offsetIn(f, f.lastValue),    offsetIn(f, f.valueBuffer), offsetIn(f, f.state)};
+  CHECK(offsets[0] == 0);
+  for (int i = 1; i < 12; ++i)
+    CHECK(offsets[i] > offsets[i - 1]);
+}
+
+TEST_CASE("On/Off, every state, with and without a change") {
+  struct Row {
+    const char* what;
+    int32_t state, position;
+    float lastValue, value;
+    const char* gains; // in fifths, with the on (+) or off (-) in force
+    int32_t endState, endPosition;
+  };
+  const Row rows[] = {
+      {"idle, no change", 0, 0, 1, 1, "5+ 5+ 5+ ", 0, 0},
+      {"idle and off, no change", 0, 0, 0, 0, "5- 5- 5- ", 0, 0},
+      {"idle, turned off: out on the old side", 0, 0, 1, 0, "5+ 4+ 3+ ", 1, 3},
+      {"idle, turned on: out on the old side", 0, 0, 0, 1, "5- 4- 3- ", 1, 3},
+      {"fading out, no change", 1, 1, 0, 0, "4+ 3+ 2+ ", 1, 4},
+      {"fading out over the silence", 1, 3, 0, 0, "2+ 1+ 0- ", 2, 1},
+      {"fading out, changed: plays on, the other old side", 1, 1, 0, 1, "4- 3- 2- ", 1, 4},
+      {"fading in, no change", 2, 1, 0, 0, "1- 2- 3- ", 2, 4},
+      {"fading in to the end", 2, 3, 1, 1, "3+ 4+ 5+ ", 0, 0},
+      {"fading in, changed: out from the same place", 2, 2, 0, 1, "3- 2- 1- ", 2, 0},
+  };
+  for (const Row& row : rows) {
+    INFO(row.what);
+    Prepared prepared(row.state, row.position, row.lastValue);
+    CHECK(playedOnOff(prepared.fade, row.value, 3) == row.gains);
+    CHECK(prepared.fade.state == row.endState);
+    CHECK(prepared.fade.position == row.endPosition);
+    CHECK(prepared.fade.lastValue == row.value);
+    CHECK(prepared.fade.lastBlockSize == 3);
+  }
+}
+
+TEST_CASE("Color, every state, with and without a change") {
+  struct Row {
+    const char* what;
+    int32_t state, position;
+    float lastValue, value;
+    const char* gains; // in fifths
+    int32_t endState, endPosition;
+  };
+  const Row rows[] = {
+      {"idle, no change", 0, 0, 0.5f, 0.5f, "5 5 5 ", 0, 0},
+      {"idle, changed", 0, 0, 0.5f, 0.6f, "5 4 3 ", 1, 3},
+      {"fading out, no change", 1, 1, 0.5f, 0.5f, "4 3 2 ", 1, 4},
+      {"fading out, changed: forgotten", 1, 1, 0.5f, 0.6f, "4 3 2 ", 1, 4},
+      {"over the silence", 1, 4, 0.5f, 0.5f, "1 0 1 ", 2, 2},
+      {"fading in, no change", 2, 2, 0.5f, 0.5f, "2 3 4 ", 0, 0},
+      {"fading in, changed: forgotten", 2, 1, 0.5f, 0.6f, "1 2 3 ", 2, 4},
+  };
+  for (const Row& row : rows) {
+    INFO(row.what);
+    Prepared prepared(row.state, row.position, row.lastValue);
+    CHECK(playedColor(prepared.fade, row.value, 3) == row.gains);
+    CHECK(prepared.fade.state == row.endState);
+    CHECK(prepared.fade.position == row.endPosition);
+    CHECK(prepared.fade.lastValue == row.value);
+    CHECK(prepared.fade.lastBlockSize == 3);
+    CHECK(prepared.fade.valueBuffer == nullptr);
+  }
+}
+
+TEST_CASE("a whole toggle: out to one fifth, in from nothing to four fifths, then still") {
+  Prepared prepared(0, 0, 1.0f);
+  CHECK(playedOnOff(prepared.fade, 0.0f, 12) == "5+ 4+ 3+ 2+ 1+ 0- 1- 2- 3- 4- 5- 5- ");
+  CHECK(prepared.fade.state == 0);
+}
+
+TEST_CASE("toggling back while fading out ends on the side it came from, through the silence") {
+  Prepared prepared(0, 0, 1.0f);
+  CHECK(playedOnOff(prepared.fade, 0.0f, 2) == "5+ 4+ ");
+  CHECK(playedOnOff(prepared.fade, 1.0f, 9) == "3- 2- 1- 0+ 1+ 2+ 3+ 4+ 5+ ");
+}
+
+TEST_CASE("fades are the same whatever the blocks") {
+  for (int blockSize : {1, 2, 3, 5, 7}) {
+    Prepared prepared(0, 0, 1.0f);
+    std::string text;
+    for (int done = 0; done < 12; done += blockSize)
+      text += playedOnOff(prepared.fade, 0.0f, blockSize);
+    CHECK(text.substr(0, 36) == "5+ 4+ 3+ 2+ 1+ 0- 1- 2- 3- 4- 5- 5- ");
+  }
+}
+
+TEST_CASE("a value that is neither on nor off has on as its old side, and itself in the buffer") {
+  Prepared prepared(0, 0, 1.0f);
+  std::vector<double> gains(7);
+  prepared.fade.prepareValueBuffer(7);
+  prepared.fade.playOnOff(0.5f, 7, gains.data());
+  for (int i = 0; i < 5; ++i)
+    CHECK(prepared.fade.valueBuffer[i] == 1.0f);
+  CHECK(prepared.fade.valueBuffer[5] == 0.5f);
+  CHECK(prepared.fade.valueBuffer[6] == 0.5f);
+}
+
+TEST_CASE("the idle gain of On/Off is the record's, that of Color always 1") {
+  Prepared prepared(0, 0, 1.0f);
+  prepared.fade.steadyGain = 0.6;
+  CHECK(playedOnOff(prepared.fade, 1.0f, 2) == "3+ 3+ ");
+  CHECK(playedColor(prepared.fade, 1.0f, 2) == "5 5 ");
+}
+
+TEST_CASE("a value that is not a number changes with every block") {
+  const float nan = std::numeric_limits<float>::quiet_NaN();
+  Prepared onOff(2, 2, nan);
+  CHECK(playedOnOff(onOff.fade, nan, 2) == "3+ 2+ "); // counts as a change: out from the same place
+  Prepared color(0, 0, nan);
+  CHECK(playedColor(color.fade, nan, 2) == "5 4 ");
+}
+
+TEST_CASE("0 and -0 are the same value") {
+  Prepared prepared(0, 0, 0.0f);
+  CHECK(playedColor(prepared.fade, -0.0f, 2) == "5 5 ");
+  CHECK(bitsOf(prepared.fade.lastValue) == bitsOf(-0.0f));
+}
+
+TEST_CASE("an empty block counts the value as seen and starts the fade") {
+  Prepared prepared(0, 0, 1.0f);
+  CHECK(playedOnOff(prepared.fade, 0.0f, 0).empty());
+  CHECK(prepared.fade.state == 1);
+  CHECK(prepared.fade.position == 0);
+  CHECK(prepared.fade.lastValue == 0.0f);
+  CHECK(prepared.fade.lastBlockSize == 0);
+}
+
+TEST_CASE("a fade of one sample goes from full to nothing to full") {
+  ParamSwitch fade(62.5, 0.0f);
+  CHECK(playedColor(fade, 1.0f, 4) == "5 0 5 5 ");
+}
+
+TEST_CASE("the value buffer is made anew when the block size changes, and only then") {
+  ParamSwitch fade(kFiveSamples, 0.0f);
+  const auto taken = [&](int samples) {
+    const long before = allocations::taken();
+    std::vector<double> gains;
+    fade.prepareValueBuffer(samples);
+    const long count = allocations::taken() - before;
+    gains.resize(samples);
+    fade.playOnOff(0.0f, samples, gains.data());
+    return count;
+  };
+  CHECK(taken(8) == 1);
+  CHECK(taken(8) == 0);
+  CHECK(taken(4) == 1);
+  CHECK(taken(8) == 1);
+  CHECK(taken(0) == 1);
+  CHECK(taken(0) == 0);
+}
+
+TEST_CASE("a value buffer that cannot be had is asked for again") {
+  ParamSwitch fade(kFiveSamples, 0.0f);
+  playedOnOff(fade, 0.0f, 8);
+  {
+    const allocations::FailNth next(1);
+    CHECK_THROWS_AS(fade.prepareValueBuffer(4), std::bad_alloc);
+  }
+  CHECK(fade.valueBuffer == nullptr);
+  fade.prepareValueBuffer(8);
+  CHECK(fade.valueBuffer != nullptr);
+}
+
+TEST_CASE("a switch frees what it holds and leaks nothing when it cannot be built") {
+  const long before = allocations::live();
+  {
+    ParamSwitch fade(kFiveSamples, 0.0f);
+    playedOnOff(fade, 1.0f, 8);
+    CHECK(allocations::live() == before + 3);
+  }
+  CHECK(allocations::live() == before);
+  for (long failing : {1, 2}) {
+    const allocations::FailNth failure(failing);
+    CHECK_THROWS_AS(ParamSwitch(kFiveSamples, 0.0f), std::bad_alloc);
+  }
+  CHECK(allocations::live() == before);
+}
