@@ -21,6 +21,7 @@ constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE};
 char unfinishedPath[PATH_MAX] = "";
 
 void endBySignal(int number) {
+  const int errnoBefore = errno;
   if (unfinishedPath[0] != '\0') {
     unlink(unfinishedPath);
     constexpr std::string_view line = "\ntreadshift-render: interrupted; no output was written\n";
@@ -30,6 +31,7 @@ void endBySignal(int number) {
   }
   std::signal(number, SIG_DFL);
   raise(number);
+  errno = errnoBefore;
 }
 
 // Signals that were ignored when the program was started (as by nohup) stay ignored. A limit on file size

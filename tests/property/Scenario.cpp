@@ -359,7 +359,7 @@ void Player::block(int n) {
 }
 
 void Player::affordableBlock(int n) {
-  if (costOf(n) > costLeft) n = 1 + static_cast<int>(std::sqrt(costLeft / 4));
+  if (costOf(n) > costLeft) n = 1 + static_cast<int>(std::sqrt(std::max(0.0, costLeft) / 4));
   block(n);
 }
 

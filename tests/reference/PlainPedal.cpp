@@ -211,7 +211,9 @@ double PlainPedal::toneCoefficient(const Curve& curve, float t) {
   } else {
     const float inner = 2 * curve.scale * (x - curve.centre);
     const double outer = std::atan(static_cast<double>(inner));
-    const double edge = std::atan(curve.scale);
+    // A 32-bit library function leaves more than single precision in its register; memory rounds it.
+    const volatile float edgeInSingle = std::atan(curve.scale);
+    const double edge = edgeInSingle;
     f = static_cast<float>((outer + edge) / (2 * edge));
   }
   const float lo = static_cast<float>(curve.lo);
