@@ -34,20 +34,13 @@ lfoTriangle::~lfoTriangle() {
 void lfoTriangle::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out,
                          int historyOffset) {
   if (firstCall) settleAt(rate);
-  if (numSamples < 1) {
-    lastRate = rate;
-    return;
-  }
-  const double slope = glide(rate, numSamples);
-  for (int i = 0; i < numSamples; ++i) {
-    step = (lastRate + i * slope) * invSampleRate * 2.0;
-    record(historyOffset + i);
+  int slot = historyOffset;
+  runGliding(rate, 2.0, numSamples, out, [&] {
+    record(slot++);
     value = shaped((phase - 0.5) * 2.0, upperDepth, lowerDepth) * 0.5 + 0.5;
     smoothValue(smoother);
     advance();
-    out[i] = value;
-  }
-  lastRate = rate;
+  });
 }
 
 void lfoTriangle::settleAt(double rate) {
