@@ -100,6 +100,9 @@ protected:
   void setMixGains(double pedal);
 
   // Set-up (TreadshiftSetUp.cpp).
+  // Takes the first program and fills the record, through the virtual table as everywhere: a call made by
+  // the constructor itself, or inlined into it, would skip the table.
+  [[gnu::noinline]] void presentToHost();
   void adoptRate(double rate);
   void chooseToneBounds();
   void zeroControlState();

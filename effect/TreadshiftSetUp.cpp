@@ -53,6 +53,10 @@ Treadshift::Treadshift(HostCallback host)
   zeroControlState();
   programs = new TreadshiftProgram[kPrograms];
   onOff = mode = tone = color = pedalPos = 1.0f;
+  presentToHost();
+}
+
+void Treadshift::presentToHost() {
   setProgram(0L); // of the two overloads the one that makes the values live
   setNumInputs(1);
   setNumOutputs(1);
