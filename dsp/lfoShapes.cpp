@@ -24,17 +24,25 @@ double fallen(double phase, double step) { return std::max(phase == 0.0 ? 1.0 : 
 } // namespace
 
 void lfoSin::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out, int) {
-  runGliding(rate, 2.0, numSamples, out, [&] {
+  const double slope = glide(rate, numSamples);
+  for (int i = 0; i < numSamples; ++i) {
+    step = (lastRate + i * slope) * invSampleRate * 2.0;
     value = shaped(sine(folded(phase)), upperDepth, lowerDepth) * 0.5 + 0.5;
     phase = risen(phase, step, -1.0);
-  });
+    out[i] = value;
+  }
+  lastRate = rate;
 }
 
 void lfoHalfSin::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out, int) {
-  runGliding(rate, 1.0, numSamples, out, [&] {
+  const double slope = glide(rate, numSamples);
+  for (int i = 0; i < numSamples; ++i) {
+    step = (lastRate + i * slope) * invSampleRate;
     value = std::abs(shaped(sine(folded(phase)), upperDepth, lowerDepth));
     phase = risen(phase, step, 0.0);
-  });
+    out[i] = value;
+  }
+  lastRate = rate;
 }
 
 lfoSmoothed::lfoSmoothed(double smoothFreq, double startPhase, double sampleRate)
@@ -43,44 +51,58 @@ lfoSmoothed::lfoSmoothed(double smoothFreq, double startPhase, double sampleRate
 lfoSmoothed::~lfoSmoothed() { delete smoother; }
 
 void lfoSaw::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out, int) {
-  runGliding(rate, 1.0, numSamples, out, [&] {
+  const double slope = glide(rate, numSamples);
+  for (int i = 0; i < numSamples; ++i) {
+    step = (lastRate + i * slope) * invSampleRate;
     value = shaped((phase - 0.5) * 2.0, upperDepth, lowerDepth) * 0.5 + 0.5;
     smoothValue(smoother);
     phase = risen(phase, step, 0.0);
-  });
+    out[i] = value;
+  }
+  lastRate = rate;
 }
 
 void lfoRvSaw::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out, int) {
-  runGliding(rate, 1.0, numSamples, out, [&] {
+  const double slope = glide(rate, numSamples);
+  for (int i = 0; i < numSamples; ++i) {
+    step = (lastRate + i * slope) * invSampleRate;
     value = shaped((phase - 0.5) * 2.0, upperDepth, lowerDepth) * 0.5 + 0.5;
     smoothValue(smoother);
     phase = fallen(phase, step);
-  });
+    out[i] = value;
+  }
+  lastRate = rate;
 }
 
 void lfoTriangle2::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out,
                           int) {
-  runLevel(rate, numSamples, out, [&] {
+  step = rate * invSampleRate;
+  for (int i = 0; i < numSamples; ++i) {
     const double wave = shaped(folded(phase), upperDepth, lowerDepth);
     value = wave * wave;
     smoothValue(smoother);
     phase = risen(phase, step, 0.0);
-  });
+    out[i] = value;
+  }
 }
 
 void lfoRectangular::Excute(double rate, double, double, int numSamples, double* out, int) {
-  runLevel(rate, numSamples, out, [&] {
+  step = rate * invSampleRate;
+  for (int i = 0; i < numSamples; ++i) {
     value = (phase - 0.5) * 2.0 > 0.0 ? 1.0 : 0.0;
     smoothValue(smoother);
     phase = risen(phase, step, 0.0);
-  });
+    out[i] = value;
+  }
 }
 
 void lfoRand::Excute(double rate, double, double, int numSamples, double* out, int) {
-  runLevel(rate, numSamples, out, [&] {
+  step = rate * invSampleRate;
+  for (int i = 0; i < numSamples; ++i) {
     phase = risen(phase, step, 0.0);
     if (phase == 0.0) value = nextRandom();
-  });
+    out[i] = value;
+  }
 }
 
 double lfoRand::nextRandom() {

@@ -1,0 +1,19 @@
+// The effect in the states that cost differently, driven through the loaded module as a host does it.
+#pragma once
+
+#include "bench/Race.h"
+
+#include <string>
+#include <vector>
+
+// Block sizes that every state is measured at, samples.
+inline constexpr int32_t kBenchBlocks[] = {1, 16, 64, 256, 1024, 4096};
+
+// All states at all block sizes. modulePath: the module to load; throws EffectError when it cannot be.
+std::vector<Case> engineCases(const std::string& modulePath);
+
+// One of them: at rest in blocks of `block` samples.
+Case restingEngineCase(const std::string& modulePath, int32_t block);
+
+// Building everything that a sample rate needs, with a new rate each time; an item is one call.
+Case setUpCase(const std::string& modulePath);

@@ -1,0 +1,42 @@
+#include "bench/PeerCases.h"
+
+#include "bench/Signal.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <stdexcept>
+
+namespace {
+
+constexpr float kAudible = 0.01f; // peak; the signal's is near 1
+
+void playSignal(PeerInstance& peer, int32_t samples) {
+  for (int32_t done = 0; done < samples; done += kPeerBlock)
+    peer.runBlock(benchSignalFloat() + done);
+}
+
+// Peak of the last block after some two seconds: by then every latency is over.
+float peakAfterWarmUp(PeerInstance& peer) {
+  for (int k = 0; k < 8; ++k)
+    playSignal(peer, kBenchSamples);
+  float peak = 0.0f;
+  for (int32_t i = 0; i < kPeerBlock; ++i)
+    peak = std::max(peak, std::abs(peer.output()[i]));
+  return peak;
+}
+
+} // namespace
+
+void addPeer(std::vector<Case>& cases, const std::string& shownAs,
+             const std::function<std::shared_ptr<PeerInstance>()>& make) {
+  try {
+    const std::shared_ptr<PeerInstance> peer = make();
+    if (!(peakAfterWarmUp(*peer) > kAudible)) throw std::runtime_error("is silent");
+    cases.push_back({"peer", shownAs, kPeerBlock, kBenchSamples, {}, [peer](int32_t items) {
+                       playSignal(*peer, items);
+                     }});
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "treadshift-bench: %s %s\n", shownAs.c_str(), error.what());
+  }
+}
