@@ -1,8 +1,8 @@
 // The contract of the low-frequency oscillators: control signals of 0..1, a block at a time.
 #pragma once
 
-#include "dsp/IIRFilter.h"
 #include "dsp/ExactArithmetic.h"
+#include "dsp/IIRFilter.h"
 
 #include <cstdint>
 
@@ -42,9 +42,27 @@ public:
   uint8_t falling;                          // 1 while the triangle runs downward
 
 protected:
-  // Rate change per sample that reaches `rate` exactly at the block's last sample, Hz.
-  double glide(double rate, int numSamples) const {
-    return numSamples == 1 ? 0.0 : (rate - lastRate) / (numSamples - 1.0);
+  // Runs a block whose rate walks in a straight line from lastRate to `rate`, which its last sample reaches;
+  // a block of one sample still runs at lastRate. phasePerCycle: the phase range that a cycle takes.
+  // nextValue(): sets `value` and moves `phase` on by `step`.
+  template <typename NextValue>
+  void runGliding(double rate, double phasePerCycle, int numSamples, double* out, NextValue nextValue) {
+    const double slope = numSamples == 1 ? 0.0 : (rate - lastRate) / (numSamples - 1.0); // Hz per sample
+    for (int i = 0; i < numSamples; ++i) {
+      step = (lastRate + i * slope) * invSampleRate * phasePerCycle;
+      nextValue();
+      out[i] = value;
+    }
+    lastRate = rate;
+  }
+
+  // Runs a block at one rate and one phase unit per cycle. nextValue(): as above.
+  template <typename NextValue> void runLevel(double rate, int numSamples, double* out, NextValue nextValue) {
+    step = rate * invSampleRate;
+    for (int i = 0; i < numSamples; ++i) {
+      nextValue();
+      out[i] = value;
+    }
   }
 
   // The wave steepened by its half's depth and flattened at -1 and 1. wave: -1..1.

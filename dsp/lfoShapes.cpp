@@ -24,25 +24,17 @@ double fallen(double phase, double step) { return std::max(phase == 0.0 ? 1.0 : 
 } // namespace
 
 void lfoSin::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out, int) {
-  const double slope = glide(rate, numSamples);
-  for (int i = 0; i < numSamples; ++i) {
-    step = (lastRate + i * slope) * invSampleRate * 2.0;
+  runGliding(rate, 2.0, numSamples, out, [&] {
     value = shaped(sine(folded(phase)), upperDepth, lowerDepth) * 0.5 + 0.5;
     phase = risen(phase, step, -1.0);
-    out[i] = value;
-  }
-  lastRate = rate;
+  });
 }
 
 void lfoHalfSin::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out, int) {
-  const double slope = glide(rate, numSamples);
-  for (int i = 0; i < numSamples; ++i) {
-    step = (lastRate + i * slope) * invSampleRate;
+  runGliding(rate, 1.0, numSamples, out, [&] {
     value = std::abs(shaped(sine(folded(phase)), upperDepth, lowerDepth));
     phase = risen(phase, step, 0.0);
-    out[i] = value;
-  }
-  lastRate = rate;
+  });
 }
 
 lfoSmoothed::lfoSmoothed(double smoothFreq, double startPhase, double sampleRate)
@@ -51,58 +43,44 @@ lfoSmoothed::lfoSmoothed(double smoothFreq, double startPhase, double sampleRate
 lfoSmoothed::~lfoSmoothed() { delete smoother; }
 
 void lfoSaw::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out, int) {
-  const double slope = glide(rate, numSamples);
-  for (int i = 0; i < numSamples; ++i) {
-    step = (lastRate + i * slope) * invSampleRate;
+  runGliding(rate, 1.0, numSamples, out, [&] {
     value = shaped((phase - 0.5) * 2.0, upperDepth, lowerDepth) * 0.5 + 0.5;
     smoothValue(smoother);
     phase = risen(phase, step, 0.0);
-    out[i] = value;
-  }
-  lastRate = rate;
+  });
 }
 
 void lfoRvSaw::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out, int) {
-  const double slope = glide(rate, numSamples);
-  for (int i = 0; i < numSamples; ++i) {
-    step = (lastRate + i * slope) * invSampleRate;
+  runGliding(rate, 1.0, numSamples, out, [&] {
     value = shaped((phase - 0.5) * 2.0, upperDepth, lowerDepth) * 0.5 + 0.5;
     smoothValue(smoother);
     phase = fallen(phase, step);
-    out[i] = value;
-  }
-  lastRate = rate;
+  });
 }
 
 void lfoTriangle2::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out,
                           int) {
-  step = rate * invSampleRate;
-  for (int i = 0; i < numSamples; ++i) {
+  runLevel(rate, numSamples, out, [&] {
     const double wave = shaped(folded(phase), upperDepth, lowerDepth);
     value = wave * wave;
     smoothValue(smoother);
     phase = risen(phase, step, 0.0);
-    out[i] = value;
-  }
+  });
 }
 
 void lfoRectangular::Excute(double rate, double, double, int numSamples, double* out, int) {
-  step = rate * invSampleRate;
-  for (int i = 0; i < numSamples; ++i) {
+  runLevel(rate, numSamples, out, [&] {
     value = (phase - 0.5) * 2.0 > 0.0 ? 1.0 : 0.0;
     smoothValue(smoother);
     phase = risen(phase, step, 0.0);
-    out[i] = value;
-  }
+  });
 }
 
 void lfoRand::Excute(double rate, double, double, int numSamples, double* out, int) {
-  step = rate * invSampleRate;
-  for (int i = 0; i < numSamples; ++i) {
+  runLevel(rate, numSamples, out, [&] {
     phase = risen(phase, step, 0.0);
     if (phase == 0.0) value = nextRandom();
-    out[i] = value;
-  }
+  });
 }
 
 double lfoRand::nextRandom() {

@@ -1,5 +1,6 @@
 #include "dsp/lfoTriangle.h"
 
+#include <memory>
 #include <new>
 
 namespace {
@@ -26,19 +27,20 @@ lfoTriangle::lfoTriangle(double smoothFreq, double startPhase, double sampleRate
 lfoTriangle::~lfoTriangle() {
   delete smoother;
   delete rateFilter;
+  delete[] longPhaseHistory;
+  delete[] longDirectionHistory;
 }
 
 void lfoTriangle::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out,
                          int historyOffset) {
-  startGlide(rate, numSamples);
-  for (int i = 0; i < numSamples; ++i) {
-    step = glideStep(i);
-    record(historyOffset + i);
+  if (firstCall) settleAt(rate);
+  int slot = historyOffset;
+  runGliding(rate, 2.0, numSamples, out, [&] {
+    record(slot++);
     value = shaped((phase - 0.5) * 2.0, upperDepth, lowerDepth) * 0.5 + 0.5;
     smoothValue(smoother);
-    advance(phase, falling, step);
-    out[i] = value;
-  }
+    advance();
+  });
 }
 
 void lfoTriangle::settleAt(double rate) {
@@ -48,7 +50,42 @@ void lfoTriangle::settleAt(double rate) {
 }
 
 void lfoTriangle::record(int slot) {
-  if (slot >= kHistoryLength) return;
-  phaseHistory[slot] = phase;
-  directionHistory[slot] = falling;
+  if (slot < kHistoryLength) {
+    phaseHistory[slot] = phase;
+    directionHistory[slot] = falling;
+  } else if (slot - kHistoryLength < longHistoryLength) {
+    longPhaseHistory[slot - kHistoryLength] = phase;
+    longDirectionHistory[slot - kHistoryLength] = falling;
+  }
+}
+
+void lfoTriangle::advance() {
+  const double next = falling ? phase - step : phase + step;
+  if (next >= 1.0) {
+    phase = 1.0;
+    falling = 1;
+  } else if (!(next > 0.0)) { // NaN turns here as well
+    phase = 0.0;
+    falling = 0;
+  } else {
+    phase = next;
+  }
+}
+
+void lfoTriangle::reserveHistory(int samples) {
+  const int length = samples - kHistoryLength;
+  if (length <= longHistoryLength) return;
+  auto phases = std::make_unique<double[]>(length);
+  auto directions = std::make_unique<uint8_t[]>(length);
+  delete[] longPhaseHistory;
+  delete[] longDirectionHistory;
+  longPhaseHistory = phases.release();
+  longDirectionHistory = directions.release();
+  longHistoryLength = length;
+}
+
+void lfoTriangle::rewind(int slot) {
+  const bool recent = slot < kHistoryLength;
+  falling = recent ? directionHistory[slot] : longDirectionHistory[slot - kHistoryLength];
+  phase = recent ? phaseHistory[slot] : longPhaseHistory[slot - kHistoryLength];
 }

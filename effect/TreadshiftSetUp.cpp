@@ -6,7 +6,6 @@
 #include "effect/WholeSamples.h"
 
 #include <cstring>
-#include <memory>
 #include <new>
 
 namespace {
@@ -48,13 +47,16 @@ Treadshift::Treadshift(HostCallback host)
       delayLength(0), minDelay(0.0), sweepLength(0), sweepLengthInv(0.0), toneCurveSeed1(0.0),
       toneCurveSeed2(0.0), toneCurveSeed3(0.0), toneCurveSeed4(0.0), pedalSmoother(nullptr),
       shiftFilter(nullptr), sweepLfo(nullptr), toneCurves{}, onOffSwitch(nullptr), colorSwitch(nullptr),
-      delayLine(nullptr), pitchPedal(0.0f), pitchRatio(1.0), firstBlock(true), tapPos1(0.0), tapPos2(0.0),
-      sweepStart(0), turnPending(false), sweepBuffer(nullptr), onOffGain(nullptr), colorGain(nullptr),
-      scratchLength(0), centsToOctaves(0.0008333333333333334), halfPi(1.57079632675), spareTime(0.025),
-      spareLevel(0.003162) {
+      delayLine(nullptr), pitchRatio(1.0), firstBlock(true), tapPos1(0.0), tapPos2(0.0), sweepBuffer(nullptr),
+      onOffGain(nullptr), colorGain(nullptr), centsToOctaves(0.0008333333333333334), halfPi(1.57079632675),
+      spareTime(0.025), spareLevel(0.003162) {
   zeroControlState();
   programs = new TreadshiftProgram[kPrograms];
   onOff = mode = tone = color = pedalPos = 1.0f;
+  presentToHost();
+}
+
+void Treadshift::presentToHost() {
   setProgram(0L); // of the two overloads the one that makes the values live
   setNumInputs(1);
   setNumOutputs(1);
@@ -76,7 +78,6 @@ void Treadshift::setSampleRate(float rate) {
   if (canRun(x)) {
     try {
       buildProcessing();
-      reserveBlockBuffers(blockSize);
     } catch (const std::bad_alloc&) {
       releaseProcessing();
     }
@@ -167,34 +168,10 @@ void Treadshift::releaseProcessing() {
   release(colorSwitch);
 }
 
-// The only allocations that the audio path can come to, for a block larger than announced. Arrays that are
-// long enough stay, all stay when memory is short. [audio; host, processing stopped]
-bool Treadshift::reserveBlockBuffers(int32_t samples) noexcept try {
-  onOffSwitch->prepareValueBuffer(samples);
-  if (samples <= scratchLength) return true;
-  auto sweep = std::make_unique_for_overwrite<double[]>(samples);
-  auto onOffGains = std::make_unique_for_overwrite<double[]>(samples);
-  auto colorGains = std::make_unique_for_overwrite<double[]>(samples);
-  releaseBlockBuffers();
-  sweepBuffer = sweep.release();
-  onOffGain = onOffGains.release();
-  colorGain = colorGains.release();
-  scratchLength = samples;
-  return true;
-} catch (const std::bad_alloc&) {
-  return false;
-}
-
 void Treadshift::releaseBlockBuffers() {
   releaseArray(sweepBuffer);
   releaseArray(onOffGain);
   releaseArray(colorGain);
-  scratchLength = 0;
-}
-
-void Treadshift::setBlockSize(int samples) {
-  Q_TypeBase::setBlockSize(samples);
-  if (isBuilt()) reserveBlockBuffers(samples);
 }
 
 void Treadshift::resume() {

@@ -1,9 +1,0 @@
-// The second implementation that the tests hold the module against, written for reading: what the engine's
-// speed is worth.
-#pragma once
-
-#include "bench/Race.h"
-
-#include <vector>
-
-std::vector<Case> plainCases();
