@@ -1,6 +1,13 @@
 # The flags every part shares. The arithmetic ones keep results bit for bit: no fused multiply-add, `pow`
 # left alone (clang would make exp2 of pow(2, x)); virtual calls go through the table, in which hosts may
-# exchange slots. Fast-math is not switched off here but refused by dsp/ExactArithmetic.h.
+# exchange slots. Fast-math is not switched off but refused: whole by dsp/ExactArithmetic.h, its parts, which
+# leave no mark that a source could see, here.
+string(TOUPPER "${CMAKE_BUILD_TYPE}" build_type)
+if("${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_${build_type}}" MATCHES
+    "-funsafe-math-optimizations|-fassociative-math|-freciprocal-math|-fno-signed-zeros|-fapprox-func")
+  message(FATAL_ERROR "${CMAKE_MATCH_0} changes the sound: build without it")
+endif()
+
 add_library(treadshift_flags INTERFACE)
 target_compile_features(treadshift_flags INTERFACE cxx_std_20 c_std_11)
 target_compile_options(treadshift_flags INTERFACE

@@ -4,6 +4,7 @@
 #include <cfloat>
 
 // Same bits on every machine need one rounding per operation in the type written.
+static_assert(0.1 != static_cast<double>(0.1f), "single-precision constants change the sound");
 static_assert(FLT_EVAL_METHOD == 0, "extended precision changes the sound: build with -msse2 -mfpmath=sse");
 
 #if defined(__FAST_MATH__) || (defined(__FINITE_MATH_ONLY__) && __FINITE_MATH_ONLY__)

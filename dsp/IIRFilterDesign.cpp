@@ -99,7 +99,7 @@ IIRFilter::Coefficients IIRFilter::design(const filterPrm_tag& prm) const noexce
     return {(K1 * K2 + 1.0) / D, 2.0 * (K1 * K2 - 1.0) / D, (K1 * K2 + 1.0) / D, -2.0 * (K1 * K2 - 1.0) / D,
             -(1.0 + K1 - K2 + K1 * K2) / D};
   }
-  case kLowPassQ: { // damping r K / Q here, K / Q in the three designs below: that asymmetry is intended
+  case kLowPassQ: { // damping r K / Q in this and the next, K / Q in the three after: intended
     const double D = 1.0 + K * K + kRoot2 * K / Q;
     return {K * K / D, 2.0 * K * K / D, K * K / D, -2.0 * (K * K - 1.0) / D,
             -(1.0 + K * K - kRoot2 * K / Q) / D};

@@ -15,10 +15,10 @@ double lfoBase::shaped(double wave, double upperDepth, double lowerDepth) {
   return std::clamp(depth * 10.0 * wave, -1.0, 1.0);
 }
 
-IIRFilter* lfoBase::newSmoother() const {
+IIRFilter* lfoBase::newFilter(int32_t type, double freq) const {
   filterPrm_tag prm{};
-  prm.type = kLowPass1;
-  prm.freq = smoothFreq;
+  prm.type = type;
+  prm.freq = freq;
   prm.sampleRate = sampleRate;
   return new (std::nothrow) IIRFilter(&prm);
 }

@@ -68,8 +68,8 @@ protected:
   // The wave steepened by its half's depth and flattened at -1 and 1. wave: -1..1.
   static double shaped(double wave, double upperDepth, double lowerDepth);
 
-  // A new first-order low-pass at smoothFreq, or null.
-  IIRFilter* newSmoother() const;
+  // A new filter for the owner to delete, or null when memory is short. type: FilterType. freq: Hz.
+  IIRFilter* newFilter(int32_t type, double freq) const;
 
   // Runs `value` through the filter, if smoothing is on, and lifts it to 0 at least.
   void smoothValue(IIRFilter* filter);

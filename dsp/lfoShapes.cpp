@@ -38,7 +38,7 @@ void lfoHalfSin::Excute(double rate, double upperDepth, double lowerDepth, int n
 }
 
 lfoSmoothed::lfoSmoothed(double smoothFreq, double startPhase, double sampleRate)
-    : lfoBase(smoothFreq, startPhase, sampleRate), smoother(newSmoother()) {}
+    : lfoBase(smoothFreq, startPhase, sampleRate), smoother(newFilter(kLowPass1, smoothFreq)) {}
 
 lfoSmoothed::~lfoSmoothed() { delete smoother; }
 

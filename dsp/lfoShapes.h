@@ -3,8 +3,8 @@
 
 #include "dsp/lfoBase.h"
 
-// Sine by polynomial, phase -1..1, two steps per cycle's worth of rate; never smoothed. The rate glides, on
-// a fresh oscillator from 0 Hz.
+// Sine by polynomial, phase -1..1 once per cycle; never smoothed. The rate glides, on a fresh oscillator from
+// 0 Hz.
 class lfoSin : public lfoBase {
 public:
   using lfoBase::lfoBase;

@@ -1,19 +1,10 @@
 #include "dsp/lfoTriangle.h"
 
 #include <memory>
-#include <new>
 
 namespace {
 
 constexpr double kRateFilterFreq = 5.0; // Hz
-
-IIRFilter* newRateFilter(double freq, double sampleRate) {
-  filterPrm_tag prm{};
-  prm.type = kOnePoleSmoother;
-  prm.freq = freq;
-  prm.sampleRate = sampleRate;
-  return new (std::nothrow) IIRFilter(&prm);
-}
 
 } // namespace
 
@@ -21,8 +12,8 @@ lfoTriangle::lfoTriangle(double smoothFreq, double startPhase, double sampleRate
     : lfoTriangle(smoothFreq, startPhase, sampleRate, kRateFilterFreq) {}
 
 lfoTriangle::lfoTriangle(double smoothFreq, double startPhase, double sampleRate, double rateFilterFreq)
-    : lfoBase(smoothFreq, startPhase, sampleRate), smoother(newSmoother()),
-      rateFilter(newRateFilter(rateFilterFreq, sampleRate)) {}
+    : lfoBase(smoothFreq, startPhase, sampleRate), smoother(newFilter(kLowPass1, smoothFreq)),
+      rateFilter(newFilter(kOnePoleSmoother, rateFilterFreq)) {}
 
 lfoTriangle::~lfoTriangle() {
   delete smoother;

@@ -41,6 +41,7 @@ char colorDigit(float value) { return static_cast<char>('0' + (value != value ? 
 
 } // namespace
 
+// Null for an index that is no parameter's.
 float* Treadshift::liveField(int index) {
   switch (index) {
   case kOnOff:
@@ -66,13 +67,15 @@ TreadshiftProgram* Treadshift::programAt(int number) const {
 TreadshiftProgram* Treadshift::liveProgram() { return programAt(loadShared(currentProgram)); }
 
 void Treadshift::setParameter(int index, float value) {
-  if (!isParameter(index)) return;
+  float* field = liveField(index);
+  if (!field) return;
   if (TreadshiftProgram* program = liveProgram()) storeShared(program->values[index], value);
-  storeShared(*liveField(index), value);
+  storeShared(*field, value);
 }
 
 float Treadshift::getParameter(int index) {
-  return isParameter(index) ? loadShared(*liveField(index)) : 0.0f;
+  float* field = liveField(index);
+  return field ? loadShared(*field) : 0.0f;
 }
 
 void Treadshift::setProgram(long program) {
@@ -116,7 +119,7 @@ void Treadshift::getParameterLabel(int index, char* text) {
 }
 
 void Treadshift::getParameterDisplay(int index, char* text) {
-  if (isParameter(index)) getParameterDisplayOf(index, loadShared(*liveField(index)), text);
+  if (float* field = liveField(index)) getParameterDisplayOf(index, loadShared(*field), text);
 }
 
 void Treadshift::getParameterDisplayOf(int index, float value, char* text) {

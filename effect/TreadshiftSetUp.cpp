@@ -97,7 +97,6 @@ void Treadshift::adoptRate(double rate) {
   sweepLength = truncatedToInt32(kSweepSeconds * rateHz);
   sweepLengthInv = 1.0 / sweepLength;
   zeroControlState();
-  sweepRate = rateHz * 0.0 * sweepLengthInv;
 }
 
 void Treadshift::chooseToneBounds() {
