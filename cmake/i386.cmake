@@ -4,5 +4,5 @@
 # come on top and replace nothing.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR i386)
-add_compile_options(-m32 -march=i686 -msse2 -mfpmath=sse -mstackrealign)
+add_compile_options(-m32 -march=i686 -mtune=generic -msse2 -mfpmath=sse -mstackrealign)
 add_link_options(-m32)
