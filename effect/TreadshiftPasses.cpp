@@ -26,7 +26,10 @@ void Treadshift::shiftChunk(Chunk& chunk, double longestDelay, bool steady, cons
   } else {
     taps.follow(chunk);
     readTaps(view, chunk);
-    filters.run<false, false>(chunk, 0, chunk.samples);
+    if (filters.toneStays()) // the pedal has moved already
+      filters.run<true, true>(chunk, 0, chunk.samples);
+    else
+      filters.run<false, true>(chunk, 0, chunk.samples);
   }
   sweepLfo->phase = taps.phase;
   sweepLfo->falling = taps.falling;
