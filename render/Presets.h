@@ -1,0 +1,30 @@
+// Named settings of the parameters: those that come with the program, and a user's own in plain text.
+#pragma once
+
+#include "render/Controls.h"
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+struct Preset {
+  std::string name;
+  std::string description; // one line, may be empty
+  Controls controls;       // constants for the parameters that the preset holds
+};
+
+// Reads presets from text: sections [name] of lines "key = value" with the keys description, color, tone,
+// mode, on and pedal; # begins a comment line. subject: what the text is, for messages. Throws Fault
+// (couldNot) naming the line that is wrong. Allocates.
+std::vector<Preset> readPresets(const std::string& subject, std::string_view text);
+
+// The presets that come with the program. Allocates.
+std::vector<Preset> shippedPresets();
+
+// The shipped presets as a table for a terminal. Ends with a line break. Allocates.
+std::string presetList();
+
+// Writes the constants that the controls hold as one preset, named after the file. A pedal that moves is left
+// out. An existing file is replaced only when it holds presets. Throws Fault: wrongCall when there is nothing
+// to save or another parameter moves, couldNot when the place cannot take it. Allocates.
+void savePreset(const std::string& path, const Controls& controls);
