@@ -1,0 +1,19 @@
+#include "render/OpenEffect.h"
+
+#include "host/EffectRunner.h"
+#include "host/WorkerRunner.h"
+#include "render/Fault.h"
+#include "render/ModulePath.h"
+
+void failModule(const std::string& modulePath, const std::string& wrong) {
+  throw Fault(ExitStatus::couldNot, "module", modulePath, wrong, "give a treadshift.so");
+}
+
+std::unique_ptr<EffectDriver> openEffect(const std::string& modulePath) {
+  try {
+    if (needsWorker(modulePath)) return std::make_unique<WorkerRunner>(findWorker(modulePath), modulePath);
+    return std::make_unique<EffectRunner>(modulePath);
+  } catch (const EffectError& error) {
+    failModule(modulePath, error.what());
+  }
+}
