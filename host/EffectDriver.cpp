@@ -1,5 +1,6 @@
 #include "host/EffectDriver.h"
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 
@@ -9,6 +10,15 @@ namespace {
 constexpr std::size_t kTextBytes = 256;
 
 } // namespace
+
+void EffectDriver::start(const BlockRun& run) const {
+  auto move = run.moves.begin();
+  for (std::int32_t block = 0, first = 0; first < run.samples; ++block, first += run.blockSamples) {
+    for (; move != run.moves.end() && move->block == block; ++move)
+      setParameter(move->index, move->value);
+    process(run.input + first, run.output + first, std::min(run.blockSamples, run.samples - first));
+  }
+}
 
 std::optional<VstParameterProperties> EffectDriver::parameterProperties(std::int32_t index) const {
   alignas(VstParameterProperties) std::array<char, kParameterPropertiesBytes> buffer{};

@@ -29,6 +29,22 @@ struct EffectFacts {
   std::int32_t takesDoubles; // 1: it says so and has the entry; else 0
 };
 
+// A parameter's new value at the start of a block.
+struct ParameterMove {
+  std::int32_t block; // 0 is the run's first
+  std::int32_t index;
+  float value; // 0..1
+};
+
+// Blocks in a row, with the moves between them. Input and output may be the same array.
+struct BlockRun {
+  const double* input;
+  double* output;
+  std::int32_t samples;                 // of the whole run
+  std::int32_t blockSamples;            // of every block, 1 or more; the last one may be shorter
+  std::span<const ParameterMove> moves; // by block
+};
+
 // One open effect from creation to its close request, which is the destructor's. Use one driver per audio
 // channel: the effect is mono. Every operation states its thread; "host" means the thread that owns the
 // driver while no block is running. An effect that runs in another process can be lost at any time: then
@@ -58,6 +74,14 @@ public:
   // Runs one block of `samples` samples. Input and output may be the same array. [audio] The effect
   // allocates only when the block size changes.
   virtual void process(const double* input, double* output, std::int32_t samples) const = 0;
+
+  // Runs many blocks at once, which takes an effect in another process one journey instead of one per block,
+  // and lets several of them work side by side: start each one's run, then finish each. The run's arrays must
+  // stay until `finish`, and nothing else may be asked in between. [audio]
+  virtual void start(const BlockRun& run) const;
+
+  // Waits until the output of the run that was started is complete. [audio]
+  virtual void finish() const {}
 
   // rateHz: any float; the effect passes audio through at rates it cannot run. [host] The effect allocates.
   void setSampleRate(float rateHz) const { request(kOpSetSampleRate, 0, 0, {}, rateHz); }

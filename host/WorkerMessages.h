@@ -20,6 +20,7 @@ struct WorkerOrder {
   std::int32_t index = 0;
   std::int32_t value = 0;
   float real = 0.0f;
+  std::uint32_t isFollowed = 0; // 1: the answer waits and goes out with the next order's
   std::uint32_t bytes = 0;
 };
 
@@ -40,4 +41,4 @@ enum : std::uint32_t {
   kLargestWorkerBlock = (1u << 28) / 8 // samples
 };
 
-static_assert(sizeof(WorkerOrder) == 24 && sizeof(WorkerAnswer) == 16);
+static_assert(sizeof(WorkerOrder) == 28 && sizeof(WorkerAnswer) == 16);

@@ -90,6 +90,29 @@ void WorkerRunner::process(const double* input, double* output, std::int32_t sam
            kProcessing);
 }
 
+// The worker holds its answers back until it has read the last order, so neither side waits for the other to
+// read while it writes.
+void WorkerRunner::start(const BlockRun& run) const {
+  auto move = run.moves.begin();
+  for (std::int32_t block = 0, first = 0; first < run.samples; ++block, first += run.blockSamples) {
+    for (; move != run.moves.end() && move->block == block; ++move)
+      add({.task = WorkerTask::setParameter, .index = move->index, .real = move->value});
+    const std::int32_t rest = run.samples - first;
+    add({.task = WorkerTask::process, .isFollowed = rest > run.blockSamples},
+        bytesOf(run.input + first, std::min(run.blockSamples, rest)));
+  }
+  sendOrders(kProcessing);
+  started = run;
+}
+
+void WorkerRunner::finish() const {
+  for (std::int32_t first = 0; first < started.samples; first += started.blockSamples) {
+    const std::int32_t samples = std::min(started.blockSamples, started.samples - first);
+    receiveAnswer(writableBytesOf(started.output + first, samples), kProcessing);
+  }
+  started = {};
+}
+
 void WorkerRunner::add(const WorkerOrder& order, std::span<const char> bytes) const {
   if (!loss.empty()) throw EffectError(loss);
   if (bytes.size() > kLargestWorkerMessage) throw EffectError("takes no blocks of that size in its worker");

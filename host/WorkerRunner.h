@@ -34,8 +34,10 @@ public:
   void setParameter(std::int32_t index, float value) const override;
   float parameter(std::int32_t index) const override;
 
-  // samples: 0 to kLargestWorkerBlock.
+  // Blocks are of kLargestWorkerBlock samples at most.
   void process(const double* input, double* output, std::int32_t samples) const override;
+  void start(const BlockRun& run) const override;
+  void finish() const override;
 
 private:
   struct Answer {
@@ -58,5 +60,6 @@ private:
   std::unique_ptr<WorkerProcess> worker;
   EffectFacts openedFacts{};
   mutable std::vector<char> orders; // not sent yet
+  mutable BlockRun started{};       // its output is still to come
   mutable std::string loss;         // why the worker is of no use any more; empty: it is
 };

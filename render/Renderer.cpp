@@ -2,6 +2,7 @@
 
 #include "render/OpenEffect.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace {
@@ -42,12 +43,14 @@ bool effectRunsAt(const std::string& modulePath, int rateHz) {
   });
 }
 
-Renderer::Renderer(const std::string& path, Controls moves, int fileRateHz, int channels, int blockFrames)
-    : modulePath(path), controls(std::move(moves)), rateHz(fileRateHz), dry(blockFrames), wet(blockFrames) {
+Renderer::Renderer(const std::string& path, Controls courses, int fileRateHz, int channels,
+                   int framesPerBlock)
+    : modulePath(path), controls(std::move(courses)), rateHz(fileRateHz), blockFrames(framesPerBlock),
+      planes(channels) {
   sentValues.fill(std::numeric_limits<float>::quiet_NaN());
   for (int channel = 0; channel < channels; ++channel)
     effects.push_back(createEffect(modulePath));
-  withEffects(modulePath, [&] { setUp(blockFrames); });
+  withEffects(modulePath, [&] { setUp(); });
 }
 
 Renderer::~Renderer() {
@@ -60,9 +63,11 @@ Renderer::~Renderer() {
   }
 }
 
-void Renderer::setUp(int blockFrames) {
-  moveControls((blockFrames - 1) / rateHz);
+void Renderer::setUp() {
+  drawMoves(0, (blockFrames - 1) / rateHz);
   for (const auto& effect : effects) {
+    for (const ParameterMove& move : moves)
+      effect->setParameter(move.index, move.value);
     effect->setSampleRate(static_cast<float>(rateHz));
     effect->setBlockSize(blockFrames);
     effect->resume();
@@ -70,29 +75,36 @@ void Renderer::setUp(int blockFrames) {
 }
 
 void Renderer::process(double* samples, int frames) {
-  withEffects(modulePath, [&] { renderBlock(samples, frames); });
-}
-
-void Renderer::renderBlock(double* samples, int frames) {
-  moveControls(static_cast<double>(position + frames - 1) / rateHz);
-  const std::size_t channels = effects.size();
-  for (std::size_t channel = 0; channel < channels; ++channel) {
-    double* const first = samples + channel;
-    for (int i = 0; i < frames; ++i)
-      dry[i] = first[i * channels];
-    effects[channel]->process(dry.data(), wet.data(), frames);
-    for (int i = 0; i < frames; ++i)
-      first[i * channels] = wet[i];
+  moves.clear();
+  for (int block = 0, first = 0; first < frames; ++block, first += blockFrames) {
+    const int last = std::min(first + blockFrames, frames) - 1;
+    drawMoves(block, static_cast<double>(position + last) / rateHz);
   }
+  withEffects(modulePath, [&] { render(samples, frames); });
   position += frames;
 }
 
-void Renderer::moveControls(double seconds) {
+void Renderer::render(double* samples, int frames) {
+  const std::size_t channels = effects.size();
+  for (std::size_t channel = 0; channel < channels; ++channel) {
+    auto& plane = planes[channel];
+    plane.resize(frames);
+    for (int i = 0; i < frames; ++i)
+      plane[i] = samples[i * channels + channel];
+    effects[channel]->start({plane.data(), plane.data(), frames, blockFrames, moves});
+  }
+  for (std::size_t channel = 0; channel < channels; ++channel) {
+    effects[channel]->finish();
+    for (int i = 0; i < frames; ++i)
+      samples[i * channels + channel] = planes[channel][i];
+  }
+}
+
+void Renderer::drawMoves(int block, double seconds) {
   for (int index = 0; index < kParameterCount; ++index) {
     const auto value = controls.valueAt(static_cast<ParameterIndex>(index), seconds);
     if (!value || *value == sentValues[index]) continue;
     sentValues[index] = *value;
-    for (const auto& effect : effects)
-      effect->setParameter(index, *value);
+    moves.push_back({block, index, *value});
   }
 }

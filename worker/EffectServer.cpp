@@ -25,7 +25,8 @@ bool EffectServer::serve(const std::string& modulePath) {
 bool EffectServer::open(const std::string& modulePath) {
   effect = std::make_unique<EffectRunner>(modulePath);
   const EffectFacts facts = effect->facts();
-  return answer(0, 0.0f, {reinterpret_cast<const char*>(&facts), sizeof facts});
+  answer(0, 0.0f, {reinterpret_cast<const char*>(&facts), sizeof facts});
+  return sendAnswers();
 }
 
 bool EffectServer::obey(const WorkerOrder& order) {
@@ -34,32 +35,35 @@ bool EffectServer::obey(const WorkerOrder& order) {
   if (!receive(payload)) return false;
   switch (order.task) {
   case WorkerTask::request:
-    return answerRequest(order);
+    answerRequest(order);
+    break;
   case WorkerTask::setParameter:
     effect->setParameter(order.index, order.real);
     return true;
   case WorkerTask::parameter:
-    return answer(0, effect->parameter(order.index), {});
-  case WorkerTask::process:
-    return answerBlock();
-  case WorkerTask::close:
+    answer(0, effect->parameter(order.index), {});
     break;
+  case WorkerTask::process:
+    answerBlock();
+    break;
+  default:
+    return false;
   }
-  return false;
+  return order.isFollowed || sendAnswers();
 }
 
-bool EffectServer::answerRequest(const WorkerOrder& order) {
+void EffectServer::answerRequest(const WorkerOrder& order) {
   const std::int32_t number = effect->request(order.opcode, order.index, order.value, payload, order.real);
-  return answer(number, 0.0f, payload);
+  answer(number, 0.0f, payload);
 }
 
-bool EffectServer::answerBlock() {
+void EffectServer::answerBlock() {
   const std::size_t samples = payload.size() / sizeof(double);
   dry.resize(samples);
   wet.resize(samples);
   std::memcpy(dry.data(), payload.data(), samples * sizeof(double));
   effect->process(dry.data(), wet.data(), static_cast<std::int32_t>(samples));
-  return answer(0, 0.0f, {reinterpret_cast<const char*>(wet.data()), samples * sizeof(double)});
+  answer(0, 0.0f, {reinterpret_cast<const char*>(wet.data()), samples * sizeof(double)});
 }
 
 bool EffectServer::receive(std::span<char> bytes) const {
@@ -71,24 +75,29 @@ bool EffectServer::receive(std::span<char> bytes) const {
   return true;
 }
 
-bool EffectServer::answer(std::int32_t number, float real, std::span<const char> bytes) {
-  return send({WorkerMark::done, number, real, static_cast<std::uint32_t>(bytes.size())}, bytes);
+void EffectServer::answer(std::int32_t number, float real, std::span<const char> bytes) {
+  add({WorkerMark::done, number, real, static_cast<std::uint32_t>(bytes.size())}, bytes);
 }
 
-bool EffectServer::refuse(const std::string& reason) {
+void EffectServer::refuse(const std::string& reason) {
   const std::string text = reason.substr(0, kLongestWorkerText);
-  return send({WorkerMark::couldNot, 0, 0.0f, static_cast<std::uint32_t>(text.size())}, text);
+  add({WorkerMark::couldNot, 0, 0.0f, static_cast<std::uint32_t>(text.size())}, text);
+  sendAnswers();
 }
 
-bool EffectServer::send(const WorkerAnswer& header, std::span<const char> bytes) {
+void EffectServer::add(const WorkerAnswer& header, std::span<const char> bytes) {
   const auto* headerBytes = reinterpret_cast<const char*>(&header);
-  message.assign(headerBytes, headerBytes + sizeof header);
-  message.insert(message.end(), bytes.begin(), bytes.end());
-  std::span<const char> rest = message;
+  answers.insert(answers.end(), headerBytes, headerBytes + sizeof header);
+  answers.insert(answers.end(), bytes.begin(), bytes.end());
+}
+
+bool EffectServer::sendAnswers() {
+  std::span<const char> rest = answers;
   while (!rest.empty()) {
     const ssize_t count = ::send(socket, rest.data(), rest.size(), MSG_NOSIGNAL);
     if (count < 0 && errno != EINTR) return false;
     if (count > 0) rest = rest.subspan(static_cast<std::size_t>(count));
   }
+  answers.clear();
   return true;
 }

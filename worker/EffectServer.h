@@ -22,16 +22,17 @@ public:
 private:
   bool open(const std::string& modulePath);
   bool obey(const WorkerOrder& order);
-  bool answerRequest(const WorkerOrder& order);
-  bool answerBlock();
+  void answerRequest(const WorkerOrder& order);
+  void answerBlock();
   bool receive(std::span<char> bytes) const;
-  bool answer(std::int32_t number, float real, std::span<const char> bytes);
-  bool refuse(const std::string& reason);
-  bool send(const WorkerAnswer& header, std::span<const char> bytes);
+  void answer(std::int32_t number, float real, std::span<const char> bytes);
+  void refuse(const std::string& reason);
+  void add(const WorkerAnswer& header, std::span<const char> bytes);
+  bool sendAnswers();
 
   int socket;
   std::unique_ptr<EffectRunner> effect;
   std::vector<char> payload; // what came behind the order
-  std::vector<char> message; // what goes back
+  std::vector<char> answers; // not sent yet
   std::vector<double> dry, wet;
 };
