@@ -18,6 +18,14 @@ struct Preset {
 // (couldNot) naming the line that is wrong. Allocates.
 std::vector<Preset> readPresets(const std::string& subject, std::string_view text);
 
+// Reads the presets of a file. option: names the file in the call, for messages. Throws Fault (couldNot).
+// Allocates.
+std::vector<Preset> loadPresets(const std::string& option, const std::string& path);
+
+// Whether two names mean the same preset: capitals do not count, hyphens and underscores stand for blanks.
+// Allocates.
+bool samePresetName(std::string_view left, std::string_view right);
+
 // The presets that come with the program. Allocates.
 std::vector<Preset> shippedPresets();
 
