@@ -105,10 +105,11 @@ bool isMidi(std::string_view bytes) { return bytes.substr(0, kHeaderMark.size())
 
 MidiEvents readMidiEvents(const std::string& subject, std::string_view bytes) {
   constexpr int kFramesBit = 0x8000;
+  constexpr char kRight[] = "save the take again as a MIDI file of format 0 or 1";
   const auto fail = [&](const std::string& wrong, const std::string& right) {
     throw Fault(ExitStatus::couldNot, subject, {}, wrong, right);
   };
-  if (!isMidi(bytes)) fail("not a standard MIDI file", "");
+  if (!isMidi(bytes)) fail("not a standard MIDI file", kRight);
   MidiFileReader reader(bytes);
   MidiEvents events = {0.0, 0.0, std::move(reader.list)};
   if (reader.division & kFramesBit) {
@@ -117,9 +118,8 @@ MidiEvents readMidiEvents(const std::string& subject, std::string_view bytes) {
     events.ticksPerQuarter = reader.division;
   }
   const bool hasClock = events.ticksPerQuarter > 0.0 || events.ticksPerSecond > 0.0;
-  if (reader.damaged || !hasClock) fail("a damaged or cut MIDI file", "");
-  if (reader.independentTracks)
-    fail("a MIDI file of independent tracks (format 2)", "save it as format 0 or 1");
+  if (reader.damaged || !hasClock) fail("a damaged or cut MIDI file", kRight);
+  if (reader.independentTracks) fail("a MIDI file of independent tracks (format 2)", kRight);
   std::stable_sort(events.list.begin(), events.list.end(),
                    [](const MidiEvent& left, const MidiEvent& right) { return left.tick < right.tick; });
   return events;

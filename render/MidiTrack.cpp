@@ -57,16 +57,17 @@ std::string heldControllers(const MidiEvents& events) {
     if (event.controller >= 0) channels[event.controller].insert(event.channel);
   }
   if (channels.empty()) return "it holds no controllers";
-  std::string text;
+  std::string text = "it holds ";
   std::size_t listed = 0;
   for (const auto& [controller, onChannels] : channels) {
-    if (listed++ == kListed) return "it holds " + text + " and more";
-    text += (text.empty() ? "" : ", ") + std::to_string(controller) + " (channel";
+    if (listed == kListed) return text + " and more";
+    if (listed++ != 0) text += ", ";
+    text += std::to_string(controller) + " (channel";
     for (int channel : onChannels)
-      text += " " + std::to_string(channel);
+      text.append(1, ' ').append(std::to_string(channel));
     text += ")";
   }
-  return "it holds " + text;
+  return text;
 }
 
 [[noreturn]] void failWithoutMessages(const std::string& subject, const MidiEvents& events,

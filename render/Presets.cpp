@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <system_error>
 #include <unistd.h>
 
 namespace {
@@ -131,14 +132,20 @@ std::string presetText(const std::string& name, const Controls& controls) {
   return "[" + name + "]\n" + settings;
 }
 
+// A slip of the hand must cost neither a recording nor a collection of presets.
 void refuseToReplaceOther(const std::string& path) {
-  if (!std::filesystem::exists(path)) return;
+  const auto fail = [&](const std::string& wrong) {
+    throw Fault(ExitStatus::couldNot, "--save-preset", path, wrong, "give another name");
+  };
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) return;
+  std::vector<Preset> held;
   try {
-    loadPresets("--save-preset", path);
+    held = loadPresets("--save-preset", path);
   } catch (const Fault&) {
-    throw Fault(ExitStatus::couldNot, "--save-preset", path, "exists and holds no presets",
-                "give another name");
+    fail("exists and holds no presets");
   }
+  if (held.size() > 1) fail("exists and holds " + std::to_string(held.size()) + " presets");
 }
 
 void writeAll(const OutputFile& file, std::string_view text) {

@@ -33,6 +33,6 @@ std::vector<Preset> shippedPresets();
 std::string presetList();
 
 // Writes the constants that the controls hold as one preset, named after the file. A pedal that moves is left
-// out. An existing file is replaced only when it holds presets. Throws Fault: wrongCall when there is nothing
-// to save or another parameter moves, couldNot when the place cannot take it. Allocates.
+// out. An existing file is replaced only when it holds a single preset. Throws Fault: wrongCall when there is
+// nothing to save or another parameter moves, couldNot when the place cannot take it. Allocates.
 void savePreset(const std::string& path, const Controls& controls);

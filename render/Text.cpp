@@ -39,9 +39,13 @@ std::string shortest(double number) {
 }
 
 std::string excerpt(std::string_view text) {
-  constexpr std::size_t kShownCharacters = 40;
-  if (text.size() <= kShownCharacters) return std::string(text);
-  return std::string(text.substr(0, kShownCharacters)) + "...";
+  constexpr std::size_t kShownBytes = 40;
+  constexpr int kContinuationMask = 0xC0, kContinuation = 0x80; // of UTF-8's further bytes of a character
+  if (text.size() <= kShownBytes) return std::string(text);
+  std::size_t length = kShownBytes;
+  while (length > 0 && (text[length] & kContinuationMask) == kContinuation)
+    --length;
+  return std::string(text.substr(0, length)) + "...";
 }
 
 Lines::Lines(std::string_view text) : rest(text) {

@@ -35,6 +35,7 @@ std::string errorText() { return std::strerror(errno); }
 
 std::string readSmallFile(const std::string& subject, const std::string& path, std::size_t largestBytes) {
   const Descriptor file(path);
+  if (file.number < 0 && errno == ENOENT) fail(subject, path, "no such file", "give one that is there");
   if (file.number < 0) fail(subject, path, "cannot be opened (" + errorText() + ")", "");
   struct stat status = {};
   if (fstat(file.number, &status) == 0 && S_ISDIR(status.st_mode)) {

@@ -69,7 +69,8 @@ PedalTrack readTrackFile(const std::string& option, const std::string& path, con
   const std::string subject = option + " '" + path + "'";
   if (isMidi(bytes) || hasMidiName(path)) return readMidiTrack(subject, bytes, source);
   if (!isPlainText(bytes)) {
-    throw Fault(ExitStatus::couldNot, option, path, "neither CSV text nor a standard MIDI file");
+    throw Fault(ExitStatus::couldNot, option, path, "neither CSV text nor a standard MIDI file",
+                "give lines seconds,value or a take from a sequencer");
   }
   refuseChoice(option, choice);
   return readCsvTrack(subject, bytes, rule);
