@@ -1,6 +1,6 @@
 #include "render/Listing.h"
 
-#include "render/ModulePath.h"
+#include "render/ModuleFile.h"
 #include "render/OpenEffect.h"
 
 #include <algorithm>
@@ -92,8 +92,9 @@ std::string tailText(std::int32_t samples) {
 }
 
 std::string widthText(const std::string& modulePath) {
-  return needsWorker(modulePath) ? "32-bit, in a worker process"
-                                 : std::to_string(8 * sizeof(void*)) + "-bit, in this process";
+  return openerOf(modulePath) == ModuleOpener::worker
+             ? "32-bit, in a worker process"
+             : std::to_string(8 * sizeof(void*)) + "-bit, in this process";
 }
 
 std::string identity(const EffectDriver& effect) {

@@ -5,13 +5,9 @@
 
 // The absolute path of the module. given: the user's choice, or empty for the one that belongs to this
 // program: beside it in a build tree, in the library directory of its prefix when installed.
-// Throws Fault (couldNot) when there is none (naming every place tried), when it cannot be read, or when it
-// is neither of this program's pointer width nor one that a worker could open. Allocates.
+// Throws Fault (couldNot) when there is none (naming every place tried), or when it is nothing that this
+// program or its worker can open (see openerOf). Allocates.
 std::string findModule(const std::string& given);
-
-// Whether a module that findModule found needs the 32-bit worker. Throws Fault (couldNot) when it cannot be
-// read any more.
-bool needsWorker(const std::string& modulePath);
 
 // The absolute path of the 32-bit worker program: beside this program in a build tree, in the directory for
 // helper programs of its prefix when installed. modulePath: the module that needs it. Throws Fault

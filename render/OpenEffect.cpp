@@ -3,6 +3,7 @@
 #include "host/EffectRunner.h"
 #include "host/WorkerRunner.h"
 #include "render/Fault.h"
+#include "render/ModuleFile.h"
 #include "render/ModulePath.h"
 
 void failModule(const std::string& modulePath, const std::string& wrong) {
@@ -11,7 +12,8 @@ void failModule(const std::string& modulePath, const std::string& wrong) {
 
 std::unique_ptr<EffectDriver> openEffect(const std::string& modulePath) {
   try {
-    if (needsWorker(modulePath)) return std::make_unique<WorkerRunner>(findWorker(modulePath), modulePath);
+    if (openerOf(modulePath) == ModuleOpener::worker)
+      return std::make_unique<WorkerRunner>(findWorker(modulePath), modulePath);
     return std::make_unique<EffectRunner>(modulePath);
   } catch (const EffectError& error) {
     failModule(modulePath, error.what());
