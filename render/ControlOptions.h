@@ -3,6 +3,7 @@
 
 #include "render/Colors.h"
 #include "render/Controls.h"
+#include "render/PresetFile.h"
 #include "render/Presets.h"
 
 #include <string>

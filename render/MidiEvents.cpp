@@ -3,123 +3,182 @@
 #include "render/Fault.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <portSMF/mfmidi.h>
+#include <cstdint>
 
 namespace {
 
 constexpr std::string_view kHeaderMark = "MThd";
 constexpr std::string_view kTrackMark = "MTrk";
-constexpr std::size_t kChunkHeadBytes = 8; // a mark of four bytes and a length
+constexpr std::size_t kMarkBytes = 4;
+constexpr char kRight[] = "save the take again as a MIDI file of format 0 or 1";
 
-std::size_t bigEndian(std::string_view bytes) {
-  std::size_t number = 0;
-  for (char byte : bytes)
-    number = number << 8 | static_cast<unsigned char>(byte);
-  return number;
+[[noreturn]] void fail(const std::string& subject, const std::string& wrong) {
+  throw Fault(ExitStatus::couldNot, subject, {}, wrong, kRight);
 }
 
-// The file's header and track chunks without what stands between and behind them: files may hold chunks of
-// kinds that nobody but their maker knows, and the library stops at these. A chunk that is cut short stays,
-// for the library to complain about.
-std::string knownChunks(std::string_view bytes) {
-  std::string known;
-  while (bytes.size() >= kChunkHeadBytes) {
-    const std::string_view mark = bytes.substr(0, kHeaderMark.size());
-    const std::size_t length = bigEndian(bytes.substr(kHeaderMark.size(), 4)) + kChunkHeadBytes;
-    if (mark == kHeaderMark || mark == kTrackMark) known += bytes.substr(0, length);
-    bytes.remove_prefix(std::min(length, bytes.size()));
-  }
-  return known;
-}
-
-// Lets the library read bytes in memory and keeps the messages that matter.
-class MidiFileReader : public Midifile_reader {
+// Takes a file or a part of it from the front. Whatever goes beyond the end is a fault.
+class MidiBytes {
 public:
-  explicit MidiFileReader(std::string_view bytes) : text(knownChunks(bytes)) {
-    midifile();
-    finalize();
+  MidiBytes(const std::string& fileName, std::string_view bytes) : subject(fileName), rest(bytes) {}
+
+  bool isEmpty() const { return rest.empty(); }
+
+  // The next byte has its upper bit set: a status rather than data.
+  bool statusFollows() const { return !rest.empty() && (rest.front() & kStatusBit) != 0; }
+
+  std::string_view take(std::size_t count) {
+    if (count > rest.size()) failDamaged();
+    const std::string_view taken = rest.substr(0, count);
+    rest.remove_prefix(count);
+    return taken;
   }
 
-  bool damaged = false;
-  bool independentTracks = false;
-  int division = 0;
-  std::vector<MidiEvent> list;
+  MidiBytes part(std::size_t count) { return {subject, take(count)}; }
+
+  // A number of that many bytes, the highest first.
+  std::uint32_t number(std::size_t bytes) {
+    std::uint32_t value = 0;
+    for (char byte : take(bytes))
+      value = value << 8 | static_cast<unsigned char>(byte);
+    return value;
+  }
+
+  // A number in groups of seven bits, the upper bit set in all bytes but the last; four bytes at most.
+  std::uint32_t variableNumber() {
+    constexpr int kMostBytes = 4;
+    std::uint32_t value = 0;
+    for (int count = 0; count < kMostBytes; ++count) {
+      const std::uint32_t byte = number(1);
+      value = value << 7 | (byte & ~kStatusBit);
+      if ((byte & kStatusBit) == 0) return value;
+    }
+    failDamaged();
+  }
+
+  int dataByte() {
+    if (statusFollows()) failDamaged();
+    return static_cast<int>(number(1));
+  }
+
+  [[noreturn]] void failDamaged() const { fail(subject, "a damaged or cut MIDI file"); }
 
 private:
-  void add(int controller, int channel, int value) {
-    list.push_back({static_cast<double>(Mf_currtime), controller, channel, value});
-  }
+  static constexpr std::uint32_t kStatusBit = 0x80;
 
-  int Mf_getc() override { return at < text.size() ? static_cast<unsigned char>(text[at++]) : -1; }
-  void Mf_error(char*) override { damaged = true; }
-  void Mf_header(int format, int tracks, int ticks) override {
-    constexpr int kFormatOfIndependentTracks = 2;
-    independentTracks = format == kFormatOfIndependentTracks && tracks > 1;
-    division = ticks;
-  }
-  void Mf_controller(int channel, int controller, int value) override {
-    constexpr int kLargestDataByte = 127;
-    if (controller > kLargestDataByte || value > kLargestDataByte) damaged = true;
-    add(controller, channel + 1, value);
-  }
-  void Mf_tempo(int microseconds) override { add(-1, 1, microseconds); }
-  void* Mf_malloc(size_t size) override { return std::malloc(size); }
-  void Mf_free(void* memory, size_t) override { std::free(memory); }
-
-  void Mf_starttrack() override {}
-  void Mf_endtrack() override {}
-  void Mf_chanprefix(int) override {}
-  void Mf_portprefix(int) override {}
-  void Mf_eot() override {}
-  void Mf_on(int, int, int) override {}
-  void Mf_off(int, int, int) override {}
-  void Mf_pressure(int, int, int) override {}
-  void Mf_pitchbend(int, int, int) override {}
-  void Mf_program(int, int) override {}
-  void Mf_chanpressure(int, int) override {}
-  void Mf_sysex(int, unsigned char*) override {}
-  void Mf_arbitrary(int, unsigned char*) override {}
-  void Mf_metamisc(int, int, unsigned char*) override {}
-  void Mf_seqnum(int) override {}
-  void Mf_smpte(int, int, int, int, int) override {}
-  void Mf_timesig(int, int, int, int) override {}
-  void Mf_keysig(int, int) override {}
-  void Mf_sqspecific(int, unsigned char*) override {}
-  void Mf_text(int, int, unsigned char*) override {}
-
-  const std::string text;
-  std::size_t at = 0;
+  const std::string& subject;
+  std::string_view rest;
 };
 
-// A division with its upper bit set holds the negative number of frames in a second and the ticks in each.
-double frameTicksPerSecond(int division) {
-  constexpr double kDropFrameRateHz = 30000.0 / 1001.0;
-  const int frames = 256 - (division >> 8 & 0xff);
-  return (frames == 29 ? kDropFrameRateHz : frames) * (division & 0xff);
+// Walks through the messages of one track.
+class MidiTrackReader {
+public:
+  MidiTrackReader(const MidiBytes& trackBytes, std::vector<MidiEvent>& found)
+      : bytes(trackBytes), list(found) {}
+
+  void read() {
+    while (!ended && !bytes.isEmpty()) {
+      tick += bytes.variableNumber();
+      const int status = bytes.statusFollows() ? static_cast<int>(bytes.number(1)) : channelStatus;
+      if (status == kMeta) {
+        readMeta();
+      } else if (status == kSystemExclusive || status == kContinuation) {
+        bytes.take(bytes.variableNumber());
+      } else {
+        readChannelMessage(status);
+      }
+    }
+  }
+
+private:
+  enum { kController = 0xb0, kProgram = 0xc0, kChannelPressure = 0xd0 }; // kinds: a status's upper four bits
+  enum { kSystemExclusive = 0xf0, kContinuation = 0xf7, kMeta = 0xff };
+
+  void readMeta() {
+    constexpr std::uint32_t kEndOfTrack = 0x2f, kTempo = 0x51;
+    constexpr std::size_t kTempoBytes = 3;
+    const std::uint32_t type = bytes.number(1);
+    MidiBytes data = bytes.part(bytes.variableNumber());
+    if (type == kEndOfTrack) ended = true;
+    if (type == kTempo) {
+      list.push_back({tick, -1, 1, static_cast<int>(data.number(kTempoBytes))});
+    }
+  }
+
+  // The messages that belong to no channel and are no system exclusive are for cables, not for files.
+  void readChannelMessage(int status) {
+    const int kind = status & 0xf0;
+    if (kind < 0x80 || kind == 0xf0) bytes.failDamaged();
+    channelStatus = status;
+    const int first = bytes.dataByte();
+    if (kind == kProgram || kind == kChannelPressure) return;
+    const int second = bytes.dataByte();
+    if (kind == kController) list.push_back({tick, first, (status & 0x0f) + 1, second});
+  }
+
+  MidiBytes bytes;
+  std::vector<MidiEvent>& list;
+  double tick = 0.0;
+  int channelStatus = 0; // of the last message for a channel: the next one may leave it out
+  bool ended = false;
+};
+
+struct MidiHeader {
+  std::uint32_t format;
+  std::uint32_t tracks;
+  std::uint32_t division;
+};
+
+MidiHeader readHeader(MidiBytes& file) {
+  file.take(kMarkBytes);
+  MidiBytes header = file.part(file.number(4));
+  MidiHeader read = {};
+  read.format = header.number(2);
+  read.tracks = header.number(2);
+  read.division = header.number(2);
+  return read;
+}
+
+// Between the tracks may stand chunks of kinds that only their maker knows.
+void readTracks(MidiBytes& file, std::uint32_t tracks, std::vector<MidiEvent>& list) {
+  while (tracks > 0) {
+    const std::string_view mark = file.take(kMarkBytes);
+    const MidiBytes chunk = file.part(file.number(4));
+    if (mark != kTrackMark) continue;
+    MidiTrackReader(chunk, list).read();
+    --tracks;
+  }
+}
+
+// With its upper bit set, a division holds the negative number of frames in a second and the ticks in each.
+void setClock(MidiEvents& events, std::uint32_t division) {
+  constexpr std::uint32_t kFramesBit = 0x8000;
+  constexpr std::uint32_t kDropFrames = 29; // stands for 30000 frames in 1001 seconds
+  if ((division & kFramesBit) == 0) {
+    events.ticksPerQuarter = division;
+    return;
+  }
+  const std::uint32_t frames = 256 - (division >> 8);
+  const double framesPerSecond = frames == kDropFrames ? 30000.0 / 1001.0 : frames;
+  events.ticksPerSecond = framesPerSecond * (division & 0xff);
 }
 
 } // namespace
 
-bool isMidi(std::string_view bytes) { return bytes.substr(0, kHeaderMark.size()) == kHeaderMark; }
+bool isMidi(std::string_view bytes) { return bytes.substr(0, kMarkBytes) == kHeaderMark; }
 
 MidiEvents readMidiEvents(const std::string& subject, std::string_view bytes) {
-  constexpr int kFramesBit = 0x8000;
-  constexpr char kRight[] = "save the take again as a MIDI file of format 0 or 1";
-  const auto fail = [&](const std::string& wrong, const std::string& right) {
-    throw Fault(ExitStatus::couldNot, subject, {}, wrong, right);
-  };
-  if (!isMidi(bytes)) fail("not a standard MIDI file", kRight);
-  MidiFileReader reader(bytes);
-  MidiEvents events = {0.0, 0.0, std::move(reader.list)};
-  if (reader.division & kFramesBit) {
-    events.ticksPerSecond = frameTicksPerSecond(reader.division);
-  } else {
-    events.ticksPerQuarter = reader.division;
-  }
+  constexpr std::uint32_t kIndependentTracks = 2; // the last format there is
+  if (!isMidi(bytes)) fail(subject, "not a standard MIDI file");
+  MidiBytes file(subject, bytes);
+  const MidiHeader header = readHeader(file);
+  MidiEvents events = {};
+  setClock(events, header.division);
   const bool hasClock = events.ticksPerQuarter > 0.0 || events.ticksPerSecond > 0.0;
-  if (reader.damaged || !hasClock) fail("a damaged or cut MIDI file", kRight);
-  if (reader.independentTracks) fail("a MIDI file of independent tracks (format 2)", kRight);
+  if (header.format > kIndependentTracks || !hasClock) file.failDamaged();
+  if (header.format == kIndependentTracks && header.tracks > 1) {
+    fail(subject, "a MIDI file of independent tracks (format 2)");
+  }
+  readTracks(file, header.tracks, events.list);
   std::stable_sort(events.list.begin(), events.list.end(),
                    [](const MidiEvent& left, const MidiEvent& right) { return left.tick < right.tick; });
   return events;

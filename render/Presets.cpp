@@ -1,18 +1,10 @@
 #include "render/Presets.h"
 
 #include "presets/ShippedPresets.h"
-#include "render/Colors.h"
-#include "render/OutputFile.h"
 #include "render/Text.h"
-#include "render/TextFile.h"
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <system_error>
-#include <unistd.h>
 
 namespace {
 
@@ -66,14 +58,14 @@ private:
 
   void set(std::string_view line) {
     const auto equals = line.find('=');
-    if (equals == std::string_view::npos) failAt(place, "neither [name] nor key = value", "");
+    if (equals == std::string_view::npos) failAt(place, "neither a name nor a setting", "write [name] or key = value");
     if (presets.empty()) failAt(place, "stands before the first preset", "write [name] above it");
     const std::string_view name = trimmed(line.substr(0, equals));
-    const std::string_view value = trimmed(line.substr(equals + 1));
+    const std::string_view rest = trimmed(line.substr(equals + 1));
     Preset& preset = presets.back();
     if (name == kDescriptionKey) {
       if (!preset.description.empty()) failAt(place, "a second description", "keep one");
-      preset.description = value;
+      preset.description = rest;
       return;
     }
     const auto* const key =
@@ -83,6 +75,7 @@ private:
     }
     if (preset.controls.course(key->parameter))
       failAt(place, "the key stands twice in this preset", "keep one");
+    const std::string_view value = trimmed(rest.substr(0, rest.find('#')));
     const TrackRule& rule = trackRule(key->parameter);
     preset.controls.set(key->parameter, PedalTrack({{0.0, ruledValue(rule, value, place)}}, rule.stepped));
   }
@@ -100,16 +93,17 @@ std::string valueText(const TrackRule& rule, double value) {
   return shortest(value);
 }
 
-std::string nameFrom(const std::string& path) {
-  std::string name = std::filesystem::path(path).stem().string();
-  std::replace_if(
-      name.begin(), name.end(),
-      [](char character) {
-        return !isPlainText({&character, 1}) || character == '\n';
-      },
-      ' ');
-  name = trimmed(name);
-  return name.empty() ? "my preset" : name;
+} // namespace
+
+bool samePresetName(std::string_view left, std::string_view right) {
+  const auto plain = [](char character) { return character == '-' || character == '_' ? ' ' : character; };
+  const auto same = [&](char l, char r) { return plain(l) == plain(r); };
+  const std::string first = lowerCase(left), second = lowerCase(right);
+  return std::equal(first.begin(), first.end(), second.begin(), second.end(), same);
+}
+
+std::vector<Preset> readPresets(const std::string& subject, std::string_view text) {
+  return PresetReader(subject).read(text);
 }
 
 std::string presetText(const std::string& name, const Controls& controls) {
@@ -132,57 +126,6 @@ std::string presetText(const std::string& name, const Controls& controls) {
   return "[" + name + "]\n" + settings;
 }
 
-// A slip of the hand must cost neither a recording nor a collection of presets.
-void refuseToReplaceOther(const std::string& path) {
-  const auto fail = [&](const std::string& wrong) {
-    throw Fault(ExitStatus::couldNot, "--save-preset", path, wrong, "give another name");
-  };
-  std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) return;
-  std::vector<Preset> held;
-  try {
-    held = loadPresets("--save-preset", path);
-  } catch (const Fault&) {
-    fail("exists and holds no presets");
-  }
-  if (held.size() > 1) fail("exists and holds " + std::to_string(held.size()) + " presets");
-}
-
-void writeAll(const OutputFile& file, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t count = write(file.descriptor(), text.data(), text.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) {
-      throw Fault(ExitStatus::couldNot, "--save-preset", file.name(),
-                  "cannot be written (" + std::string(std::strerror(errno)) + ")");
-    }
-    text.remove_prefix(static_cast<std::size_t>(count));
-  }
-}
-
-} // namespace
-
-bool samePresetName(std::string_view left, std::string_view right) {
-  const auto plain = [](char character) { return character == '-' || character == '_' ? ' ' : character; };
-  const auto same = [&](char l, char r) { return plain(l) == plain(r); };
-  const std::string first = lowerCase(left), second = lowerCase(right);
-  return std::equal(first.begin(), first.end(), second.begin(), second.end(), same);
-}
-
-std::vector<Preset> readPresets(const std::string& subject, std::string_view text) {
-  return PresetReader(subject).read(text);
-}
-
-std::vector<Preset> loadPresets(const std::string& option, const std::string& path) {
-  constexpr std::size_t kLargestBytes = 1048576;
-  const std::string text = readSmallFile(option, path, kLargestBytes);
-  if (!isPlainText(text)) {
-    throw Fault(ExitStatus::couldNot, option, path, "not a text file",
-                "give a file that --save-preset wrote");
-  }
-  return readPresets(option + " '" + path + "'", text);
-}
-
 std::vector<Preset> shippedPresets() { return readPresets("presets", shippedPresetsText()); }
 
 std::string presetList() {
@@ -194,12 +137,4 @@ std::string presetList() {
   for (const Preset& preset : presets)
     list += preset.name + std::string(width - preset.name.size() + 2, ' ') + preset.description + "\n";
   return list;
-}
-
-void savePreset(const std::string& path, const Controls& controls) {
-  const std::string text = presetText(nameFrom(path), controls);
-  refuseToReplaceOther(path);
-  OutputFile file(path);
-  writeAll(file, text);
-  file.publish();
 }

@@ -14,13 +14,9 @@ struct Preset {
 };
 
 // Reads presets from text: sections [name] of lines "key = value" with the keys description, color, tone,
-// mode, on and pedal; # begins a comment line. subject: what the text is, for messages. Throws Fault
-// (couldNot) naming the line that is wrong. Allocates.
+// mode, on and pedal; # begins a comment, but for one in a description. subject: what the text is, for
+// messages. Throws Fault (couldNot) naming the line that is wrong. Allocates.
 std::vector<Preset> readPresets(const std::string& subject, std::string_view text);
-
-// Reads the presets of a file. option: names the file in the call, for messages. Throws Fault (couldNot).
-// Allocates.
-std::vector<Preset> loadPresets(const std::string& option, const std::string& path);
 
 // Whether two names mean the same preset: capitals do not count, hyphens and underscores stand for blanks.
 // Allocates.
@@ -32,7 +28,7 @@ std::vector<Preset> shippedPresets();
 // The shipped presets as a table for a terminal. Ends with a line break. Allocates.
 std::string presetList();
 
-// Writes the constants that the controls hold as one preset, named after the file. A pedal that moves is left
-// out. An existing file is replaced only when it holds a single preset. Throws Fault: wrongCall when there is
-// nothing to save or another parameter moves, couldNot when the place cannot take it. Allocates.
-void savePreset(const std::string& path, const Controls& controls);
+// The constants that the controls hold as the text of one preset, which readPresets reads back. A pedal that
+// moves is left out. name: one line. Throws Fault (wrongCall) when there is nothing to save
+// or another parameter moves. Allocates.
+std::string presetText(const std::string& name, const Controls& controls);
