@@ -67,8 +67,10 @@ void setMoving(Controls& controls, ParameterIndex parameter, const std::optional
 void addMovingOption(CLI::App& app, const std::string& name, std::string& text, std::string& controller,
                      std::string& channel, const std::string& help) {
   app.add_option("--" + name, text, help)->type_name("VALUE|FILE")->group(kParameterGroup);
-  app.add_option("--" + name + "-cc", controller,
-                 "which controller of a MIDI file moves the " + name + ", 0 to 127; 11 if not given")
+  app.add_option(
+         "--" + name + "-cc", controller,
+         "which controller of a MIDI file moves the " + name +
+             ", 0 to 127; 11 if not given. Its messages are points like others, joined by straight lines")
       ->type_name("N")
       ->group(kParameterGroup);
   app.add_option("--" + name + "-channel", channel, "which MIDI channel it is on, 1 to 16; any if not given")
