@@ -51,7 +51,7 @@ std::string readSmallFile(const std::string& subject, const std::string& path, s
     bytes.append(part, static_cast<std::size_t>(count));
     if (bytes.size() > largestBytes) {
       fail(subject, path, "larger than " + std::to_string(largestBytes / 1048576) + " MiB",
-           "give a file with fewer points");
+           "give a smaller one");
     }
   }
 }

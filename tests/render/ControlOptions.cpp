@@ -168,7 +168,7 @@ TEST_CASE("files that hold no course are refused in one line") {
 }
 
 TEST_CASE("an endless file ends in a fault") {
-  const std::string larger = ": larger than 32 MiB; give a file with fewer points";
+  const std::string larger = ": larger than 32 MiB; give a smaller one";
   CHECK(faultOf(ExitStatus::couldNot, {"--pedal", "/dev/zero"}) == "--pedal '/dev/zero'" + larger);
   CHECK(faultOf(ExitStatus::couldNot, {"--load-preset", "/dev/zero"})
             .find("--load-preset '/dev/zero': larger than 1 MiB; ") == 0);
@@ -271,4 +271,14 @@ TEST_CASE("saving replaces one preset or an empty file, and nothing else") {
         std::string::npos);
   CHECK(bytesOf("two.conf") == two);
   CHECK(bytesOf("in.wav") == sound);
+}
+
+TEST_CASE("a file may be as large as its limit and not larger") {
+  const Place place;
+  const std::string preset = "[mine]\ntone = 0.5\n#";
+  place.write("full.conf", preset + std::string(1048576 - preset.size(), 'x'));
+  place.write("over.conf", preset + std::string(1048577 - preset.size(), 'x'));
+  CHECK(controlsOf({"--load-preset", "full.conf"}).valueAt(kParameterTone, 0.0).value() == 0.5f);
+  CHECK(faultOf(ExitStatus::couldNot, {"--load-preset", "over.conf"}) ==
+        "--load-preset 'over.conf': larger than 1 MiB; give a smaller one");
 }
