@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::size_t kLargestBytes = 32u << 20;
+constexpr std::size_t kLargestBytes = 16u << 20;
 constexpr int kExpressionController = 11;
 
 std::string extensionOf(const std::string& path) {

@@ -168,7 +168,7 @@ TEST_CASE("files that hold no course are refused in one line") {
 }
 
 TEST_CASE("an endless file ends in a fault") {
-  const std::string larger = ": larger than 32 MiB; give a smaller one";
+  const std::string larger = ": larger than 16 MiB; give a smaller one";
   CHECK(faultOf(ExitStatus::couldNot, {"--pedal", "/dev/zero"}) == "--pedal '/dev/zero'" + larger);
   CHECK(faultOf(ExitStatus::couldNot, {"--load-preset", "/dev/zero"})
             .find("--load-preset '/dev/zero': larger than 1 MiB; ") == 0);
