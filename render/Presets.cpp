@@ -58,7 +58,8 @@ private:
 
   void set(std::string_view line) {
     const auto equals = line.find('=');
-    if (equals == std::string_view::npos) failAt(place, "neither a name nor a setting", "write [name] or key = value");
+    if (equals == std::string_view::npos)
+      failAt(place, "neither a name nor a setting", "write [name] or key = value");
     if (presets.empty()) failAt(place, "stands before the first preset", "write [name] above it");
     const std::string_view name = trimmed(line.substr(0, equals));
     const std::string_view rest = trimmed(line.substr(equals + 1));
