@@ -25,13 +25,13 @@ inside the block from where the block before ended, so it follows the drawn
 line. The first block has none before it and holds its own.
 
 Examples:
-  treadshift-render guitar.wav bent.wav --pedal 0:0,1.5:1,3:0
-      from the heel to the toe in 1.5 seconds, and back at 3
+  treadshift-render guitar.wav bent.wav --color 4 --pedal 0:0,1.5:1,3:0 --tone 0.8
+      an octave down at the start, an octave up at 1.5 seconds, and back at 3
   treadshift-render guitar.wav up.flac --color octave-up --pedal 1
       an octave up all the way
-  treadshift-render guitar.wav late.wav --color 3 --pedal 0:0,4:1 --on 0:off,2:on
+  treadshift-render guitar.wav dive.wav --color 3 --pedal 0:0,4:1 --on 0:0,2:1
       a dive of two octaves, switched in after two seconds
-  treadshift-render guitar.wav bent.wav --preset "Octave climb" --pedal sweep.csv
+  treadshift-render guitar.wav up.wav --preset "Octave climb" --pedal sweep.csv
       a preset, moved by a file of seconds and values
   treadshift-render guitar.wav bent.wav --pedal take.mid --pedal-cc 11
       moved by the expression pedal of a MIDI recording

@@ -74,7 +74,7 @@ std::vector<int> nearestFirst(int sampleFormat) {
   }
   switch (wholeNumberBits(sampleFormat)) {
   case 0:
-    return {sampleFormat, SF_FORMAT_FLOAT, SF_FORMAT_PCM_24};
+    return {SF_FORMAT_FLOAT, SF_FORMAT_PCM_24};
   case 20:
   case 24:
     return {sampleFormat, SF_FORMAT_PCM_24, SF_FORMAT_PCM_32};

@@ -53,8 +53,8 @@ SF_VIRTUAL_IO kWatchedOperations = {lengthOf, seekIn, readFrom, writeTo, positio
 
 // "Error : this is wrong." without what a message has anyway.
 std::string plainReason(std::string text) {
-  constexpr std::string_view kPrefix = "Error : ";
-  if (text.starts_with(kPrefix)) text.erase(0, kPrefix.size());
+  for (const std::string_view prefix : {"Error : ", "System error : "})
+    if (text.starts_with(prefix)) text.erase(0, prefix.size());
   if (text.ends_with('.')) text.pop_back();
   return text;
 }
@@ -72,11 +72,8 @@ SoundWriter::SoundWriter(Output& target, const SoundInfo& info, bool dither)
   if (bits != 0) wholeNumbers.resize(static_cast<std::size_t>(kSliceFrames) * sound.channels);
 }
 
-// A pipe is known to libsndfile by its descriptor alone. A WAV of unknown length is begun as RF64, which
-// becomes a plain WAV at the end if that can tell the length.
+// A pipe is known to libsndfile by its descriptor alone.
 void SoundWriter::open() {
-  const bool mayOutgrow = sound.frames < 0 && isOf(sound.format, SF_FORMAT_WAV);
-  if (mayOutgrow) sound.format = SF_FORMAT_RF64 | (sound.format & SF_FORMAT_SUBMASK);
   SF_INFO info = {};
   info.samplerate = sound.rateHz;
   info.channels = sound.channels;
@@ -84,7 +81,6 @@ void SoundWriter::open() {
   file.reset(output.isStream() ? sf_open_fd(output.descriptor(), SFM_WRITE, &info, SF_FALSE)
                                : sf_open_virtual(&kWatchedOperations, SFM_WRITE, &info, &watchedFile));
   refuseIncomplete(file != nullptr);
-  if (mayOutgrow) sf_command(file.get(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
 }
 
 void SoundWriter::write(const double* samples, std::int64_t frames) {
@@ -98,7 +94,7 @@ void SoundWriter::refuseTooLong(std::int64_t frames) {
   framesWritten += frames;
   if (framesWritten > mostFrames(sound.format, sound.channels)) {
     throw Fault(ExitStatus::couldNot, "output", output.name(), "the sound is too long for the type (4 GB)",
-                "use .wav or .flac");
+                "use .flac or .w64");
   }
 }
 
@@ -143,12 +139,12 @@ void SoundWriter::publish() {
   output.publish();
 }
 
-// The library's own reasons are about what the type can hold, such as the sample rates of Opus.
+// The library's own reasons for a file are about what the type can hold, such as the sample rates of Opus.
 void SoundWriter::refuseIncomplete(bool libraryIsContent) const {
   if (libraryIsContent && watchedFile.error == 0) return;
-  const bool isSystems = watchedFile.error != 0;
-  const std::string reason =
-      isSystems ? std::strerror(watchedFile.error) : plainReason(sf_strerror(file.get()));
-  throw Fault(ExitStatus::couldNot, "output", output.name(), "cannot be written: " + reason,
-              isSystems ? "make room or choose another place" : "use another type, such as .wav");
+  const auto fail = [&](const std::string& reason, const std::string& right) {
+    throw Fault(ExitStatus::couldNot, "output", output.name(), "cannot be written: " + reason, right);
+  };
+  if (watchedFile.error != 0) fail(std::strerror(watchedFile.error), "make room or choose another place");
+  fail(plainReason(sf_strerror(file.get())), output.isStream() ? "" : "use another type, such as .wav");
 }

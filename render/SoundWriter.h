@@ -20,8 +20,8 @@ struct WatchedFile {
 
 class SoundWriter {
 public:
-  // target: where to write; it must outlive the writer. info: rate, channels and format of the file; a
-  // negative length is unknown, and a WAV then becomes RF64 if it grows too long for a plain one. dither:
+  // target: where to write; it must outlive the writer. info: rate, channels and format of the file;
+  // its length is not used. dither:
   // adds noise of two equal parts, together up to one step up or down (triangular), before rounding to whole
   // numbers; the same noise for every file. Throws Fault (couldNot). Allocates.
   SoundWriter(Output& target, const SoundInfo& info, bool dither);

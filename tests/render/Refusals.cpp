@@ -16,6 +16,7 @@ bool startsWith(const std::string& text, const std::string& start) {
 void checkOneLine(const std::string& err) {
   CHECK(startsWith(err, "treadshift-render: "));
   CHECK(std::count(err.begin(), err.end(), '\n') == 1);
+  REQUIRE(!err.empty());
   CHECK(err.back() == '\n');
   CHECK(std::none_of(err.begin(), err.end() - 1, [](unsigned char character) { return character < 0x20; }));
 }
@@ -67,7 +68,7 @@ TEST_CASE("calls that are wrong as they stand") {
                 {refusal.path("in.wav"), refusal.path("out.wav"), "third"});
   refusal.check(2, "output '" + refusal.path("out") + "': ", {refusal.path("in.wav"), refusal.path("out")});
   refusal.check(
-      2, "output '" + refusal.path("out.mp3") + "': ", {refusal.path("in.wav"), refusal.path("out.mp3")});
+      2, "output '" + refusal.path("out.doc") + "': ", {refusal.path("in.wav"), refusal.path("out.doc")});
   refusal.check(2, "--show 'in.wav': ", {"--show", "in.wav"});
   refusal.checkOption("option '--colour': no such option; ", {"--colour", "1"});
   refusal.checkOption("--tone: ", {"--tone"});

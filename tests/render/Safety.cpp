@@ -17,10 +17,6 @@ namespace {
 
 using Names = std::vector<std::string>;
 
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
 void writeInput(const Workspace& work) {
   writeSound(work.path("in.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(40000)});
 }
@@ -63,7 +59,7 @@ TEST_CASE("when there is no room nothing is left behind") {
     tight.largestFileBytes = 6000;
     const Outcome outcome = render({work.path("in.wav"), work.path(output), "-q"}, tight);
     CHECK(outcome.status == 1);
-    CHECK(contains(outcome.err, "treadshift-render: output '" + work.path(output) + "': cannot be written"));
+    CHECK(holds(outcome.err, "treadshift-render: output '" + work.path(output) + "': cannot be written"));
     CHECK(std::count(outcome.err.begin(), outcome.err.end(), '\n') == 1);
     CHECK(fileBytes(work.path(output)) == "an older rendering");
     fs::remove(work.path(output));
@@ -98,7 +94,7 @@ TEST_CASE("the input cannot be the output, under no name") {
   for (const char* output : {"in.wav", "./in.wav", "hard.wav", "soft.wav"}) {
     const Outcome outcome = render({work.path("in.wav"), work.path(output)});
     CHECK(outcome.status == 1);
-    CHECK(contains(outcome.err, "the same file as the input; give another name\n"));
+    CHECK(holds(outcome.err, "the same file as the input; give another name\n"));
   }
   CHECK(fileBytes(work.path("in.wav")) == bytes);
   CHECK(work.names() == Names{"hard.wav", "in.wav", "soft.wav"});
@@ -109,8 +105,8 @@ TEST_CASE("outputs that are no files stay what they are") {
   writeInput(work);
   fs::create_directory(work.path("folder.wav"));
   REQUIRE(mkfifo(work.path("pipe.wav").c_str(), 0600) == 0);
-  CHECK(contains(render({work.path("in.wav"), work.path("folder.wav")}).err, "': a directory; "));
-  CHECK(contains(render({work.path("in.wav"), work.path("pipe.wav")}).err, "': not a regular file; "));
+  CHECK(holds(render({work.path("in.wav"), work.path("folder.wav")}).err, "': a directory; "));
+  CHECK(holds(render({work.path("in.wav"), work.path("pipe.wav")}).err, "': not a regular file; "));
   CHECK(fs::is_directory(work.path("folder.wav")));
   CHECK(fs::is_fifo(work.path("pipe.wav")));
   CHECK(work.names() == Names{"folder.wav", "in.wav", "pipe.wav"});
@@ -158,7 +154,7 @@ TEST_CASE("a signal in the middle leaves nothing behind") {
     const Outcome outcome = program.wait();
     close(input);
     CHECK(outcome.status == 128 + number);
-    CHECK(outcome.err == "treadshift-render: interrupted; no output was written\n");
+    CHECK(outcome.err == "treadshift-render: interrupted; no unfinished output is left\n");
     CHECK(work.names() == Names{"in.wav", "out.wav"});
     CHECK(fileBytes(work.path("out.wav")) == "an older rendering");
   }
@@ -173,7 +169,7 @@ TEST_CASE("progress shows on a terminal, and not when quiet") {
   writeInput(work);
   Surroundings terminal;
   terminal.errorIsTerminal = true;
-  CHECK(contains(render({work.path("in.wav"), work.path("out.wav")}, terminal).err, " x real time"));
+  CHECK(holds(render({work.path("in.wav"), work.path("out.wav")}, terminal).err, " x real time"));
   CHECK(render({work.path("in.wav"), work.path("out.wav"), "-q"}, terminal).err == "");
 }
 
