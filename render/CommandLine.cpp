@@ -16,7 +16,7 @@ constexpr int kMostJobs = 256;
 constexpr double kLargestGainDb = 96.0;
 constexpr double kLongestTail = 3600.0; // seconds
 
-constexpr char kFileGroup[] = "Files";
+constexpr char kFileGroup[] = "Input and output";
 constexpr char kLookingGroup[] = "Looking and listening";
 constexpr char kOtherGroup[] = "Other options";
 

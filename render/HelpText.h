@@ -11,13 +11,15 @@ output keeps the sample rate, channels and sample format of the input.
 )";
 
 constexpr char kHelpFooter[] =
-    R"(A VALUE is one number for the whole recording, or points seconds:value, as in
+    R"(Values:
+A VALUE is one number for the whole recording, or points seconds:value, as in
 0:0,1.5:1,3:0. The pedal and the tone move in a straight line from point to
 point; colour, mode and on/off stay until the next point. Before the first
 point its value holds, after the last point that one's. A FILE is a CSV text of
 lines "seconds,value" or a standard MIDI file. What no option sets keeps the
 pedal's own setting (on, guitar, tone 0.8, colour 4, heel).
 
+Timing:
 The recording runs in blocks of --block samples, which are the grain of all
 moves: a value changes at the block in which its time falls. At each block's
 start the values of its last sample are set, and the pedal moves towards them
@@ -46,7 +48,8 @@ Examples:
   treadshift-render --show --tone 0.3
       what the module tells a host, with the tone at 0.3
 
-Exit status: 0 done, 1 could not be done, 2 wrong call. An output that exists is
-replaced only by a whole new one, and by none with --no-clobber. Of several
-recordings, one that cannot be rendered does not keep the others.
+Exit status:
+0 done, 1 could not be done, 2 wrong call. An output that exists is replaced
+only by a whole new one, and by none with --no-clobber. Of several recordings,
+one that cannot be rendered does not keep the others.
 )";
