@@ -1,6 +1,7 @@
 #include "render/SoundReader.h"
 
 #include "render/Fault.h"
+#include "render/OpeningLock.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -47,15 +48,23 @@ std::int64_t trustedFrames(const SF_INFO& info, bool seekable) {
 SoundReader::SoundReader(const std::string& name) : path(name) {
   const SoundSource source = openSoundSource(path);
   seekable = source.seekable;
-  SF_INFO info = {};
-  file.reset(sf_open_fd(source.descriptor, SFM_READ, &info, SF_TRUE));
-  if (!file)
-    fail(std::string("not a sound file that can be read (") + sf_strerror(nullptr) + ")", kSoundFileHint);
+  const SF_INFO info = openFile(source.descriptor);
   sound = {info.samplerate, info.channels, trustedFrames(info, seekable), info.format};
   if (sound.rateHz < 1 || sound.channels < 1)
     fail("the header gives no sample rate or channels", kSoundFileHint);
   if (sound.frames == 0) fail("holds no sound", "give a recording");
   refuseCutShort();
+}
+
+SF_INFO SoundReader::openFile(int descriptor) {
+  std::unique_lock<std::mutex> hold;
+  if (seekable) hold = holdOpenings();
+  SF_INFO info = {};
+  file.reset(sf_open_fd(descriptor, SFM_READ, &info, SF_TRUE));
+  if (file) return info;
+  std::string reason = sf_strerror(nullptr);
+  if (reason.ends_with('.')) reason.pop_back();
+  fail("not a sound file that can be read (" + reason + ")", kSoundFileHint);
 }
 
 void SoundReader::refuseCutShort() const {

@@ -31,6 +31,7 @@ public:
 
 private:
   [[noreturn]] void fail(const std::string& wrong, const std::string& right) const;
+  SF_INFO openFile(int descriptor);
   void refuseCutShort() const;
   [[noreturn]] void failDamaged() const;
 

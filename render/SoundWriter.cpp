@@ -2,6 +2,7 @@
 
 #include "render/Fault.h"
 #include "render/OggSerial.h"
+#include "render/OpeningLock.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -78,6 +79,7 @@ void SoundWriter::open() {
   info.samplerate = sound.rateHz;
   info.channels = sound.channels;
   info.format = sound.format;
+  const auto hold = holdOpenings();
   file.reset(output.isStream() ? sf_open_fd(output.descriptor(), SFM_WRITE, &info, SF_FALSE)
                                : sf_open_virtual(&kWatchedOperations, SFM_WRITE, &info, &watchedFile));
   refuseIncomplete(file != nullptr);

@@ -74,6 +74,21 @@ TEST_CASE("one that cannot be rendered does not keep the others") {
   CHECK(namesIn(work.path("bent")).size() == 11);
 }
 
+TEST_CASE("each failure has its own reason, whatever runs beside it") {
+  const Workspace work;
+  Names takes = writeTakes(work);
+  for (int i = 0; i < 60; ++i) {
+    takes.push_back(work.path("bad" + std::to_string(i) + ".wav"));
+    writeBytes(takes.back(), "no sound");
+  }
+  const Outcome outcome = render(with(takes, {"--out-dir", work.path("bent"), "--jobs", "8"}));
+  CHECK(outcome.status == 1);
+  int told = 0;
+  for (std::size_t at = 0; (at = outcome.err.find("(Format not recognised)", at)) != std::string::npos; ++at)
+    ++told;
+  CHECK(told == 60);
+}
+
 TEST_CASE("outputs keep the names, and the extensions that can be written") {
   const Workspace work;
   const int mono16 = SF_FORMAT_PCM_16;

@@ -8,6 +8,7 @@
 #include <doctest/doctest.h>
 #include <fcntl.h>
 #include <filesystem>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -158,6 +159,74 @@ TEST_CASE("a signal in the middle leaves nothing behind") {
     CHECK(work.names() == Names{"in.wav", "out.wav"});
     CHECK(fileBytes(work.path("out.wav")) == "an older rendering");
   }
+}
+
+TEST_CASE("a program that was told to survive its terminal does") {
+  const Workspace work;
+  writeInput(work);
+  const std::string bytes = fileBytes(work.path("in.wav"));
+  fs::remove(work.path("in.wav"));
+  REQUIRE(mkfifo(work.path("in.wav").c_str(), 0600) == 0);
+  Surroundings surroundings;
+  surroundings.ignoresHangUp = true;
+  Program program({work.path("in.wav"), work.path("out.wav"), "-q"}, surroundings);
+  const int input = open(work.path("in.wav").c_str(), O_WRONLY);
+  REQUIRE(write(input, bytes.data(), 20000) == 20000);
+  while (program.isRunning() && work.names().size() < 2)
+    usleep(1000); // until the unfinished output is there
+  program.signal(SIGHUP);
+  REQUIRE(write(input, bytes.data() + 20000, bytes.size() - 20000) ==
+          static_cast<long>(bytes.size() - 20000));
+  close(input);
+  CHECK(program.wait().status == 0);
+  CHECK(readSound(work.path("out.wav")).samples.size() == 40000);
+}
+
+TEST_CASE("progress tells a share, the speed and the time left, and clears its line") {
+  if (!hasTerminals()) {
+    MESSAGE("not checked: there are no pseudo-terminals here");
+    return;
+  }
+  // The pipe's header tells 40000 frames, and the program is made to wait after about half of them.
+  const Workspace work;
+  writeInput(work);
+  const std::string bytes = fileBytes(work.path("in.wav"));
+  fs::remove(work.path("in.wav"));
+  REQUIRE(mkfifo(work.path("in.wav").c_str(), 0600) == 0);
+  Surroundings terminal;
+  terminal.errorIsTerminal = true;
+  Program program({work.path("in.wav"), work.path("out.wav"), "--on", "off"}, terminal);
+  const int input = open(work.path("in.wav").c_str(), O_WRONLY);
+  REQUIRE(write(input, bytes.data(), 40044) == 40044);
+  for (int waiting = 1; waiting > 0 && program.isRunning(); usleep(1000))
+    REQUIRE(ioctl(input, FIONREAD, &waiting) == 0); // bytes in the pipe
+  usleep(300000);                                   // longer than from drawing to drawing
+  REQUIRE(write(input, bytes.data() + 40044, 40000) == 40000);
+  close(input);
+  const Outcome outcome = program.wait();
+  CHECK(outcome.status == 0);
+  CAPTURE(outcome.err);
+  // 24 columns for the whole, so 12 for half and a little.
+  CHECK(holds(outcome.err, "\r[############            ]  50 %  "));
+  CHECK(holds(outcome.err, " x real time  0:00 left"));
+  CHECK(outcome.err.substr(outcome.err.rfind('\r', outcome.err.size() - 2)).find_first_not_of("\r ") ==
+        std::string::npos);
+}
+
+TEST_CASE("a message makes the progress line go first") {
+  if (!hasTerminals()) {
+    MESSAGE("not checked: there are no pseudo-terminals here");
+    return;
+  }
+  const Workspace work;
+  writeInput(work);
+  Surroundings terminal;
+  terminal.errorIsTerminal = true;
+  const Outcome outcome = render({work.path("in.wav"), work.path("out.wav"), "--gain", "60"}, terminal);
+  const std::size_t message = outcome.err.find("treadshift-render: output ");
+  REQUIRE(message != std::string::npos);
+  REQUIRE(message > 2);
+  CHECK(outcome.err.substr(message - 2, 2) == " \r");
 }
 
 TEST_CASE("progress shows on a terminal, and not when quiet") {
