@@ -6,8 +6,10 @@
 #include "render/HelpText.h"
 
 #include <charconv>
-#include <cmath>
+#include <filesystem>
+#include <numeric>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -34,6 +36,21 @@ Number numberOf(const char* option, const std::string& text, Number lowest, Numb
       error == std::errc() && end == text.data() + text.size() && number >= lowest && number <= highest;
   if (!isRight) throw wrongCall(option, text, "not " + what, right);
   return number;
+}
+
+// How many letters must be put in, taken out or changed to make one word of the other.
+std::size_t differences(const std::string& from, const std::string& to) {
+  std::vector<std::size_t> row(to.size() + 1);
+  std::iota(row.begin(), row.end(), 0);
+  for (std::size_t i = 0; i < from.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i + 1);
+    for (std::size_t j = 0; j < to.size(); ++j) {
+      const std::size_t changed = diagonal + (from[i] != to[j]);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
+    }
+  }
+  return row.back();
 }
 
 void addText(CLI::App& app, const char* name, std::string& text, const char* type, const char* group,
@@ -131,9 +148,26 @@ void CommandLine::check() const {
 void CommandLine::refuseExtras() const {
   for (const std::string& extra : app.remaining()) {
     const bool isOption = extra.size() > 1 && extra[0] == '-';
-    throw isOption ? wrongCall("option", extra, "no such option")
-                   : wrongCall("argument", extra, "not understood");
+    if (!isOption) throw wrongCall("argument", extra, "not understood");
+    const std::string meant = nearestOption(extra.substr(0, extra.find('=')));
+    throw wrongCall("option", extra, "no such option",
+                    (meant.empty() ? "" : "did you mean " + meant + "? ") + "see treadshift-render --help");
   }
+}
+
+// The long option that differs by no more than two letters; empty when none does.
+std::string CommandLine::nearestOption(const std::string& name) const {
+  constexpr std::size_t kMostDifferences = 2, kShortestName = 5; // --on and the like are near to anything
+  std::string nearest;
+  std::size_t fewest = kMostDifferences + 1;
+  for (const CLI::Option* option : app.get_options()) {
+    const std::string candidate = option->get_name();
+    const std::size_t count = differences(name, candidate);
+    if (candidate.size() < kShortestName || count >= fewest) continue;
+    fewest = count;
+    nearest = candidate;
+  }
+  return nearest;
 }
 
 void CommandLine::refuseRepeats() const {
@@ -223,8 +257,15 @@ std::vector<RenderJob> CommandLine::jobs() const {
   const SoundType* const wanted = given("--type") ? &typeNamed(type) : nullptr;
   if (given("--out-dir")) return jobsInto(outDirectory, files, wanted);
   const std::string& output = files[1];
+  refuseDirectory(output);
   const SoundType& fitting = wanted ? *wanted : output == "-" ? typeNamed("au") : typeFor(output);
   return {{files[0], output, &fitting, output}};
+}
+
+void CommandLine::refuseDirectory(const std::string& output) const {
+  std::error_code error;
+  if (output.ends_with('/') || std::filesystem::is_directory(output, error))
+    throw wrongCall("output", output, "a directory", "to write into it, give --out-dir " + output);
 }
 
 RenderJob CommandLine::ownJob(const std::string& path) const {

@@ -62,6 +62,8 @@ private:
   void refuseNumberOfFiles() const;
   void refuseSeveralAtOnce() const;
   void refuseUnheardOutput() const;
+  void refuseDirectory(const std::string& output) const;
+  std::string nearestOption(const std::string& name) const;
   bool given(const char* option) const { return app.count(option) != 0; }
   bool onlyLists() const;
 

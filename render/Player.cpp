@@ -28,7 +28,7 @@ Player::Player() {
 }
 
 // A name that begins with a dash would be taken for an option.
-void Player::play(const std::string& path) const {
+void Player::play(const std::string& path, const std::string& shownName) const {
   const std::string file = std::filesystem::absolute(path);
   std::string failures;
   for (const Program& program : programs) {
@@ -40,7 +40,7 @@ void Player::play(const std::string& path) const {
     failures += (failures.empty() ? "" : ", ") + program.name + ": " +
                 (end.firstLine.empty() ? "status " + std::to_string(end.status) : end.firstLine);
   }
-  throw Fault(ExitStatus::couldNot, "--play", path,
+  throw Fault(ExitStatus::couldNot, "--play", shownName,
               failures.empty() ? "no player for this type is there"
                                : "could not be played (" + failures + ")",
               failures.empty() ? "install the package sox" : "");

@@ -9,9 +9,9 @@ public:
   // Looks for players in PATH. Throws Fault (couldNot) naming the packages when there is none. Allocates.
   Player();
 
-  // Plays the file to its end: with the first player that succeeds. Throws Fault (couldNot) when none does.
-  // Allocates.
-  void play(const std::string& path) const;
+  // Plays the file to its end: with the first player that succeeds. shownName: what the user knows it as.
+  // Throws Fault (couldNot) when none does. Allocates.
+  void play(const std::string& path, const std::string& shownName) const;
 
 private:
   struct Program {

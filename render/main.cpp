@@ -15,6 +15,7 @@
 #include <filesystem>
 #include <new>
 #include <optional>
+#include <regex>
 #include <system_error>
 
 namespace {
@@ -79,7 +80,9 @@ ExitStatus renderAndFollow(const CommandLine& line) {
   const ExitStatus status = runBatch(jobs, settings, parallel, line.reports(), picture ? &*picture : nullptr);
   if (status != ExitStatus::done) return status;
   if (picture) picture->draw();
-  if (player) player->play(jobs.front().outputPath);
+  if (player)
+    player->play(jobs.front().outputPath,
+                 line.namesOutput() ? jobs.front().outputPath : jobs.front().inputPath);
   return status;
 }
 
@@ -88,6 +91,14 @@ ExitStatus run(const CommandLine& line) {
   printLists(line);
   if (!line.controlOptions.savePreset.empty()) savePreset(line.controlOptions.savePreset, line.controls());
   return line.renders() ? renderAndFollow(line) : ExitStatus::done;
+}
+
+// "--tone: 1 required VALUE missing" in the manner of the other messages.
+std::string parsingMessage(const CLI::ParseError& error) {
+  const std::string told = error.what();
+  const std::regex missing("(.*): 1 required (.*) missing");
+  return std::regex_replace(told, missing, "$1: its value is missing; give $1 $2") +
+         "; see treadshift-render --help";
 }
 
 ExitStatus runReportingFaults(int argc, char** argv) {
@@ -99,7 +110,7 @@ ExitStatus runReportingFaults(int argc, char** argv) {
     line.print(helpOrVersion);
     return ExitStatus::done;
   } catch (const CLI::ParseError& error) {
-    printMessage(std::string(error.what()) + "; see treadshift-render --help");
+    printMessage(parsingMessage(error));
     return ExitStatus::wrongCall;
   }
 }

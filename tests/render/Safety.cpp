@@ -106,7 +106,8 @@ TEST_CASE("outputs that are no files stay what they are") {
   writeInput(work);
   fs::create_directory(work.path("folder.wav"));
   REQUIRE(mkfifo(work.path("pipe.wav").c_str(), 0600) == 0);
-  CHECK(holds(render({work.path("in.wav"), work.path("folder.wav")}).err, "': a directory; "));
+  CHECK(holds(render({work.path("in.wav"), work.path("folder.wav")}).err,
+              "': a directory; to write into it, give --out-dir "));
   CHECK(holds(render({work.path("in.wav"), work.path("pipe.wav")}).err, "': not a regular file; "));
   CHECK(fs::is_directory(work.path("folder.wav")));
   CHECK(fs::is_fifo(work.path("pipe.wav")));
