@@ -9,7 +9,7 @@
 // Writes go to a temporary file in the output's own directory, which takes the output's place in one step.
 // Until then an existing output stays as it is. The temporary file is removed when the object goes away
 // unfinished, and when a signal ends the program.
-class OutputFile : public Output, private Unfinished {
+class OutputFile final : public Output, private Unfinished {
 public:
   // name: where the file shall appear; a link is followed. mayReplace: whether it may take the place of a
   // file that is there, now or when it is whole. Throws Fault (couldNot) when the place cannot take a file:

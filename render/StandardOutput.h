@@ -8,7 +8,7 @@
 
 // A type whose header must be corrected at the end is kept in a file without a name first, and sent when it
 // is whole; the others go out while they are rendered.
-class StandardOutput : public Output {
+class StandardOutput final : public Output {
 public:
   // streams: whether the bytes can go out as they are written. Throws Fault: wrongCall when the standard
   // output is a terminal, couldNot when there is no room for the file.

@@ -16,7 +16,7 @@ struct SubprocessEnd {
 };
 
 // A program that runs beside this one. When a signal ends this one, it is ended too.
-class Subprocess : private Unfinished {
+class Subprocess final : private Unfinished {
 public:
   // Starts the program at `path` with arguments (its own name not among them), in a directory. No shell reads
   // them. Its standard input and output lead nowhere. Throws Fault (couldNot). Allocates.

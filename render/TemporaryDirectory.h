@@ -5,7 +5,7 @@
 
 #include <string>
 
-class TemporaryDirectory : private Unfinished {
+class TemporaryDirectory final : private Unfinished {
 public:
   // Makes it where temporary files go. Throws Fault (couldNot). Allocates.
   TemporaryDirectory();

@@ -12,13 +12,23 @@
 #include "render/picture/PitchPicture.h"
 
 #include <exception>
+#include <fcntl.h>
 #include <filesystem>
 #include <new>
 #include <optional>
 #include <regex>
 #include <system_error>
+#include <unistd.h>
 
 namespace {
+
+// A standard stream that the caller has closed would be taken by the next file to be opened, and that file
+// would get what is meant for the stream. What is written to a closed standard output still fails.
+void occupyStandardStreams() {
+  for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDERR_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
 
 // The directory for several outputs; one that was made for nothing goes again.
 class OutputDirectory {
@@ -118,6 +128,7 @@ ExitStatus runReportingFaults(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
+  occupyStandardStreams();
   guardAgainstInterruption();
   try {
     return static_cast<int>(runReportingFaults(argc, argv));

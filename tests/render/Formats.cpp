@@ -193,7 +193,9 @@ TEST_CASE("types of their own codec are written at the rates that they know") {
   const std::pair<const char*, int> types[] = {{"out.opus", SF_FORMAT_OGG | SF_FORMAT_OPUS},
                                                {"out.ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS},
                                                {"out.mp3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III}};
-  for (const auto& [name, format] : types) {
+  for (const auto& row : types) {
+    const auto name = row.first;
+    const auto format = row.second;
     CAPTURE(name);
     CHECK(render({work.path("in.wav"), work.path(name), "--on", "off"}).err == "");
     const Sound out = readSound(work.path(name));

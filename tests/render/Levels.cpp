@@ -164,7 +164,9 @@ TEST_CASE("the sample format that is asked for") {
                                                  {"32", SF_FORMAT_PCM_32},
                                                  {"float", SF_FORMAT_FLOAT},
                                                  {"double", SF_FORMAT_DOUBLE}};
-  for (const auto& [name, format] : formats) {
+  for (const auto& row : formats) {
+    const auto name = row.first;
+    const auto format = row.second;
     CAPTURE(name);
     const Sound out = passed(work, in, {"--bits", name});
     CHECK(out.format == (SF_FORMAT_WAV | format));

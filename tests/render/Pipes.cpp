@@ -24,7 +24,9 @@ TEST_CASE("recordings of all types come through a pipe") {
       {"aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_16}, {"caf", SF_FORMAT_CAF | SF_FORMAT_PCM_16},
       {"voc", SF_FORMAT_VOC | SF_FORMAT_PCM_16},   {"mp3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III},
       {"w64", SF_FORMAT_W64 | SF_FORMAT_DOUBLE}};
-  for (const auto& [extension, format] : types) {
+  for (const auto& row : types) {
+    const auto extension = row.first;
+    const auto format = row.second;
     CAPTURE(extension);
     const Workspace work;
     const std::string in = std::string("in.") + extension;
@@ -43,7 +45,9 @@ TEST_CASE("the standard output gets AU in the sample format of the input") {
   const std::pair<int, int> formats[] = {{SF_FORMAT_PCM_16, SF_FORMAT_PCM_16},
                                          {SF_FORMAT_PCM_24, SF_FORMAT_PCM_24},
                                          {SF_FORMAT_FLOAT, SF_FORMAT_FLOAT}};
-  for (const auto& [given, written] : formats) {
+  for (const auto& row : formats) {
+    const auto given = row.first;
+    const auto written = row.second;
     CAPTURE(given);
     const Workspace work;
     writeSound(work.path("in.wav"), {48000, 2, SF_FORMAT_WAV | given, softNoise(20000)});
@@ -174,4 +178,26 @@ TEST_CASE("an input that is also the standard output is refused") {
     CHECK(holds(outcome.err, "the same file as the input; "));
     CHECK(fileBytes(work.path("in.wav")) == bytes);
   }
+}
+
+TEST_CASE("a closed standard stream is not taken by a file") {
+  const Workspace work;
+  writeSound(work.path("in.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(4000)});
+  REQUIRE(shell("treadshift-render -q in.wav right.wav --gain 40", inside(work)).status == 0);
+  const std::string right = fileBytes(work.path("right.wav"));
+  for (const char* closed : {"<&-", ">&-", "2>&-", "<&- >&- 2>&-"}) {
+    CAPTURE(closed);
+    // The gain makes it say something.
+    CHECK(shell("treadshift-render in.wav out.wav --gain 40 " + std::string(closed), inside(work)).status ==
+          0);
+    CHECK(fileBytes(work.path("out.wav")) == right);
+  }
+  for (const char* type : {"au", "wav"}) {
+    const Outcome outcome =
+        shell("treadshift-render in.wav - >&- -q --type " + std::string(type), inside(work));
+    CHECK(outcome.status == 1);
+    CHECK(holds(outcome.err, "treadshift-render: output '-': cannot be written: "));
+  }
+  CHECK(holds(shell("treadshift-render - out.wav <&-", inside(work)).err, "input '-': not a sound file"));
+  CHECK(work.names() == Names{"in.wav", "out.wav", "right.wav"});
 }
