@@ -84,7 +84,7 @@ std::string PitchPicture::title() const {
          std::string(colors()[static_cast<std::size_t>(color)].name);
 }
 
-// Seconds, pedal, cents. A blank line parts what a change of colour or a pedal switched off tears apart.
+// Seconds, pedal, cents; no number where the pitch is torn by a change of colour or the pedal switched off.
 void PitchPicture::writeCourses(const std::string& directory) const {
   std::ofstream file(directory + "/courses");
   int colorBefore = colorAt(0.0);
@@ -93,12 +93,9 @@ void PitchPicture::writeCourses(const std::string& directory) const {
     const int color = colorAt(seconds);
     const double pedal = valueAt(kParameterPedal, seconds);
     const bool isOn = valueAt(kParameterOn, seconds) > 0.5;
-    if (color != colorBefore) file << "\n";
-    file << seconds << " " << pedal << " ";
-    if (isOn)
-      file << centsAt(color, pedal) << "\n";
-    else
-      file << "NaN\n";
+    const auto put = [&](double cents) { file << seconds << " " << pedal << " " << cents << "\n"; };
+    if (color != colorBefore || !isOn) put(std::nan(""));
+    if (isOn) put(centsAt(color, pedal));
     colorBefore = color;
   }
 }

@@ -267,7 +267,7 @@ TEST_CASE("gnuplot gets the pitch that the pedal asks for") {
     const double expected = std::min(seconds, 1.0);
     REQUIRE(pedal == doctest::Approx(expected).epsilon(1e-4));
     if (seconds >= 1.5)
-      REQUIRE(cents == "NaN");
+      REQUIRE(cents == "nan");
     else
       REQUIRE(std::stod(cents) == doctest::Approx(-2400.0 * expected).epsilon(1e-4));
   }

@@ -4,6 +4,7 @@
 #include "host/EffectRunner.h"
 
 #include <algorithm>
+#include <cmath>
 #include <doctest/doctest.h>
 #include <functional>
 
@@ -135,6 +136,18 @@ TEST_CASE("every channel runs through an effect of its own") {
   }
   const auto silent = out.channel(1);
   CHECK(std::count(silent.begin(), silent.end(), 0.0) == static_cast<std::ptrdiff_t>(kFrames));
+}
+
+TEST_CASE("the tail is what the effect makes of silence behind the recording") {
+  // A quarter of a second at 44100 Hz: 11025 frames, in which the last 70 ms of the recording come back.
+  const Workspace work;
+  const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(10000)};
+  auto padded = in.samples;
+  padded.resize(10000 + 11025);
+  const auto expected = drive(padded, 44100, 64, kCourses);
+  CHECK(rendered(work, in, with(kCourseOptions, {"--tail", "0.25"})) == expected);
+  CHECK(std::any_of(expected.begin() + 10000, expected.end(),
+                    [](double sample) { return std::abs(sample) > 0.01; }));
 }
 
 TEST_CASE("a float file gets the doubles rounded once") {
