@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cmath>
 #include <csignal>
+#include <cstdio>
 #include <doctest/doctest.h>
 #include <fcntl.h>
 #include <filesystem>
@@ -287,8 +288,9 @@ TEST_CASE("a lost worker stays lost, and says why again") {
   CHECK(effect.facts().parameterCount == 5);
 }
 
-TEST_CASE("a worker that is killed is told as killed") {
+TEST_CASE("a worker that is killed is told as killed, also by a signal that its program ignores") {
   const Traces traces;
+  std::signal(SIGUSR1, SIG_IGN);
   for (int number : {SIGKILL, SIGUSR1}) {
     const WorkerRunner effect = openTreadshift();
     kill(awaitChildOf(getpid()), number);
@@ -296,6 +298,7 @@ TEST_CASE("a worker that is killed is told as killed") {
     CHECK(error == "lost its worker process while it answered opcode 45 (killed by " +
                        std::string(number == SIGKILL ? "SIGKILL)" : "SIGUSR1)"));
   }
+  std::signal(SIGUSR1, SIG_DFL);
 }
 
 TEST_CASE("a module that misbehaves while it is closed takes nothing with it") {
@@ -338,6 +341,19 @@ TEST_CASE("a worker has the socket and the standard streams, and nothing else of
   CHECK(second.parameter(0) == 5);
   for (int descriptor : extra)
     close(descriptor);
+}
+
+TEST_CASE("other programs that this one starts do not get the socket") {
+  const auto descriptorsOfAnother = [] {
+    FILE* pipe = popen("ls /proc/self/fd | wc -l", "r");
+    int count = 0;
+    CHECK(fscanf(pipe, "%d", &count) == 1);
+    pclose(pipe);
+    return count;
+  };
+  const int before = descriptorsOfAnother();
+  const WorkerRunner effect = openTreadshift();
+  CHECK(descriptorsOfAnother() == before);
 }
 
 TEST_CASE("a worker ends with its program, also in the middle of a block") {
@@ -391,6 +407,9 @@ TEST_CASE("programs that are no worker") {
         "made its worker answer nonsense while it was opened");
   CHECK(errorWith("#!/bin/sh\nprintf '1wst\\0\\0\\0\\0\\0\\0\\0\\0\\003\\0\\0\\0odd' >&0; sleep 100\n") ==
         "odd");
+  // The mark of an answer, which shall hold 36 bytes of numbers, with 35.
+  CHECK(errorWith("#!/bin/sh\nprintf '1WST\\0\\0\\0\\0\\0\\0\\0\\0\\043\\0\\0\\0' >&0; sleep 100\n") ==
+        "made its worker answer nonsense while it was opened");
   CHECK(errorWith("#!/bin/sh\nprintf '1WST\\0\\0\\0\\0' >&0; exec sleep 100\n") ==
         "gave no answer for 1 s while it was opened");
   CHECK(errorWith("#!/no/such/interpreter\n") ==
