@@ -1,6 +1,7 @@
 // A module that does what a broken one may do. The environment variable TREADSHIFT_TEST_FAULT says when and
-// what, as in "block:crash"; without it the effect works: it turns the sound upside down, and its first
-// parameter tells how many descriptors are open while it looks.
+// what, as in "block:crash", and TREADSHIFT_TEST_MARK names a file to write where that is "mark"; without
+// them the effect works: it turns the sound upside down, and its first parameter tells how many descriptors
+// are open while it looks.
 #include "framework/Q_TypeIF.h"
 #include "vst/AEffect.h"
 #include "vst/Opcodes.h"
@@ -9,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <stdexcept>
 #include <string>
 #include <sys/socket.h>
@@ -43,6 +45,7 @@ void misbehaveAt(const std::string& moment) {
   if (isFault(moment, "exit")) _exit(3);
   if (isFault(moment, "throw")) throw std::runtime_error("out of strings");
   if (isFault(moment, "noise")) makeNoise();
+  if (isFault(moment, "mark")) std::ofstream(std::getenv("TREADSHIFT_TEST_MARK")) << moment;
   while (isFault(moment, "hang"))
     pause();
   if (isFault(moment, "hang up")) {

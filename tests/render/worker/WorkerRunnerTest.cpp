@@ -308,6 +308,16 @@ TEST_CASE("a module that misbehaves while it is closed takes nothing with it") {
   }
 }
 
+TEST_CASE("an effect is closed before its worker ends") {
+  const Workspace work;
+  const Environment mark("TREADSHIFT_TEST_MARK", work.path("mark"));
+  CHECK(errorAt("close:mark", [&](const EffectDriver& effect) {
+          processTwoSamples(effect);
+          CHECK(work.names().empty());
+        }) == "no error");
+  CHECK(work.names() == std::vector<std::string>{"mark"});
+}
+
 TEST_CASE("what the module writes and the signals that stop programs do not disturb the worker") {
   CHECK(errorAt("block:noise", processTwoSamples) == "no error");
   CHECK(errorAt("block:signal itself", processTwoSamples) == "no error");
