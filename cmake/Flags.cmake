@@ -15,6 +15,9 @@ target_compile_options(treadshift_flags INTERFACE
   -Wall -Wextra -Wconversion -Wno-sign-conversion -Wno-float-conversion)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(treadshift_flags INTERFACE -fno-devirtualize -fno-devirtualize-speculatively)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 4) # a double passed in two halves is waited for when it is read as a whole
+    target_compile_options(treadshift_flags INTERFACE -mno-push-args)
+  endif()
 endif()
 
 set(TREADSHIFT_SANITIZE "" CACHE STRING "Sanitizers to build with, as -fsanitize takes them")

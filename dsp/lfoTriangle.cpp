@@ -1,7 +1,5 @@
 #include "dsp/lfoTriangle.h"
 
-#include <memory>
-
 namespace {
 
 constexpr double kRateFilterFreq = 5.0; // Hz
@@ -18,20 +16,19 @@ lfoTriangle::lfoTriangle(double smoothFreq, double startPhase, double sampleRate
 lfoTriangle::~lfoTriangle() {
   delete smoother;
   delete rateFilter;
-  delete[] longPhaseHistory;
-  delete[] longDirectionHistory;
 }
 
 void lfoTriangle::Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out,
                          int historyOffset) {
-  if (firstCall) settleAt(rate);
-  int slot = historyOffset;
-  runGliding(rate, 2.0, numSamples, out, [&] {
-    record(slot++);
+  startGlide(rate, numSamples);
+  for (int i = 0; i < numSamples; ++i) {
+    step = glideStep(i);
+    record(historyOffset + i);
     value = shaped((phase - 0.5) * 2.0, upperDepth, lowerDepth) * 0.5 + 0.5;
     smoothValue(smoother);
-    advance();
-  });
+    advance(phase, falling, step);
+    out[i] = value;
+  }
 }
 
 void lfoTriangle::settleAt(double rate) {
@@ -41,42 +38,7 @@ void lfoTriangle::settleAt(double rate) {
 }
 
 void lfoTriangle::record(int slot) {
-  if (slot < kHistoryLength) {
-    phaseHistory[slot] = phase;
-    directionHistory[slot] = falling;
-  } else if (slot - kHistoryLength < longHistoryLength) {
-    longPhaseHistory[slot - kHistoryLength] = phase;
-    longDirectionHistory[slot - kHistoryLength] = falling;
-  }
-}
-
-void lfoTriangle::advance() {
-  const double next = falling ? phase - step : phase + step;
-  if (next >= 1.0) {
-    phase = 1.0;
-    falling = 1;
-  } else if (!(next > 0.0)) { // NaN turns here as well
-    phase = 0.0;
-    falling = 0;
-  } else {
-    phase = next;
-  }
-}
-
-void lfoTriangle::reserveHistory(int samples) {
-  const int length = samples - kHistoryLength;
-  if (length <= longHistoryLength) return;
-  auto phases = std::make_unique<double[]>(length);
-  auto directions = std::make_unique<uint8_t[]>(length);
-  delete[] longPhaseHistory;
-  delete[] longDirectionHistory;
-  longPhaseHistory = phases.release();
-  longDirectionHistory = directions.release();
-  longHistoryLength = length;
-}
-
-void lfoTriangle::rewind(int slot) {
-  const bool recent = slot < kHistoryLength;
-  falling = recent ? directionHistory[slot] : longDirectionHistory[slot - kHistoryLength];
-  phase = recent ? phaseHistory[slot] : longPhaseHistory[slot - kHistoryLength];
+  if (slot >= kHistoryLength) return;
+  phaseHistory[slot] = phase;
+  directionHistory[slot] = falling;
 }

@@ -1,4 +1,4 @@
-// The sweep oscillator: a triangle that can be rewound to any sample of its latest block.
+// The sweep oscillator: a triangle, a block at a time or sample by sample.
 #pragma once
 
 #include "dsp/lfoBase.h"
@@ -17,13 +17,45 @@ public:
   void Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out,
               int historyOffset) override;
 
-  // Makes the histories hold `samples` slots. Allocates for more than kHistoryLength only; throws
-  // std::bad_alloc, with the histories as they were, when memory cannot be had. [audio, before a long block]
-  void reserveHistory(int samples);
+  // The same run sample by sample, for an owner that may start another before this one ends: the phase moves
+  // by the result of startGlide first, then by glideStep(1), glideStep(2), ... [audio]
+  // Starts a run of numSamples samples from the rate of the run before to `rate`, which its last sample
+  // reaches; the run after starts from `rate`, however much of this one was played. Result: phase per sample
+  // at the run's first sample, which waits for no division.
+  double startGlide(double rate, int numSamples) {
+    if (firstCall) settleAt(rate);
+    glideStart = lastRate;
+    glideRise = numSamples == 1 ? 0.0 : rate - lastRate;
+    glideLength = numSamples - 1.0;
+    lastRate = rate;
+    return firstStep(glideStart, glideRise);
+  }
+  // Phase per sample at the first sample of a run from `start` that rises by `rise` Hz in the end. The
+  // product stays for rates that are not finite.
+  double firstStep(double start, double rise) const { return (start + 0.0 * rise) * invSampleRate * 2.0; }
+  // Phase per sample at sample i of the run, 0 up to its length.
+  double glideStep(int i) const {
+    const double slope = glideLength == 0.0 ? 0.0 : glideRise / glideLength;
+    return (glideStart + i * slope) * invSampleRate * 2.0;
+  }
+  // Moves a phase by stepSize and turns it at 0 and 1.
+  static void advance(double& phase, uint8_t& falling, double stepSize) {
+    const double next = falling ? phase - stepSize : phase + stepSize;
+    if (next >= 1.0) {
+      phase = 1.0;
+      falling = 1;
+    } else if (!(next > 0.0)) { // NaN turns here as well
+      phase = 0.0;
+      falling = 0;
+    } else {
+      phase = next;
+    }
+  }
+  // True when the rate stands still: the step is the same at every sample, and in a run begun now as well.
+  bool isLevel() const { return glideRise == 0.0 && glideStart == lastRate; }
 
-  // Puts phase and direction back to where they stood before the sample recorded in `slot` (0 up to the
-  // slots held). The rate of the latest call stays. [audio]
-  void rewind(int slot);
+  // Makes a rising triangle fall and a falling one rise. [audio]
+  void turnAround() { falling = falling == 1 ? 0 : 1; }
 
   IIRFilter* smoother;   // owned; null: allocation failed
   IIRFilter* rateFilter; // owned; null: allocation failed
@@ -31,10 +63,8 @@ public:
 private:
   void settleAt(double rate);
   void record(int slot);
-  void advance();
 
-  // Slots from kHistoryLength on, for blocks longer than a second at 48 kHz.
-  double* longPhaseHistory = nullptr;      // owned; null until reserved
-  uint8_t* longDirectionHistory = nullptr; // owned; null until reserved
-  int longHistoryLength = 0;               // samples
+  double glideStart = 0.0;  // Hz: rate at the first sample of the run
+  double glideRise = 0.0;   // Hz: from there to the last sample
+  double glideLength = 0.0; // samples from the first to the last
 };

@@ -26,16 +26,3 @@ int colorRow(float color) noexcept {
 }
 
 const ColorRange& colorRange(int row) noexcept { return kRanges[row]; }
-
-MixGains mixGains(int32_t mixMode, double pedal) noexcept {
-  switch (mixMode) {
-  case 0:
-    return {0.0, 1.0};
-  case 1:
-    return {pedal, 1.0 - pedal};
-  case 2:
-    return {1.0 - pedal, 1.0};
-  default:
-    return {1.0, 1.0};
-  }
-}

@@ -24,4 +24,15 @@ int colorRow(float color) noexcept;
 const ColorRange& colorRange(int row) noexcept;
 
 // The gains at a pedal position. mixMode: 0..3. pedal: 0 heel .. 1 toe. [any thread]
-MixGains mixGains(int32_t mixMode, double pedal) noexcept;
+inline MixGains mixGains(int32_t mixMode, double pedal) noexcept {
+  switch (mixMode) {
+  case 0:
+    return {0.0, 1.0};
+  case 1:
+    return {pedal, 1.0 - pedal};
+  case 2:
+    return {1.0 - pedal, 1.0};
+  default:
+    return {1.0, 1.0};
+  }
+}

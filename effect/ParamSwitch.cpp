@@ -3,6 +3,7 @@
 #include "dsp/ExactArithmetic.h"
 #include "effect/WholeSamples.h"
 
+#include <algorithm>
 #include <cmath>
 #include <memory>
 
@@ -20,7 +21,7 @@ int32_t ParamSwitch::fadeLength(double rateHz) noexcept {
 ParamSwitch::ParamSwitch(double rateHz, float value)
     : length(fadeLength(rateHz)), lengthExact(length), fadeTime(kFadeSeconds), sampleRate(rateHz),
       steadyGain(1.0), fadeInTable(nullptr), fadeOutTable(nullptr), position(0), lastBlockSize(0),
-      lastValue(value), valueBuffer(nullptr), state(kIdle) {
+      lastValue(value), valueBuffer(nullptr), state(kIdle), valueCapacity(0) {
   auto in = std::make_unique<double[]>(length);
   auto out = std::make_unique<double[]>(length);
   const double perSample = 1.0 / lengthExact;
@@ -39,12 +40,11 @@ ParamSwitch::~ParamSwitch() {
 }
 
 void ParamSwitch::prepareValueBuffer(int32_t samples) {
-  const bool held = valueBuffer || samples == 0;
-  if (held && samples == lastBlockSize) return;
+  if (samples <= valueCapacity) return;
+  float* larger = new float[samples];
   delete[] valueBuffer;
-  valueBuffer = nullptr;
-  valueBuffer = new float[samples];
-  lastBlockSize = samples;
+  valueBuffer = larger;
+  valueCapacity = samples;
 }
 
 void ParamSwitch::playOnOff(float value, int32_t samples, double* gains) noexcept {
@@ -58,31 +58,26 @@ void ParamSwitch::playColor(float value, int32_t samples, double* gains) noexcep
 }
 
 void ParamSwitch::play(float value, int32_t samples, double idleGain, double* gains, float* values) noexcept {
-  const float oldValue = value == 1.0f ? 0.0f : 1.0f; // a switch has two values
-  for (int32_t i = 0; i < samples; ++i) {
-    if (values) values[i] = state == kFadingOut ? oldValue : value;
-    gains[i] = nextGain(idleGain);
+  const int32_t fadingOut = state == kFadingOut ? std::min(length - position, samples) : 0;
+  if (values) {
+    const float oldValue = value == 1.0f ? 0.0f : 1.0f; // a switch has two values
+    std::fill_n(std::fill_n(values, fadingOut, oldValue), samples - fadingOut, value);
   }
+  int32_t played = 0;
+  if (state == kFadingOut) played += playTable(fadeOutTable, kFadingIn, samples, gains);
+  if (state == kFadingIn) played += playTable(fadeInTable, kIdle, samples - played, gains + played);
+  std::fill_n(gains + played, samples - played, idleGain);
   lastValue = value;
   lastBlockSize = samples;
 }
 
-double ParamSwitch::nextGain(double idleGain) noexcept {
-  switch (state) {
-  case kFadingOut:
-    return stepThrough(fadeOutTable, kFadingIn);
-  case kFadingIn:
-    return stepThrough(fadeInTable, kIdle);
-  default:
-    return idleGain;
-  }
-}
-
-double ParamSwitch::stepThrough(const double* table, State next) noexcept {
-  const double gain = table[position++];
+int32_t ParamSwitch::playTable(const double* table, State next, int32_t samples, double* gains) noexcept {
+  const int32_t played = std::min(length - position, samples);
+  std::copy_n(table + position, played, gains);
+  position += played;
   if (position == length) {
     position = 0;
     state = next;
   }
-  return gain;
+  return played;
 }

@@ -20,9 +20,13 @@ struct ParamSwitch {
   ParamSwitch(const ParamSwitch&) = delete;
   ParamSwitch& operator=(const ParamSwitch&) = delete;
 
-  // Makes valueBuffer hold a block of `samples` >= 0 samples, if the block size changed. Allocates then;
-  // throws std::bad_alloc, with no buffer left, when memory cannot be had. [audio]
+  // Makes valueBuffer hold blocks of `samples` samples; one that does already stays. Allocates otherwise;
+  // throws std::bad_alloc, with the buffer as it was, when memory cannot be had.
+  // [audio; host, processing stopped]
   void prepareValueBuffer(int32_t samples);
+
+  // True when a block with this value would get the idle gain at every sample and change nothing. [audio]
+  bool rests(float value) const noexcept { return state == kIdle && value == lastValue; }
 
   // One block of the On/Off switch: gains and valueBuffer for `samples` samples. A change during a fade
   // plays the fade-out on from the position reached. [audio]
@@ -40,13 +44,13 @@ struct ParamSwitch {
   double* fadeInTable;   // owned: k / length
   double* fadeOutTable;  // owned: (length - k) / length
   int32_t position;      // samples into the table being played
-  int32_t lastBlockSize; // samples: entries of valueBuffer (On/Off)
+  int32_t lastBlockSize; // samples of the latest block that was played
   float lastValue;       // parameter value at the end of the block before
   float* valueBuffer;    // owned, null until a block: On/Off value in force at each sample
   int32_t state;         // State
+  int32_t valueCapacity; // samples: entries of valueBuffer
 
 private:
   void play(float value, int32_t samples, double idleGain, double* gains, float* values) noexcept;
-  double nextGain(double idleGain) noexcept;
-  double stepThrough(const double* table, State next) noexcept;
+  int32_t playTable(const double* table, State next, int32_t samples, double* gains) noexcept;
 };

@@ -3,8 +3,12 @@
 
 #include "dsp/IIRFilter.h"
 #include "dsp/lfoTriangle.h"
+#include "effect/Chunk.h"
+#include "effect/FilterRun.h"
 #include "effect/ParamCurve.h"
 #include "effect/ParamSwitch.h"
+#include "effect/TapReader.h"
+#include "effect/TapSweep.h"
 #include "effect/TreadshiftProgram.h"
 #include "framework/CriticalSection.h"
 #include "framework/Q_TypeBase.h"
@@ -28,13 +32,17 @@ public:
   // [host, processing stopped]
   void setSampleRate(float rate) override;
 
+  // samples: the largest block to come. Reserves the scratch of such blocks, so that they never allocate; if
+  // memory cannot be had, blocks try again. [host, processing stopped]
+  void setBlockSize(int samples) override;
+
   // Clears the delay line; filters, fades and the sweep go on from where they were.
   // [host, processing stopped]
   void resume() override;
 
   // One block: `frames` samples of inputs[0] to outputs[0], which may be the same array. Fewer than 1 frame
-  // counts as 0; null lists or channels do nothing. Takes the lock; allocates when the block size changed,
-  // and passes audio through if that fails. [audio]
+  // counts as 0; null lists or channels do nothing. Takes the lock; allocates for a block larger than
+  // any before and than the size announced, and passes audio through if that fails. [audio]
   void processDoubleReplacing(double** inputs, double** outputs, int frames) override;
 
   // Does nothing: the effect is double precision only. [audio]
@@ -95,6 +103,12 @@ protected:
   // Turns a pedal position of 0..1 into cents, pitch ratio, sweep rate and gains; a change of the pitch's
   // sign turns the sweep around.
   void setPitch(float pedal);
+  // As setPitch, but leaves the sweep alone. True: the pitch changed its sign.
+  bool movePitch(float pedal);
+  // The two steps of movePitch: the pitch itself, and what follows from it once it stays.
+  void bendPitch(float pedal);
+  void settlePitch();
+  double sweepRateFor(double ratio) const; // Hz
   // Sets the tone targets from a Tone value of 0..1.
   void setToneTargets(float toneValue);
   void setMixGains(double pedal);
@@ -112,6 +126,8 @@ protected:
   void buildToneCurves();
   void buildFilters();
   void releaseProcessing();
+  void reserveAnnounced() noexcept;
+  bool reserveBlockBuffers(int32_t samples) noexcept;
   void releaseBlockBuffers();
 
   // Values of a block that its samples only read (TreadshiftProcess.cpp).
@@ -121,6 +137,7 @@ protected:
     double toneStep[kToneCoefficients]; // per sample
     double pedalStep;                   // per sample
     double tapRestart;                  // samples: delay to which a tap jumps back
+    bool fades;                         // a switch plays a fade: gains and On/Off values are in their arrays
   };
 
   // The frame of a block.
@@ -130,15 +147,29 @@ protected:
   void runSamples(const double* input, double* output, const BlockValues& block);
   void endBlock(const BlockValues& block);
 
-  // Steps of sample i.
-  void switchColorAtSilence(int32_t i, const BlockValues& block);
-  void movePedal(int32_t i, const BlockValues& block);
-  void runSweepFrom(int32_t i, const BlockValues& block);
-  void restartSilentTaps(double sweep, const BlockValues& block);
-  double readTaps(double sweep) const;
-  void advanceTaps();
-  double filterTone(double x, int32_t i, const BlockValues& block);
-  double mixOutput(double input, double toned, int32_t i) const;
+  // A chunk: control first, then one pass after another (TreadshiftPasses.cpp). steady: nothing that steers
+  // the taps or the mix changes inside the chunk.
+  int32_t chunkLength(int32_t first, const BlockValues& block, double longestDelay) const;
+  void switchColor(const BlockValues& block);
+  bool isSteady(const BlockValues& block) const;
+  bool pedalRests(const BlockValues& block) const;
+  bool pedalHolds(const BlockValues& block) const;
+  double smoothed(double state, double pedal) const;
+  void followPedal(Chunk& chunk, const BlockValues& block);
+  bool followPitch(Chunk& chunk, const BlockValues& block);
+  void followGains(Chunk& chunk) const;
+  void followRate(Chunk& chunk, const BlockValues& block);
+  void followEveryRate(Chunk& chunk, const BlockValues& block);
+  double startSweep(double rate, int32_t i, const BlockValues& block);
+  void shiftChunk(Chunk& chunk, double longestDelay, bool steady, const BlockValues& block);
+  void shiftSteadily(const DelayLineView& view, TapSweep& taps, FilterRun& filters, Chunk& chunk) const;
+  FilterRun beginFilters(const BlockValues& block) const;
+  void endFilters(const FilterRun& filters);
+  void mixChunk(const Chunk& chunk, const BlockValues& block, bool steady, double* output) const;
+  void passInput(const Chunk& chunk, double* output) const;
+  template <typename Gains>
+  void mixOn(const Chunk& chunk, const BlockValues& block, Gains gainsAt, double* output) const;
+  void fadeChunk(const Chunk& chunk, double* output) const;
 
   TreadshiftProgram* programAt(int number) const;
   TreadshiftProgram* liveProgram();
@@ -172,6 +203,7 @@ protected:
   // Results of the control steps.
   double centsAtHeel, centsAtToe;     // cents
   double cents, lastCents;            // cents, now and before the latest step
+  float pitchPedal;                   // 0..1: the pedal that the pitch was made from
   double pitchRatio;                  // 2^(cents / 1200)
   double sweepRate;                   // Hz
   int32_t mixMode;                    // see ColorRange
@@ -189,12 +221,15 @@ protected:
   int32_t writeIndex;      // samples into delayLine
   double tapPos1, tapPos2; // samples of delay
   double toneLowState, toneHighState;
+  int32_t sweepStart; // samples into the block: where the latest run of the sweep began
+  bool turnPending;   // the sweep turns around at the end of the block unless a new run begins before
 
-  // Scratch of a block; owned, null until a block.
+  // Scratch of a block; owned, null until reserved.
   double* sweepBuffer;   // crossfade position, 0..1
   double* onOffGain;     // linear
   double* colorGain;     // linear
-  int32_t lastBlockSize; // samples: entries of each
+  int32_t scratchLength; // samples: entries of each
+  int32_t lastBlockSize; // samples
 
   // Constants of the object. The last four are read by nothing and kept on purpose: they are part of the
   // object's state.

@@ -4,7 +4,18 @@
 #include "effect/ColorTable.h"
 #include "effect/SharedField.h"
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
+
+namespace {
+
+constexpr double kNearPedal = 0x1p-36; // relative: between the spacings of float and double
+
+bool sameBits(float a, float b) { return std::bit_cast<uint32_t>(a) == std::bit_cast<uint32_t>(b); }
+bool sameBits(double a, double b) { return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b); }
+
+} // namespace
 
 void Treadshift::setColor() {
   const ColorRange& range = colorRange(colorRow(loadShared(color)));
@@ -14,17 +25,33 @@ void Treadshift::setColor() {
   setMixGains(loadShared(pedalPos));
 }
 
+// Turning around keeps the crossfade continuous while the taps change from shortening to lengthening.
 void Treadshift::setPitch(float pedal) {
-  const double p = pedal;
-  cents = centsAtHeel + (centsAtToe - centsAtHeel) * p;
-  // Turning around keeps the crossfade continuous while the taps change from shortening to lengthening.
+  if (movePitch(pedal) && sweepLfo) sweepLfo->turnAround();
+}
+
+bool Treadshift::movePitch(float pedal) {
+  bendPitch(pedal);
   const bool crossesZero = (lastCents > 0.0 && cents < 0.0) || (lastCents < 0.0 && cents > 0.0);
-  if (crossesZero && sweepLfo) sweepLfo->falling = sweepLfo->falling == 1 ? 0 : 1;
+  settlePitch();
+  return crossesZero;
+}
+
+void Treadshift::bendPitch(float pedal) {
+  pitchPedal = pedal;
+  cents = centsAtHeel + (centsAtToe - centsAtHeel) * static_cast<double>(pedal);
   pitchRatio = std::pow(2.0, cents * centsToOctaves);
-  // A sweep's period is the time in which a tap travels sweepLength samples.
-  sweepRate = std::abs(1.0 - pitchRatio) * rateHz * sweepLengthInv;
-  setMixGains(p);
+}
+
+void Treadshift::settlePitch() {
+  sweepRate = sweepRateFor(pitchRatio);
+  setMixGains(pitchPedal);
   lastCents = cents;
+}
+
+// A sweep's period is the time in which a tap travels sweepLength samples.
+double Treadshift::sweepRateFor(double ratio) const {
+  return std::abs(1.0 - ratio) * rateHz * sweepLengthInv;
 }
 
 void Treadshift::setMixGains(double pedal) {
@@ -36,4 +63,109 @@ void Treadshift::setMixGains(double pedal) {
 void Treadshift::setToneTargets(float toneValue) {
   for (int j = 0; j < kToneCoefficients; ++j)
     toneCoef[j] = toneCurves[j]->evaluate(toneValue);
+}
+
+// A Color fade-in starts with a gain of 0: there the new colour comes in, at the pedal's raw position.
+void Treadshift::switchColor(const BlockValues& block) {
+  setColor();
+  turnPending ^= movePitch(block.pedalPos);
+}
+
+// True when no later sample of the block can change pitch, gains or the sweep's rate, but for a new colour.
+bool Treadshift::isSteady(const BlockValues& block) const {
+  return block.pedalStep == 0.0 && sweepLfo->isLevel() && (pedalRests(block) || pedalHolds(block));
+}
+
+// True when the smoother has arrived, to the bit: then no sample moves the pedal.
+bool Treadshift::pedalRests(const BlockValues& block) const {
+  const double state = pedalSmoother->state1;
+  const double next = smoothed(state, lastPedal + 0.0 * block.pedalStep);
+  return sameBits(next, state) && next == lastSmoothedPedal;
+}
+
+// True when the smoother moves on only inside the doubles that narrow to the float whose pitch is in force:
+// every sample sets that pitch and runs the sweep anew, to no effect while its rate is that pitch's.
+bool Treadshift::pedalHolds(const BlockValues& block) const {
+  if (turnPending || sweepLfo->lastRate != sweepRate) return false; // a new run makes a difference
+  const double pedal = lastPedal + 0.0 * block.pedalStep;
+  const double state = pedalSmoother->state1;
+  const double next = smoothed(state, pedal);
+  // Rounding keeps order and the pole is positive, so from between two states that move towards each other,
+  // or stay, the smoother never leads out.
+  const double margin = std::abs(pedal) * kNearPedal;
+  const double low = std::min(next, pedal - margin);
+  const double high = std::max(next, pedal + margin);
+  return pedalSmoother->ff0 > 0.0 && smoothed(low, pedal) >= low && smoothed(high, pedal) <= high &&
+         sameBits(static_cast<float>(low), pitchPedal) && sameBits(static_cast<float>(high), pitchPedal);
+}
+
+double Treadshift::smoothed(double state, double pedal) const {
+  return pedalSmoother->ff0 * state + pedalSmoother->fb1 * pedal;
+}
+
+// Several short loops instead of one: the processor works on several powers at once only if little hangs on
+// each.
+void Treadshift::followPedal(Chunk& chunk, const BlockValues& block) {
+  const bool alwaysMoves = followPitch(chunk, block);
+  followGains(chunk);
+  if (alwaysMoves)
+    followEveryRate(chunk, block);
+  else
+    followRate(chunk, block);
+}
+
+// A pedal that narrows to the float of the latest pitch has that pitch. True when every sample moves it.
+bool Treadshift::followPitch(Chunk& chunk, const BlockValues& block) {
+  double pedal = pedalSmoother->state1;
+  bool alwaysMoves = true;
+  for (int32_t i = 0; i < chunk.samples; ++i) {
+    pedal = smoothed(pedal, lastPedal + (chunk.first + i) * block.pedalStep);
+    const float narrowed = static_cast<float>(pedal);
+    chunk.moved[i] = pedal != lastSmoothedPedal;
+    alwaysMoves &= chunk.moved[i];
+    if (chunk.moved[i] && !sameBits(narrowed, pitchPedal)) bendPitch(narrowed);
+    lastSmoothedPedal = pedal;
+    chunk.pitchRatio[i] = pitchRatio;
+    chunk.pedal[i] = pitchPedal;
+  }
+  pedalSmoother->state1 = pedal;
+  settlePitch();
+  return alwaysMoves;
+}
+
+void Treadshift::followGains(Chunk& chunk) const {
+  for (int32_t i = 0; i < chunk.samples; ++i) {
+    const MixGains gains = mixGains(mixMode, chunk.pedal[i]);
+    chunk.dry[i] = gains.dry;
+    chunk.wet[i] = gains.wet;
+  }
+}
+
+// Every move of the pedal starts a new glide of the sweep to the end of the block.
+void Treadshift::followRate(Chunk& chunk, const BlockValues& block) {
+  for (int32_t i = 0; i < chunk.samples; ++i) {
+    const int32_t inBlock = chunk.first + i;
+    chunk.phaseStep[i] = chunk.moved[i] ? startSweep(sweepRateFor(chunk.pitchRatio[i]), inBlock, block)
+                                        : sweepLfo->glideStep(inBlock - sweepStart);
+  }
+}
+
+// The same when every sample moves the pedal: of each glide but the last one only the first step is played,
+// and the next one starts from the rate it was bound for.
+void Treadshift::followEveryRate(Chunk& chunk, const BlockValues& block) {
+  const int32_t last = chunk.samples - 1;
+  chunk.sweepRate[0] = sweepLfo->lastRate;
+  for (int32_t i = 0; i <= last; ++i)
+    chunk.sweepRate[i + 1] = sweepRateFor(chunk.pitchRatio[i]);
+  for (int32_t i = 0; i < last; ++i)
+    chunk.phaseStep[i] = sweepLfo->firstStep(chunk.sweepRate[i], chunk.sweepRate[i + 1] - chunk.sweepRate[i]);
+  sweepLfo->lastRate = chunk.sweepRate[last];
+  chunk.phaseStep[last] = startSweep(chunk.sweepRate[last + 1], chunk.first + last, block);
+}
+
+// Lets the sweep glide to a rate from sample i to the end of the block. Result: its step at sample i.
+double Treadshift::startSweep(double rate, int32_t i, const BlockValues& block) {
+  sweepStart = i;
+  turnPending = false;
+  return sweepLfo->startGlide(rate, block.samples - i);
 }

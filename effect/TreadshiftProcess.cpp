@@ -1,4 +1,4 @@
-// The audio path: the frame of a block and the steps of a sample. [audio]
+// The audio path: the frame of a block and of its chunks. [audio]
 #include "effect/Treadshift.h"
 
 #include "dsp/FlushToZero.h"
@@ -6,18 +6,16 @@
 #include "effect/TapReader.h"
 
 #include <algorithm>
-#include <new>
 
 namespace {
 
-constexpr double kPlainTriangle = 0.1; // depth at which the sweep's output is its phase
-constexpr float kOn = 1.0f;
+constexpr int32_t kCacheLineSamples = 8;
 
-// Makes an array of `samples`, or leaves none.
-void remake(double*& buffer, int32_t samples) {
-  delete[] buffer;
-  buffer = nullptr;
-  buffer = new double[samples];
+// Asks for the place of the next chunk while this one is worked on: the line is longer than the near caches,
+// and what stands there was written two seconds ago.
+void fetchLine(const double* place, int32_t samples) {
+  for (int32_t i = 0; i < samples; i += kCacheLineSamples)
+    __builtin_prefetch(place + i, 1);
 }
 
 } // namespace
@@ -38,25 +36,15 @@ void Treadshift::processDoubleReplacing(double** inputs, double** outputs, int f
   endBlock(block);
 }
 
-// The only allocations of the audio path, made when the block size changes. False: memory is short, and the
-// next block tries again.
-bool Treadshift::prepareBuffers(int32_t samples) noexcept try {
-  if (samples != lastBlockSize) {
-    lastBlockSize = 0;
-    remake(sweepBuffer, samples);
-    remake(onOffGain, samples);
-    remake(colorGain, samples);
-    sweepLfo->reserveHistory(samples);
-    lastBlockSize = samples;
-  }
-  onOffSwitch->prepareValueBuffer(samples);
+// False: memory is short, and the next block tries again.
+bool Treadshift::prepareBuffers(int32_t samples) noexcept {
+  const int32_t held = std::min(scratchLength, onOffSwitch->valueCapacity);
+  if (samples > held && !reserveBlockBuffers(samples)) return false;
+  lastBlockSize = samples;
   return true;
-} catch (const std::bad_alloc&) {
-  return false;
 }
 
-// Parameters are read once here, so that one written during the block counts wholly in the next; only a
-// Color switch-over reads Color and PedalPos anew.
+// Parameters are read once here, so that one written during the block counts wholly in the next.
 Treadshift::BlockValues Treadshift::beginBlock(int32_t samples) {
   BlockValues block{};
   block.samples = samples;
@@ -73,9 +61,12 @@ Treadshift::BlockValues Treadshift::beginBlock(int32_t samples) {
     block.toneStep[j] = (toneCoef[j] - prevToneCoef[j]) * inv;
   block.pedalStep = (block.pedalPos - lastPedal) * inv;
 
-  onOffSwitch->playOnOff(block.onOff, samples, onOffGain);
-  colorSwitch->playColor(block.color, samples, colorGain);
-  runSweepFrom(0, block);
+  block.fades = !onOffSwitch->rests(block.onOff) || !colorSwitch->rests(block.color);
+  if (block.fades) {
+    onOffSwitch->playOnOff(block.onOff, samples, onOffGain);
+    colorSwitch->playColor(block.color, samples, colorGain);
+  }
+  startSweep(sweepRate, 0, block);
 
   // Upwards a tap starts long and shrinks, downwards it starts short and grows. The direction at the start
   // of the block holds for all of it, even if the pitch changes sign inside.
@@ -96,86 +87,39 @@ void Treadshift::beginFirstBlock(const BlockValues& block) {
 }
 
 void Treadshift::runSamples(const double* input, double* output, const BlockValues& block) {
-  for (int32_t i = 0; i < block.samples; ++i) {
-    const double x = input[i]; // before output[i] is written: both may be the same array
-    switchColorAtSilence(i, block);
-    movePedal(i, block);
-    const double sweep = sweepBuffer[i];
-    restartSilentTaps(sweep, block);
-    delayLine[writeIndex] = x;
-    double shifted = readTaps(sweep);
-    advanceTaps();
-    shiftFilter->iirProcessing(&shifted);
-    const double toned = filterTone(shifted * 0.5, i, block);
-    output[i] = mixOutput(x, toned, i);
-    if (++writeIndex == delayLength) writeIndex = 0;
+  Chunk chunk;
+  for (int32_t first = 0; first < block.samples; first += chunk.samples) {
+    const double longestDelay = std::max({tapPos1, tapPos2, block.tapRestart});
+    chunk.first = first;
+    chunk.samples = chunkLength(first, block, longestDelay);
+    chunk.input = delayLine + writeIndex;
+    chunk.sweep = sweepBuffer + first;
+    std::copy_n(input + first, chunk.samples, delayLine + writeIndex);
+    fetchLine(delayLine + writeIndex + chunk.samples, chunk.samples);
+
+    if (block.fades && colorGain[first] <= 0.0) switchColor(block);
+    const bool steady = isSteady(block);
+    if (!steady) followPedal(chunk, block);
+    shiftChunk(chunk, longestDelay, steady, block);
+    mixChunk(chunk, block, steady, output + first);
+    writeIndex += chunk.samples;
+    if (writeIndex == delayLength) writeIndex = 0;
   }
 }
 
-// A Color fade-in starts with a gain of 0: there the new colour comes in, at the pedal's raw position.
-void Treadshift::switchColorAtSilence(int32_t i, const BlockValues& block) {
-  if (colorGain[i] > 0.0) return;
-  setColor();
-  setPitch(block.pedalPos);
-}
-
-void Treadshift::movePedal(int32_t i, const BlockValues& block) {
-  double pedal = lastPedal + i * block.pedalStep;
-  pedalSmoother->iirProcessing(&pedal);
-  if (pedal != lastSmoothedPedal) {
-    setPitch(static_cast<float>(pedal));
-    sweepLfo->rewind(i); // undoes a turn that setPitch may just have made
-    runSweepFrom(i, block);
-  }
-  lastSmoothedPedal = pedal;
-}
-
-// Fills the sweep from sample i to the end of the block at the present rate.
-void Treadshift::runSweepFrom(int32_t i, const BlockValues& block) {
-  sweepLfo->Excute(sweepRate, kPlainTriangle, kPlainTriangle, block.samples - i, sweepBuffer + i, i);
-}
-
-// A tap jumps only where its own weight is zero, so that the jump is not heard.
-void Treadshift::restartSilentTaps(double sweep, const BlockValues& block) {
-  if (sweep == 0.0) tapPos1 = block.tapRestart;
-  if (1.0 - sweep == 0.0) tapPos2 = block.tapRestart;
-}
-
-double Treadshift::readTaps(double sweep) const {
-  const double tap1 = readTap(delayLine, delayLength, writeIndex, tapPos1);
-  const double tap2 = readTap(delayLine, delayLength, writeIndex, tapPos2);
-  return crossfadeWeight(sweep) * tap1 + crossfadeWeight(1.0 - sweep) * tap2;
-}
-
-// A tap that would come closer than the shortest delay stays where it is; one that lengthens has no bound.
-void Treadshift::advanceTaps() {
-  for (double* tap : {&tapPos1, &tapPos2}) {
-    const double next = *tap + 1.0 - pitchRatio;
-    if (next >= minDelay) *tap = next;
-  }
-}
-
-// Two one-pole branches side by side, with poles k[0] and k[1]. Their signs differ on purpose: the high
-// branch adds the input to its previous state where the low one subtracts it.
-double Treadshift::filterTone(double x, int32_t i, const BlockValues& block) {
-  double k[kToneCoefficients];
-  for (int j = 0; j < kToneCoefficients; ++j)
-    k[j] = prevToneCoef[j] + i * block.toneStep[j];
-  const double low = toneLowState;
-  const double high = toneHighState;
-  toneLowState = x + k[0] * (low - x);
-  toneHighState = x + k[1] * (high + x);
-  return k[2] * (low + toneLowState) + k[3] * (toneHighState - high);
-}
-
-// The multiplications by gains of exactly 1 or 0 stay: flush-to-zero and signed zeros act on them.
-double Treadshift::mixOutput(double input, double toned, int32_t i) const {
-  if (onOffSwitch->valueBuffer[i] == kOn)
-    return colorGain[i] * onOffGain[i] * (dryGain * input + wetGain * toned);
-  return onOffGain[i] * input;
+// A chunk ends at the end of the delay line, before the taps would reach around it into the chunk, and before
+// the silent sample at which the colour changes.
+int32_t Treadshift::chunkLength(int32_t first, const BlockValues& block, double longestDelay) const {
+  const int32_t most = std::min({block.samples - first, Chunk::kLongest, delayLength - writeIndex,
+                                 writableAhead(longestDelay, delayLength)});
+  if (!block.fades) return most;
+  const double* gains = colorGain + first;
+  const auto isSilent = [](double gain) { return gain <= 0.0; };
+  return static_cast<int32_t>(std::find_if(gains + 1, gains + most, isSilent) - gains);
 }
 
 void Treadshift::endBlock(const BlockValues& block) {
+  if (turnPending) sweepLfo->turnAround();
   std::copy_n(toneCoef, kToneCoefficients, prevToneCoef);
   lastPedal = block.pedalPos;
   lastTone = block.tone;

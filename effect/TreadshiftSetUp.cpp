@@ -6,6 +6,7 @@
 #include "effect/WholeSamples.h"
 
 #include <cstring>
+#include <memory>
 #include <new>
 
 namespace {
@@ -22,6 +23,9 @@ constexpr double kShiftFilterPerRate = 0.25; // of the sample rate
 
 // Only exactly 48000 Hz has bounds of its own; every other rate, 96000 Hz included, takes those of 44100.
 constexpr int32_t kRateWithOwnBounds = 48000;
+
+// Samples: more than any host has in a block. A larger announcement is a slip, for which no memory is held.
+constexpr int32_t kLargestReserve = 1 << 20;
 
 constexpr float kNoTone = -1.0f; // no Tone value: forces new targets
 
@@ -47,9 +51,10 @@ Treadshift::Treadshift(HostCallback host)
       delayLength(0), minDelay(0.0), sweepLength(0), sweepLengthInv(0.0), toneCurveSeed1(0.0),
       toneCurveSeed2(0.0), toneCurveSeed3(0.0), toneCurveSeed4(0.0), pedalSmoother(nullptr),
       shiftFilter(nullptr), sweepLfo(nullptr), toneCurves{}, onOffSwitch(nullptr), colorSwitch(nullptr),
-      delayLine(nullptr), pitchRatio(1.0), firstBlock(true), tapPos1(0.0), tapPos2(0.0), sweepBuffer(nullptr),
-      onOffGain(nullptr), colorGain(nullptr), centsToOctaves(0.0008333333333333334), halfPi(1.57079632675),
-      spareTime(0.025), spareLevel(0.003162) {
+      delayLine(nullptr), pitchPedal(0.0f), pitchRatio(1.0), firstBlock(true), tapPos1(0.0), tapPos2(0.0),
+      sweepStart(0), turnPending(false), sweepBuffer(nullptr), onOffGain(nullptr), colorGain(nullptr),
+      scratchLength(0), centsToOctaves(0.0008333333333333334), halfPi(1.57079632675), spareTime(0.025),
+      spareLevel(0.003162) {
   zeroControlState();
   programs = new TreadshiftProgram[kPrograms];
   onOff = mode = tone = color = pedalPos = 1.0f;
@@ -78,6 +83,7 @@ void Treadshift::setSampleRate(float rate) {
   if (canRun(x)) {
     try {
       buildProcessing();
+      reserveAnnounced();
     } catch (const std::bad_alloc&) {
       releaseProcessing();
     }
@@ -167,10 +173,38 @@ void Treadshift::releaseProcessing() {
   release(colorSwitch);
 }
 
+void Treadshift::reserveAnnounced() noexcept {
+  if (blockSize <= kLargestReserve) reserveBlockBuffers(blockSize);
+}
+
+// The only allocations that the audio path can come to, for a block larger than announced. Arrays that are
+// long enough stay, all stay when memory is short. [audio; host, processing stopped]
+bool Treadshift::reserveBlockBuffers(int32_t samples) noexcept try {
+  onOffSwitch->prepareValueBuffer(samples);
+  if (samples <= scratchLength) return true;
+  auto sweep = std::make_unique_for_overwrite<double[]>(samples);
+  auto onOffGains = std::make_unique_for_overwrite<double[]>(samples);
+  auto colorGains = std::make_unique_for_overwrite<double[]>(samples);
+  releaseBlockBuffers();
+  sweepBuffer = sweep.release();
+  onOffGain = onOffGains.release();
+  colorGain = colorGains.release();
+  scratchLength = samples;
+  return true;
+} catch (const std::bad_alloc&) {
+  return false;
+}
+
 void Treadshift::releaseBlockBuffers() {
   releaseArray(sweepBuffer);
   releaseArray(onOffGain);
   releaseArray(colorGain);
+  scratchLength = 0;
+}
+
+void Treadshift::setBlockSize(int samples) {
+  Q_TypeBase::setBlockSize(samples);
+  if (isBuilt()) reserveAnnounced();
 }
 
 void Treadshift::resume() {

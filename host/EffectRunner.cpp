@@ -1,12 +1,8 @@
 #include "host/EffectRunner.h"
 
-#include <array>
 #include <dlfcn.h>
 
 namespace {
-
-// Longest text of the interface is 64 bytes; the rest is room for effects that know no bounds.
-constexpr std::size_t kTextBytes = 256;
 
 constexpr char kFactoryName[] = "getinterface";
 
@@ -15,6 +11,12 @@ std::string loadFault(const std::string& modulePath) {
   const std::string fault = dlerror();
   const std::string prefix = modulePath + ": ";
   return fault.starts_with(prefix) ? fault.substr(prefix.size()) : fault;
+}
+
+// A record that a host can go on with; the double-precision entry may be absent.
+bool isRecord(const AEffect& record) {
+  return record.magic == kEffectMagic && record.dispatchEntry && record.setParameterEntry &&
+         record.getParameterEntry;
 }
 
 } // namespace
@@ -35,6 +37,7 @@ void EffectRunner::create(Factory factory, HostCallback callback) {
   if (!factory) throw EffectError("has no factory to create an effect with");
   handle.reset(factory(callback ? callback : answerAsHost));
   if (!handle || !handle->effect) throw EffectError("its factory created no effect");
+  if (!isRecord(*handle->effect)) throw EffectError("its factory created something else than an effect");
   effect = handle->effect;
   dispatch(kOpOpen);
 }
@@ -51,6 +54,25 @@ intptr_t EffectRunner::dispatch(int32_t opcode, int32_t index, intptr_t value, v
   return effect->dispatchEntry(effect, opcode, index, value, ptr, opt);
 }
 
+EffectFacts EffectRunner::facts() const {
+  const bool takesDoubles = (effect->flags & kFlagCanDoubleReplacing) && effect->processDoubleReplacingEntry;
+  return {.programCount = effect->programCount,
+          .parameterCount = effect->parameterCount,
+          .inputCount = effect->inputCount,
+          .outputCount = effect->outputCount,
+          .flags = effect->flags,
+          .initialDelay = effect->initialDelay,
+          .uniqueID = effect->uniqueID,
+          .version = effect->version,
+          .takesDoubles = takesDoubles};
+}
+
+int32_t EffectRunner::request(int32_t opcode, int32_t index, int32_t value, std::span<char> buffer,
+                              float opt) const {
+  void* const ptr = buffer.empty() ? nullptr : buffer.data();
+  return static_cast<int32_t>(dispatch(opcode, index, value, ptr, opt));
+}
+
 void EffectRunner::setParameter(int32_t index, float value) const {
   effect->setParameterEntry(effect, index, value);
 }
@@ -61,11 +83,4 @@ void EffectRunner::process(const double* input, double* output, int32_t samples)
   double* inputs[] = {const_cast<double*>(input)}; // the interface knows no const; the effect only reads
   double* outputs[] = {output};
   effect->processDoubleReplacingEntry(effect, inputs, outputs, samples);
-}
-
-std::string EffectRunner::text(int32_t opcode, int32_t index) const {
-  std::array<char, kTextBytes> buffer{};
-  dispatch(opcode, index, 0, buffer.data());
-  buffer.back() = '\0';
-  return buffer.data();
 }

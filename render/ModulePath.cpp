@@ -1,13 +1,10 @@
 #include "render/ModulePath.h"
 
 #include "render/Fault.h"
+#include "render/ModuleFile.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <elf.h>
 #include <filesystem>
-#include <fstream>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -15,59 +12,69 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr char kModuleName[] = "treadshift.so";
-constexpr int kPointerBits = 8 * sizeof(void*);
-
-std::string neededModule() { return "a " + std::to_string(kPointerBits) + "-bit " + kModuleName; }
-
-std::vector<fs::path> usualPlaces() {
+constexpr char kWorkerName[] = "treadshift-worker32";
+constexpr char kFolder[] = "treadshift"; // of this project in a system's directories
+// Where a file of this project lies: beside the program in a build tree, else in a directory of the prefix
+// whose name `relative` is, else in the directory that this build was configured for.
+std::vector<fs::path> usualPlaces(const char* name, const std::vector<std::string>& relative,
+                                  const char* configured) {
   std::vector<fs::path> places;
+  const auto add = [&](const fs::path& place) {
+    if (std::find(places.begin(), places.end(), place) == places.end()) places.push_back(place);
+  };
   std::error_code error;
   const fs::path program = fs::read_symlink("/proc/self/exe", error);
   if (!error) {
     const fs::path prefix = program.parent_path().parent_path();
-    places.push_back(program.parent_path() / kModuleName);
-    places.push_back(prefix / TREADSHIFT_LIBDIR / "treadshift" / kModuleName);
-    places.push_back(prefix / "lib" / "treadshift" / kModuleName);
+    add(program.parent_path() / name);
+    for (const std::string& directory : relative)
+      add(prefix / directory / kFolder / name);
   }
-  places.push_back(fs::path(TREADSHIFT_FULL_LIBDIR) / "treadshift" / kModuleName);
+  add(fs::path(configured) / kFolder / name);
   return places;
 }
 
-std::string searchUsualPlaces() {
-  std::vector<fs::path> tried;
-  std::string list;
-  for (const fs::path& place : usualPlaces()) {
-    std::error_code error;
-    if (fs::exists(place, error)) return place;
-    if (std::find(tried.begin(), tried.end(), place) != tried.end()) continue;
-    tried.push_back(place);
-    list += (list.empty() ? "" : ", ") + place.string();
-  }
-  throw Fault(ExitStatus::couldNot, "module", kModuleName, "not found at " + list,
-              "build it, install it, or name it with --module");
+// The first place where there is something; empty when there is nothing at any.
+std::string firstOf(const std::vector<fs::path>& places) {
+  std::error_code error;
+  const auto found =
+      std::ranges::find_if(places, [&](const fs::path& place) { return fs::exists(place, error); });
+  return found == places.end() ? std::string() : found->string();
 }
 
-// Looks at the file before the dynamic linker does, whose messages speak of ELF classes.
-void checkFile(const std::string& path) {
-  const auto fail = [&](const std::string& wrong) {
-    throw Fault(ExitStatus::couldNot, "module", path, wrong, "give " + neededModule());
-  };
-  std::error_code error;
-  if (!fs::exists(path, error)) fail(error ? error.message() : "no such file");
-  if (!fs::is_regular_file(path, error)) fail("not a file");
-  std::ifstream file(path, std::ios::binary);
-  if (!file) fail(std::strerror(errno));
-  unsigned char identity[EI_NIDENT] = {};
-  file.read(reinterpret_cast<char*>(identity), sizeof identity);
-  if (std::memcmp(identity, ELFMAG, SELFMAG) != 0) fail("not a module");
-  const int bits = identity[EI_CLASS] == ELFCLASS64 ? 64 : 32;
-  if (bits != kPointerBits) fail("a " + std::to_string(bits) + "-bit module");
+std::string listOf(const std::vector<fs::path>& places) {
+  std::string list;
+  for (const fs::path& place : places)
+    list += (list.empty() ? "" : ", ") + place.string();
+  return list;
+}
+
+std::string ownModule() {
+  const auto places = usualPlaces(kModuleName, {TREADSHIFT_LIBDIR, "lib"}, TREADSHIFT_FULL_LIBDIR);
+  const std::string found = firstOf(places);
+  if (found.empty()) {
+    throw Fault(ExitStatus::couldNot, "module", kModuleName, "not found at " + listOf(places),
+                "build it, install it, or name it with --module");
+  }
+  return found;
 }
 
 } // namespace
 
 std::string findModule(const std::string& given) {
-  const std::string path = given.empty() ? searchUsualPlaces() : fs::absolute(given).string();
-  checkFile(path);
+  const std::string path = given.empty() ? ownModule() : fs::absolute(given).string();
+  openerOf(path);
   return path;
+}
+
+std::string findWorker(const std::string& modulePath) {
+  const auto places =
+      usualPlaces(kWorkerName, {TREADSHIFT_LIBEXECDIR, "libexec"}, TREADSHIFT_FULL_LIBEXECDIR);
+  const std::string found = firstOf(places);
+  if (found.empty()) {
+    throw Fault(ExitStatus::couldNot, "module", modulePath,
+                "a 32-bit module, and the worker that opens those is not found at " + listOf(places),
+                "build it with g++-multilib, or give a 64-bit treadshift.so");
+  }
+  return found;
 }

@@ -1,40 +1,48 @@
 // A file that appears under its name only when it is whole.
 #pragma once
 
+#include "render/Interruption.h"
+#include "render/Output.h"
+
 #include <string>
 
 // Writes go to a temporary file in the output's own directory, which takes the output's place in one step.
 // Until then an existing output stays as it is. The temporary file is removed when the object goes away
-// unfinished, and when a signal ends the program. One such file exists at a time.
-class OutputFile {
+// unfinished, and when a signal ends the program.
+class OutputFile final : public Output, private Unfinished {
 public:
-  // name: where the file shall appear; a link is followed. Throws Fault (couldNot) when the place cannot
-  // take a file: not a regular file, write-protected, or its directory missing or not writable. Allocates.
-  explicit OutputFile(const std::string& name);
+  // name: where the file shall appear; a link is followed. mayReplace: whether it may take the place of a
+  // file that is there, now or when it is whole. Throws Fault (couldNot) when the place cannot take a file:
+  // taken, not a regular file, write-protected, or its directory missing or not writable. Allocates.
+  explicit OutputFile(const std::string& name, bool mayReplace = true);
 
   // Removes the temporary file unless publish() has come.
-  ~OutputFile();
-
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
+  ~OutputFile() override;
 
   // Open for reading and writing, empty at first.
-  int descriptor() const { return file; }
-  const std::string& name() const { return path; }
+  int descriptor() const override { return file; }
+  const std::string& name() const override { return path; }
 
   // Brings everything to the disk and gives the file its name. Throws Fault (couldNot).
-  void publish();
+  void publish() override;
 
 private:
   [[noreturn]] void fail(const std::string& wrong, const std::string& right) const;
+  [[noreturn]] void failTaken() const;
   void createTemporary();
+  bool takeName() const;
+  void abandon() noexcept override;
 
   std::string path;   // as the user gave it
   std::string target; // what `path` leads to
   std::string temporaryPath;
+  bool replaces;
   unsigned mode = 0; // permissions of the finished file
   int file = -1;
 };
 
 // Whether two paths lead to one and the same file. False when one of them does not exist.
 bool isSameFile(const std::string& first, const std::string& second);
+
+// The directory in which the file of that path is or would be.
+std::string directoryOf(const std::string& path);

@@ -1,164 +1,137 @@
-// treadshift-render: renders a recording through the pedal, as a host does, and writes the bent one.
+// treadshift-render: renders recordings through the pedal, as a host does, and writes the bent ones.
 
+#include "render/CommandLine.h"
+#include "render/Console.h"
 #include "render/Fault.h"
+#include "render/Interruption.h"
 #include "render/Listing.h"
 #include "render/ModulePath.h"
-#include "render/RenderJob.h"
+#include "render/OutputFile.h"
+#include "render/Player.h"
+#include "render/TemporaryDirectory.h"
+#include "render/picture/PitchPicture.h"
 
-#include <CLI/CLI.hpp>
-#include <charconv>
-#include <cstdio>
 #include <exception>
+#include <fcntl.h>
+#include <filesystem>
 #include <new>
+#include <optional>
+#include <regex>
+#include <system_error>
+#include <unistd.h>
 
 namespace {
 
-constexpr int kLargestBlock = 1048576;
+// A standard stream that the caller has closed would be taken by the next file to be opened, and that file
+// would get what is meant for the stream. What is written to a closed standard output still fails.
+void occupyStandardStreams() {
+  for (int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDERR_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
 
-constexpr char kDescription[] = "Bends the pitch of a recording with the Treadshift pedal.\n"
-                                "Reads and writes WAV, FLAC, OGG and AIFF. The output keeps the sample rate, "
-                                "channels and sample format of\n"
-                                "the input; its name's extension chooses the container. Every channel has a "
-                                "pedal of its own, all moved alike.\n";
+// The directory for several outputs; one that was made for nothing goes again.
+class OutputDirectory {
+public:
+  explicit OutputDirectory(const std::string& name) : path(name) {
+    if (path.empty()) return;
+    std::error_code error;
+    isNew = std::filesystem::create_directories(path, error);
+    if (!error && std::filesystem::is_directory(path, error)) return;
+    throw Fault(ExitStatus::couldNot, "--out-dir", path,
+                error ? "cannot be made: " + error.message() : "not a directory", "name another");
+  }
+  ~OutputDirectory() {
+    std::error_code ignored;
+    if (isNew) std::filesystem::remove(path, ignored);
+  }
+  OutputDirectory(const OutputDirectory&) = delete;
+  OutputDirectory& operator=(const OutputDirectory&) = delete;
 
-constexpr char kFooter[] = R"(
-A VALUE is one number for the whole recording, or points seconds:value, as in 0:0,1.5:1,3:0. The pedal and the
-tone move in a straight line from point to point; colour, mode and on/off stay until the next point. Before the
-first point its value holds, after the last point that one's. What no option sets keeps the pedal's own setting
-(on, guitar, tone 0.8, colour 4, heel).
-
-Colours: pitch at the heel (0) -> at the toe (1)
-  0  a semitone down -> unison, the bent sound fades      4  an octave down -> an octave up, with the dry sound
-     into the dry one                                     5  a fifth down -> a fourth up, with the dry sound
-  1  unison -> a quarter tone up, with the dry sound      6  five octaves down, with the dry sound -> an octave
-  2  unison -> an octave up                                  up alone
-  3  unison -> two octaves down                           7  five octaves down -> an octave up, with the dry sound
-
-The recording runs in blocks of --block samples. A value changes at the block in which its time falls: at each
-block's start the values of its last sample are set, and the pedal moves towards them inside the block from where
-the block before ended, so it follows the drawn line. The first block has none before it and holds its own.
-
-Examples
-  treadshift-render guitar.wav bent.wav --color 4 --pedal 0:0,1.5:1,3:0 --tone 0.8
-      an octave down at the start, an octave up at 1.5 seconds, and back at 3
-  treadshift-render guitar.wav up.flac --color 2 --pedal 1
-      an octave up all the way
-  treadshift-render guitar.wav late.wav --color 3 --pedal 0:0,4:1 --on 0:off,2:on
-      a dive of two octaves, switched in after two seconds
-  treadshift-render --show --tone 0.3
-      what the module tells a host, with the tone at 0.3
-
-Exit status: 0 done, 1 could not be done, 2 wrong call. An output that exists is replaced only by a whole new one.
-)";
-
-struct CommandLine {
-  std::string input, output, module, block;
-  std::string color, pedal, tone, on, mode;
-  bool show = false, quiet = false;
+private:
+  std::string path;
+  bool isNew = false;
 };
 
-void addOptions(CLI::App& app, CommandLine& line) {
-  app.add_option("input", line.input, "the recording")->type_name("FILE");
-  app.add_option("output", line.output, "the bent recording, ending in .wav, .flac, .ogg or .aiff")
-      ->type_name("FILE");
-  app.add_option("--color", line.color, "which of the eight colours, 0 to 7")->type_name("VALUE");
-  app.add_option("--pedal", line.pedal, "where the pedal stands, 0 (heel) to 1 (toe)")->type_name("VALUE");
-  app.add_option("--tone", line.tone, "tone of the bent sound, 0 to 1")->type_name("VALUE");
-  app.add_option("--on", line.on, "whether the pedal is switched on: on or off")->type_name("VALUE");
-  app.add_option("--mode", line.mode, "guitar or bass; a mark without effect on the sound")
-      ->type_name("VALUE");
-  app.add_option(
-         "--block", line.block,
-         "samples per block, 1 to 1048576; 256 if not given; large ones are slow while the pedal moves")
-      ->type_name("N");
-  app.add_option("--module", line.module,
-                 "the module to render with; if not given, the one built or installed with "
-                 "this program")
-      ->type_name("PATH");
-  app.add_flag("--show", line.show,
-               "list the parameters, programs and identity of the module and render nothing");
-  app.add_flag("-q,--quiet", line.quiet, "print errors only");
-  app.set_help_flag("-h,--help", "print this help");
-  app.set_version_flag("--version", "treadshift-render " TREADSHIFT_VERSION, "print the version");
-  app.allow_extras();
-  for (CLI::Option* option : app.get_options())
-    option->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-  app.description(kDescription);
-  app.footer(kFooter);
+void printLists(const CommandLine& line) {
+  if (line.controlOptions.listColors) printText(colorList());
+  if (line.controlOptions.listPresets) printText(presetList());
+  if (line.show) printText(listEffect(findModule(line.module), line.controls()));
 }
 
-Fault wrongCall(const std::string& subject, const std::optional<std::string>& value,
-                const std::string& wrong) {
-  return Fault(ExitStatus::wrongCall, subject, value, wrong, "see treadshift-render --help");
-}
-
-int blockFrames(const std::string& text) {
-  int frames = 256;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), frames);
-  if (error != std::errc() || end != text.data() + text.size() || frames < 1 || frames > kLargestBlock) {
-    throw Fault(ExitStatus::wrongCall, "--block", text,
-                "not a number of samples from 1 to " + std::to_string(kLargestBlock), "256 is usual");
-  }
-  return frames;
-}
-
-Controls controlsOf(const CLI::App& app, const CommandLine& line) {
-  Controls controls;
-  const auto set = [&](const char* option, ParameterIndex parameter, const std::string& text) {
-    if (app.count(option) != 0) controls.set(parameter, text);
-  };
-  set("--on", kParameterOn, line.on);
-  set("--mode", kParameterMode, line.mode);
-  set("--tone", kParameterTone, line.tone);
-  set("--color", kParameterColor, line.color);
-  set("--pedal", kParameterPedal, line.pedal);
-  return controls;
-}
-
-RenderJob jobOf(const CLI::App& app, const CommandLine& line) {
-  RenderJob job;
-  job.inputPath = line.input;
-  job.outputPath = line.output;
-  job.modulePath = line.module;
-  job.controls = controlsOf(app, line);
-  if (app.count("--block") != 0) job.blockFrames = blockFrames(line.block);
-  job.quiet = line.quiet;
-  return job;
-}
-
-void refuseExtras(const CLI::App& app) {
-  for (const std::string& extra : app.remaining()) {
-    const bool isOption = extra.size() > 1 && extra[0] == '-';
-    throw wrongCall(isOption ? "option" : "argument", extra,
-                    isOption ? "no such option" : "one argument too many");
+void refusePictureOver(const CommandLine& line, const RenderJob& job) {
+  for (const std::string& other : {job.inputPath, job.outputPath}) {
+    if (line.plot == other || isSameFile(line.plot, other))
+      throw Fault(ExitStatus::wrongCall, "--plot", line.plot, "the same file as '" + other + "'",
+                  "give another name");
   }
 }
 
-void refuseRepeats(const CLI::App& app) {
-  for (const CLI::Option* option : app.get_options()) {
-    if (option->count() > 1) throw wrongCall(option->get_name(), {}, "given more than once");
+ExitStatus renderAndFollow(const CommandLine& line) {
+  RenderSettings settings = line.settings();
+  const int parallel = line.parallelJobs();
+  std::optional<TemporaryDirectory> ownPlace;
+  std::vector<RenderJob> jobs;
+  if (line.namesOutput()) {
+    jobs = line.jobs();
+  } else {
+    ownPlace.emplace();
+    jobs = {line.ownJob(ownPlace->path() + "/bent.wav")};
   }
+  std::optional<Player> player;
+  if (line.play) player.emplace();
+  std::optional<PitchPicture> picture;
+  if (!line.plot.empty()) {
+    refusePictureOver(line, jobs.front());
+    picture.emplace(line.plot, !line.noClobber);
+  }
+  settings.modulePath = findModule(settings.modulePath);
+  const OutputDirectory directory(line.outDirectory);
+  const ExitStatus status = runBatch(jobs, settings, parallel, line.reports(), picture ? &*picture : nullptr);
+  if (status != ExitStatus::done) return status;
+  if (picture) picture->draw();
+  if (player)
+    player->play(jobs.front().outputPath,
+                 line.namesOutput() ? jobs.front().outputPath : jobs.front().inputPath);
+  return status;
 }
 
-void run(const CLI::App& app, const CommandLine& line) {
-  refuseExtras(app);
-  refuseRepeats(app);
-  const RenderJob job = jobOf(app, line);
-  if (line.show) {
-    if (!line.input.empty())
-      throw wrongCall("--show", line.input, "--show renders nothing and takes no files");
-    std::fputs(listEffect(findModule(job.modulePath), job.controls).c_str(), stdout);
-    return;
-  }
-  if (line.input.empty()) throw wrongCall("input", {}, "no recording is named");
-  if (line.output.empty()) throw wrongCall("output", {}, "no name for the bent recording is given");
-  runRenderJob(job);
+ExitStatus run(const CommandLine& line) {
+  line.check();
+  printLists(line);
+  if (!line.controlOptions.savePreset.empty()) savePreset(line.controlOptions.savePreset, line.controls());
+  return line.renders() ? renderAndFollow(line) : ExitStatus::done;
 }
 
-int runReportingFaults(const CLI::App& app, const CommandLine& line) {
+// "--tone: 1 required VALUE missing" in the manner of the other messages.
+std::string parsingMessage(const CLI::ParseError& error) {
+  const std::string told = error.what();
+  const std::regex missing("(.*): 1 required (.*) missing");
+  return std::regex_replace(told, missing, "$1: its value is missing; give $1 $2") +
+         "; see treadshift-render --help";
+}
+
+ExitStatus runReportingFaults(int argc, char** argv) {
+  CommandLine line;
   try {
-    run(app, line);
-    return static_cast<int>(ExitStatus::done);
+    line.parse(argc, argv);
+    return run(line);
+  } catch (const CLI::Success& helpOrVersion) {
+    line.print(helpOrVersion);
+    return ExitStatus::done;
+  } catch (const CLI::ParseError& error) {
+    printMessage(parsingMessage(error));
+    return ExitStatus::wrongCall;
+  }
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  occupyStandardStreams();
+  guardAgainstInterruption();
+  try {
+    return static_cast<int>(runReportingFaults(argc, argv));
   } catch (const Fault& fault) {
     printMessage(fault.what());
     return static_cast<int>(fault.status());
@@ -168,21 +141,4 @@ int runReportingFaults(const CLI::App& app, const CommandLine& line) {
     printMessage(messageLine("failed", {}, error.what()));
   }
   return static_cast<int>(ExitStatus::couldNot);
-}
-
-} // namespace
-
-int main(int argc, char** argv) {
-  CLI::App app;
-  CommandLine line;
-  addOptions(app, line);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::Success& helpOrVersion) {
-    return app.exit(helpOrVersion);
-  } catch (const CLI::ParseError& error) {
-    printMessage(std::string(error.what()) + "; see treadshift-render --help");
-    return static_cast<int>(ExitStatus::wrongCall);
-  }
-  return runReportingFaults(app, line);
 }

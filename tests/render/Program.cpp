@@ -46,25 +46,34 @@ std::string readToEnd(int end) {
   return text;
 }
 
-[[noreturn]] void becomeProgram(const std::vector<std::string>& arguments, const Surroundings& surroundings,
+void limitFileSize(long bytes) {
+  if (bytes < 0) return;
+  const rlim_t limit = static_cast<rlim_t>(bytes);
+  const struct rlimit limits = {limit, limit};
+  setrlimit(RLIMIT_FSIZE, &limits);
+}
+
+[[noreturn]] void becomeProgram(const std::vector<std::string>& words, const Surroundings& surroundings,
                                 const Pipe& out, const Pipe& err) {
   // Whoever runs the tests in the background may ignore these.
   for (int number : {SIGINT, SIGTERM, SIGHUP})
     std::signal(number, SIG_DFL);
+  if (surroundings.ignoresHangUp) std::signal(SIGHUP, SIG_IGN);
+  const int in = open(surroundings.input.c_str(), O_RDONLY);
+  dup2(in, STDIN_FILENO);
   dup2(out.writeEnd, STDOUT_FILENO);
   dup2(err.writeEnd, STDERR_FILENO);
-  for (int end : {out.readEnd, out.writeEnd, err.readEnd, err.writeEnd})
+  for (int end : {in, out.readEnd, out.writeEnd, err.readEnd, err.writeEnd})
     close(end);
-  if (surroundings.largestFileBytes >= 0) {
-    const rlim_t limit = static_cast<rlim_t>(surroundings.largestFileBytes);
-    const struct rlimit limits = {limit, limit};
-    setrlimit(RLIMIT_FSIZE, &limits);
-  }
-  std::vector<char*> list = {const_cast<char*>(TREADSHIFT_RENDER)};
-  for (const std::string& argument : arguments)
-    list.push_back(const_cast<char*>(argument.c_str()));
+  limitFileSize(surroundings.largestFileBytes);
+  for (const std::string& setting : surroundings.environment)
+    putenv(const_cast<char*>(setting.c_str()));
+  if (chdir(surroundings.directory.c_str()) != 0) _exit(126);
+  std::vector<char*> list;
+  for (const std::string& word : words)
+    list.push_back(const_cast<char*>(word.c_str()));
   list.push_back(nullptr);
-  execv(TREADSHIFT_RENDER, list.data());
+  execv(list.front(), list.data());
   _exit(127);
 }
 
@@ -95,11 +104,23 @@ bool hasTerminals() {
 }
 
 Program::Program(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
-  const Pipe out = makePipe();
+  std::vector<std::string> words = {TREADSHIFT_RENDER};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  start(words, surroundings);
+}
+
+Program Program::command(const std::vector<std::string>& words, const Surroundings& surroundings) {
+  Program program;
+  program.start(words, surroundings);
+  return program;
+}
+
+void Program::start(const std::vector<std::string>& words, const Surroundings& surroundings) {
+  const Pipe out = surroundings.outputIsTerminal ? makeTerminal() : makePipe();
   const Pipe err = surroundings.errorIsTerminal ? makeTerminal() : makePipe();
   child = fork();
   REQUIRE(child >= 0);
-  if (child == 0) becomeProgram(arguments, surroundings, out, err);
+  if (child == 0) becomeProgram(words, surroundings, out, err);
   close(out.writeEnd);
   close(err.writeEnd);
   outEnd = out.readEnd;
@@ -120,7 +141,9 @@ Outcome Program::wait() {
   outcome.out = readToEnd(outEnd);
   outcome.err = readToEnd(errEnd);
   int status = 0;
-  REQUIRE(waitpid(child, &status, 0) == child);
+  struct rusage usage = {};
+  REQUIRE(wait4(child, &status, 0, &usage) == child);
+  outcome.peakKilobytes = usage.ru_maxrss;
   outcome.status = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
   return outcome;
 }
@@ -128,6 +151,23 @@ Outcome Program::wait() {
 Outcome render(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
   return Program(arguments, surroundings).wait();
 }
+
+Outcome shell(const std::string& line, const Surroundings& surroundings) {
+  const std::string directory = fs::path(TREADSHIFT_RENDER).parent_path();
+  return Program::command({"/bin/sh", "-c", "PATH=" + directory + ":$PATH\n" + line}, surroundings).wait();
+}
+
+std::string pathWith(const Workspace& work, const std::string& name, const std::string& script) {
+  const std::string directory = work.path("programs");
+  fs::create_directory(directory);
+  if (!name.empty()) {
+    writeBytes(directory + "/" + name, "#!/bin/sh\n" + script);
+    fs::permissions(directory + "/" + name, fs::perms::owner_all);
+  }
+  return directory;
+}
+
+bool holds(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
 std::string fileBytes(const std::string& path) {
   std::ifstream file(path, std::ios::binary);

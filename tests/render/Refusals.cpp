@@ -16,6 +16,7 @@ bool startsWith(const std::string& text, const std::string& start) {
 void checkOneLine(const std::string& err) {
   CHECK(startsWith(err, "treadshift-render: "));
   CHECK(std::count(err.begin(), err.end(), '\n') == 1);
+  REQUIRE(!err.empty());
   CHECK(err.back() == '\n');
   CHECK(std::none_of(err.begin(), err.end() - 1, [](unsigned char character) { return character < 0x20; }));
 }
@@ -67,10 +68,22 @@ TEST_CASE("calls that are wrong as they stand") {
                 {refusal.path("in.wav"), refusal.path("out.wav"), "third"});
   refusal.check(2, "output '" + refusal.path("out") + "': ", {refusal.path("in.wav"), refusal.path("out")});
   refusal.check(
-      2, "output '" + refusal.path("out.mp3") + "': ", {refusal.path("in.wav"), refusal.path("out.mp3")});
+      2, "output '" + refusal.path("out.doc") + "': ", {refusal.path("in.wav"), refusal.path("out.doc")});
+  refusal.check(2,
+                "output '" + refusal.path("") + "': a directory; to write into it, give --out-dir " +
+                    refusal.path(""),
+                {refusal.path("in.wav"), refusal.path("")});
+  refusal.check(2, "output 'none/': a directory; ", {refusal.path("in.wav"), "none/"});
   refusal.check(2, "--show 'in.wav': ", {"--show", "in.wav"});
   refusal.checkOption("option '--colour': no such option; ", {"--colour", "1"});
-  refusal.checkOption("--tone: ", {"--tone"});
+  refusal.checkOption("option '--colour': no such option; did you mean --color? see ", {"--colour", "1"});
+  refusal.checkOption("option '--normalise': no such option; did you mean --normalize? see ",
+                      {"--normalise"});
+  refusal.checkOption("option '--gian=3': no such option; did you mean --gain? see ", {"--gian=3"});
+  refusal.checkOption("option '-o': no such option; see ", {"-o"});
+  refusal.checkOption("option '--ox': no such option; see ", {"--ox"});
+  refusal.checkOption("--tone: its value is missing; give --tone VALUE|FILE; see ", {"--tone"});
+  refusal.checkOption("--plot: its value is missing; give --plot FILE.png; see ", {"--plot"});
   refusal.checkOption("--color: given more than once; ", {"--color", "1", "--color", "2"});
   refusal.checkOption("--color '8': the value is out of range; ", {"--color", "8"});
   refusal.checkOption("--color '-1': the value is out of range; ", {"--color", "-1"});
@@ -84,6 +97,18 @@ TEST_CASE("calls that are wrong as they stand") {
   refusal.checkOption("--tone '?0?': no such value; ", {"--tone", "\n0\x01"});
   refusal.checkOption("--on '0.5': not a whole number; give on, off, ", {"--on", "0.5"});
   refusal.checkOption("--mode 'banjo': no such value; give guitar, bass, ", {"--mode", "banjo"});
+  refusal.checkOption("--bits '20': no such sample format; ", {"--bits", "20"});
+  refusal.checkOption("--type 'doc': no such type; give wav, flac, ", {"--type", "doc"});
+  refusal.checkOption("--channels 'both': no such choice; give each, left, right or mix",
+                      {"--channels", "both"});
+  refusal.checkOption("--stats 'xml': no such form; give json", {"--stats", "xml"});
+  refusal.check(2, "--type 'wav': no output is named that could be of this type; ",
+                {refusal.path("in.wav"), "--stats", "json", "--type", "wav"});
+  for (const char* tail : {"-1", "3601", "1s", "inf", "nan", ""})
+    refusal.checkOption("--tail '" + std::string(tail) + "': not seconds from 0 to 3600; ", {"--tail", tail});
+  for (const char* gain : {"-97", "97", "6dB", "inf", "nan", ""})
+    refusal.checkOption("--gain '" + std::string(gain) + "': not decibels from -96 to 96; ",
+                        {"--gain", gain});
   for (const char* block : {"0", "-1", "1048577", "99999999999999999999", "64.5", "64x", ""}) {
     refusal.checkOption("--block '" + std::string(block) + "': ", {"--block", block});
   }

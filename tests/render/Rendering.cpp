@@ -4,6 +4,7 @@
 #include "host/EffectRunner.h"
 
 #include <algorithm>
+#include <cmath>
 #include <doctest/doctest.h>
 #include <functional>
 
@@ -81,10 +82,10 @@ std::vector<std::string> with(std::vector<std::string> options, const std::vecto
 
 } // namespace
 
-TEST_CASE("without options the effect keeps its own settings, in blocks of 256") {
+TEST_CASE("without options the effect keeps its own settings, in blocks of 64") {
   const Workspace work;
   const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(10000)};
-  CHECK(rendered(work, in, {}) == drive(in.samples, 44100, 256, {}));
+  CHECK(rendered(work, in, {}) == drive(in.samples, 44100, 64, {}));
 }
 
 TEST_CASE("constants in each colour") {
@@ -94,7 +95,7 @@ TEST_CASE("constants in each colour") {
     CAPTURE(color);
     const auto out = rendered(
         work, in, {"--color", std::to_string(color), "--pedal", "0.7", "--tone", "0.4", "--mode", "bass"});
-    CHECK(out == drive(in.samples, 48000, 256,
+    CHECK(out == drive(in.samples, 48000, 64,
                        {constant(kColor, (color + 0.5) / 8), constant(kPedal, 0.7), constant(kTone, 0.4),
                         constant(kMode, 1)}));
   }
@@ -103,7 +104,7 @@ TEST_CASE("constants in each colour") {
 TEST_CASE("moving parameters in blocks of any size") {
   const Workspace work;
   const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(15000)};
-  for (int block : {1, 2, 64, 256, 1000, 15000, 20000}) {
+  for (int block : {1, 2, 64, 64, 1000, 15000, 20000}) {
     CAPTURE(block);
     const auto out = rendered(work, in, with(kCourseOptions, {"--block", std::to_string(block)}));
     CHECK(out == drive(in.samples, 44100, block, kCourses));
@@ -116,7 +117,7 @@ TEST_CASE("rates from the lowest that the effect runs at") {
   for (int rate : {63, 8000, 22050, 48000, 96000, 192000}) {
     CAPTURE(rate);
     const Sound in = {rate, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(5000)};
-    CHECK(rendered(work, in, kCourseOptions) == drive(in.samples, rate, 256, kCourses));
+    CHECK(rendered(work, in, kCourseOptions) == drive(in.samples, rate, 64, kCourses));
   }
 }
 
@@ -131,16 +132,28 @@ TEST_CASE("every channel runs through an effect of its own") {
     in.samples[i] = sources[i % kChannels][i / kChannels];
   const Sound out = {44100, kChannels, in.format, rendered(work, in, kCourseOptions)};
   for (int channel = 0; channel < kChannels; ++channel) {
-    CHECK(out.channel(channel) == drive(sources[channel], 44100, 256, kCourses));
+    CHECK(out.channel(channel) == drive(sources[channel], 44100, 64, kCourses));
   }
   const auto silent = out.channel(1);
   CHECK(std::count(silent.begin(), silent.end(), 0.0) == static_cast<std::ptrdiff_t>(kFrames));
 }
 
+TEST_CASE("the tail is what the effect makes of silence behind the recording") {
+  // A quarter of a second at 44100 Hz: 11025 frames, in which the last 70 ms of the recording come back.
+  const Workspace work;
+  const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(10000)};
+  auto padded = in.samples;
+  padded.resize(10000 + 11025);
+  const auto expected = drive(padded, 44100, 64, kCourses);
+  CHECK(rendered(work, in, with(kCourseOptions, {"--tail", "0.25"})) == expected);
+  CHECK(std::any_of(expected.begin() + 10000, expected.end(),
+                    [](double sample) { return std::abs(sample) > 0.01; }));
+}
+
 TEST_CASE("a float file gets the doubles rounded once") {
   const Workspace work;
   const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_FLOAT, noise(8000)};
-  auto expected = drive(in.samples, 44100, 256, kCourses);
+  auto expected = drive(in.samples, 44100, 64, kCourses);
   for (double& sample : expected)
     sample = static_cast<float>(sample);
   CHECK(rendered(work, in, kCourseOptions) == expected);
@@ -150,7 +163,7 @@ TEST_CASE("a file of whole numbers gets the nearest ones") {
   const Workspace work;
   writeSound(work.path("in.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(8000)});
   REQUIRE(render(with({work.path("in.wav"), work.path("out.wav")}, kCourseOptions)).status == 0);
-  const auto exact = drive(noise(8000), 44100, 256, kCourses);
+  const auto exact = drive(noise(8000), 44100, 64, kCourses);
   const auto written = readWholeNumbers(work.path("out.wav"));
   REQUIRE(written.size() == exact.size());
   long wrong = 0;
@@ -163,9 +176,9 @@ TEST_CASE("a file of whole numbers gets the nearest ones") {
 
 TEST_CASE("a sound shorter than a block and one of a single frame") {
   const Workspace work;
-  for (std::size_t frames : {1u, 2u, 255u, 256u, 257u}) {
+  for (std::size_t frames : {1u, 2u, 63u, 64u, 65u, 4095u, 4096u, 4097u}) {
     CAPTURE(frames);
     const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(frames)};
-    CHECK(rendered(work, in, kCourseOptions) == drive(in.samples, 44100, 256, kCourses));
+    CHECK(rendered(work, in, kCourseOptions) == drive(in.samples, 44100, 64, kCourses));
   }
 }

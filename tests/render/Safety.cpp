@@ -8,6 +8,7 @@
 #include <doctest/doctest.h>
 #include <fcntl.h>
 #include <filesystem>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,10 +17,6 @@ namespace fs = std::filesystem;
 namespace {
 
 using Names = std::vector<std::string>;
-
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
 
 void writeInput(const Workspace& work) {
   writeSound(work.path("in.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(40000)});
@@ -63,7 +60,7 @@ TEST_CASE("when there is no room nothing is left behind") {
     tight.largestFileBytes = 6000;
     const Outcome outcome = render({work.path("in.wav"), work.path(output), "-q"}, tight);
     CHECK(outcome.status == 1);
-    CHECK(contains(outcome.err, "treadshift-render: output '" + work.path(output) + "': cannot be written"));
+    CHECK(holds(outcome.err, "treadshift-render: output '" + work.path(output) + "': cannot be written"));
     CHECK(std::count(outcome.err.begin(), outcome.err.end(), '\n') == 1);
     CHECK(fileBytes(work.path(output)) == "an older rendering");
     fs::remove(work.path(output));
@@ -98,7 +95,7 @@ TEST_CASE("the input cannot be the output, under no name") {
   for (const char* output : {"in.wav", "./in.wav", "hard.wav", "soft.wav"}) {
     const Outcome outcome = render({work.path("in.wav"), work.path(output)});
     CHECK(outcome.status == 1);
-    CHECK(contains(outcome.err, "the same file as the input; give another name\n"));
+    CHECK(holds(outcome.err, "the same file as the input; give another name\n"));
   }
   CHECK(fileBytes(work.path("in.wav")) == bytes);
   CHECK(work.names() == Names{"hard.wav", "in.wav", "soft.wav"});
@@ -109,8 +106,9 @@ TEST_CASE("outputs that are no files stay what they are") {
   writeInput(work);
   fs::create_directory(work.path("folder.wav"));
   REQUIRE(mkfifo(work.path("pipe.wav").c_str(), 0600) == 0);
-  CHECK(contains(render({work.path("in.wav"), work.path("folder.wav")}).err, "': a directory; "));
-  CHECK(contains(render({work.path("in.wav"), work.path("pipe.wav")}).err, "': not a regular file; "));
+  CHECK(holds(render({work.path("in.wav"), work.path("folder.wav")}).err,
+              "': a directory; to write into it, give --out-dir "));
+  CHECK(holds(render({work.path("in.wav"), work.path("pipe.wav")}).err, "': not a regular file; "));
   CHECK(fs::is_directory(work.path("folder.wav")));
   CHECK(fs::is_fifo(work.path("pipe.wav")));
   CHECK(work.names() == Names{"folder.wav", "in.wav", "pipe.wav"});
@@ -158,10 +156,78 @@ TEST_CASE("a signal in the middle leaves nothing behind") {
     const Outcome outcome = program.wait();
     close(input);
     CHECK(outcome.status == 128 + number);
-    CHECK(outcome.err == "treadshift-render: interrupted; no output was written\n");
+    CHECK(outcome.err == "treadshift-render: interrupted; no unfinished output is left\n");
     CHECK(work.names() == Names{"in.wav", "out.wav"});
     CHECK(fileBytes(work.path("out.wav")) == "an older rendering");
   }
+}
+
+TEST_CASE("a program that was told to survive its terminal does") {
+  const Workspace work;
+  writeInput(work);
+  const std::string bytes = fileBytes(work.path("in.wav"));
+  fs::remove(work.path("in.wav"));
+  REQUIRE(mkfifo(work.path("in.wav").c_str(), 0600) == 0);
+  Surroundings surroundings;
+  surroundings.ignoresHangUp = true;
+  Program program({work.path("in.wav"), work.path("out.wav"), "-q"}, surroundings);
+  const int input = open(work.path("in.wav").c_str(), O_WRONLY);
+  REQUIRE(write(input, bytes.data(), 20000) == 20000);
+  while (program.isRunning() && work.names().size() < 2)
+    usleep(1000); // until the unfinished output is there
+  program.signal(SIGHUP);
+  REQUIRE(write(input, bytes.data() + 20000, bytes.size() - 20000) ==
+          static_cast<long>(bytes.size() - 20000));
+  close(input);
+  CHECK(program.wait().status == 0);
+  CHECK(readSound(work.path("out.wav")).samples.size() == 40000);
+}
+
+TEST_CASE("progress tells a share, the speed and the time left, and clears its line") {
+  if (!hasTerminals()) {
+    MESSAGE("not checked: there are no pseudo-terminals here");
+    return;
+  }
+  // The pipe's header tells 40000 frames, and the program is made to wait after about half of them.
+  const Workspace work;
+  writeInput(work);
+  const std::string bytes = fileBytes(work.path("in.wav"));
+  fs::remove(work.path("in.wav"));
+  REQUIRE(mkfifo(work.path("in.wav").c_str(), 0600) == 0);
+  Surroundings terminal;
+  terminal.errorIsTerminal = true;
+  Program program({work.path("in.wav"), work.path("out.wav"), "--on", "off"}, terminal);
+  const int input = open(work.path("in.wav").c_str(), O_WRONLY);
+  REQUIRE(write(input, bytes.data(), 40044) == 40044);
+  for (int waiting = 1; waiting > 0 && program.isRunning(); usleep(1000))
+    REQUIRE(ioctl(input, FIONREAD, &waiting) == 0); // bytes in the pipe
+  usleep(300000);                                   // longer than from drawing to drawing
+  REQUIRE(write(input, bytes.data() + 40044, 40000) == 40000);
+  close(input);
+  const Outcome outcome = program.wait();
+  CHECK(outcome.status == 0);
+  CAPTURE(outcome.err);
+  // 24 columns for the whole, so 12 for half and a little.
+  CHECK(holds(outcome.err, "\r[############            ]  50 %  "));
+  CHECK(holds(outcome.err, " x real time  0:00 left"));
+  CHECK(outcome.err.substr(outcome.err.rfind('\r', outcome.err.size() - 2)).find_first_not_of("\r ") ==
+        std::string::npos);
+}
+
+TEST_CASE("a message makes the progress line go first") {
+  if (!hasTerminals()) {
+    MESSAGE("not checked: there are no pseudo-terminals here");
+    return;
+  }
+  const Workspace work;
+  writeInput(work);
+  Surroundings terminal;
+  terminal.errorIsTerminal = true;
+  const Outcome outcome = render({work.path("in.wav"), work.path("out.wav"), "--gain", "60"}, terminal);
+  const std::size_t message = outcome.err.find("treadshift-render: output ");
+  REQUIRE(message != std::string::npos);
+  REQUIRE(message > 2);
+  CHECK(outcome.err.substr(message - 2, 2) == " \r");
 }
 
 TEST_CASE("progress shows on a terminal, and not when quiet") {
@@ -173,7 +239,7 @@ TEST_CASE("progress shows on a terminal, and not when quiet") {
   writeInput(work);
   Surroundings terminal;
   terminal.errorIsTerminal = true;
-  CHECK(contains(render({work.path("in.wav"), work.path("out.wav")}, terminal).err, " x real time"));
+  CHECK(holds(render({work.path("in.wav"), work.path("out.wav")}, terminal).err, " x real time"));
   CHECK(render({work.path("in.wav"), work.path("out.wav"), "-q"}, terminal).err == "");
 }
 

@@ -51,3 +51,10 @@ std::vector<double> noise(std::size_t count, unsigned seed) {
   }
   return samples;
 }
+
+std::vector<double> softNoise(std::size_t count, unsigned seed) {
+  auto samples = noise(count, seed);
+  for (double& sample : samples)
+    sample /= 8.0;
+  return samples;
+}

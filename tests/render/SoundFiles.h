@@ -20,5 +20,8 @@ Sound readSound(const std::string& path);
 // The samples as the file's whole numbers, in the upper bits of an int.
 std::vector<int> readWholeNumbers(const std::string& path);
 
+// Noise from -0.0625 to 0.0625, which the pedal does not bring beyond full scale.
+std::vector<double> softNoise(std::size_t count, unsigned seed = 1);
+
 // Noise from -0.5 to 0.5 in 1/32768 steps, the same for the same seed.
 std::vector<double> noise(std::size_t count, unsigned seed = 1);

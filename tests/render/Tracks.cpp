@@ -150,3 +150,19 @@ TEST_CASE("a parameter without an option has no value") {
   controls.set(kParameterTone, "0.5");
   CHECK_FALSE(controls.valueAt(kParameterPedal, 0.0).has_value());
 }
+
+TEST_CASE("a course is constant when all its points have one value") {
+  CHECK(line("0.8").constant().value() == 0.8);
+  CHECK(line("0:0.5,2:0.5").constant().value() == 0.5);
+  CHECK_FALSE(line("0:0.5,2:0.6").constant().has_value());
+  CHECK(steps("0:low,1:0").constant().value() == 0.0);
+}
+
+TEST_CASE("a course set over another takes its place") {
+  Controls controls;
+  controls.set(kParameterPedal, "0.25");
+  CHECK(controls.course(kParameterTone) == nullptr);
+  controls.set(kParameterPedal, PedalTrack({{0.0, 0.0}, {1.0, 1.0}}, false));
+  CHECK(controls.valueAt(kParameterPedal, 0.5).value() == 0.5f);
+  CHECK(controls.course(kParameterPedal)->valueAt(0.75) == 0.75);
+}

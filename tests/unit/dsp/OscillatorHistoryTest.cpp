@@ -1,11 +1,10 @@
 // The triangle's histories: what they record, where they end, and going back by them.
 #include "Bits.h"
 #include "OscillatorMaking.h"
-#include "tests/support/Allocations.h"
 
 #include <algorithm>
 #include <doctest/doctest.h>
-#include <new>
+#include <vector>
 
 namespace {
 
@@ -18,6 +17,13 @@ std::vector<double> run(lfoTriangle& lfo, double rate, int samples, int offset) 
   std::vector<double> out(samples);
   lfo.Excute(rate, 0.1, 0.1, samples, out.data(), offset);
   return out;
+}
+
+// Puts the triangle back to where it stood before the sample recorded in a slot, as an owner does who wants
+// the rest of a block at another rate.
+void rewind(lfoTriangle& lfo, int slot) {
+  lfo.falling = lfo.directionHistory[slot];
+  lfo.phase = lfo.phaseHistory[slot];
 }
 
 } // namespace
@@ -66,7 +72,7 @@ TEST_CASE("a block past the histories' end gives the same wave and writes nothin
   CHECK(beyond.size() == 40);
 }
 
-TEST_CASE("rewinding restores phase and direction of a slot and not the rate") {
+TEST_CASE("going back by the histories restores phase and direction and not the rate") {
   const auto lfo = triangle();
   run(*lfo, 2000.0, 64, 0);
   PlainOscillator plain(Wave::triangle, 0.0, 0.0, kRate);
@@ -74,7 +80,7 @@ TEST_CASE("rewinding restores phase and direction of a slot and not the rate") {
   for (int slot : {0, 1, 13, 40, 63}) {
     lfo->falling = plain.directions[slot] ? 0 : 1;
     lfo->phase = -1.0;
-    lfo->rewind(slot);
+    rewind(*lfo, slot);
     CHECK(bitsOf(lfo->phase) == bitsOf(plain.phases[slot]));
     CHECK(lfo->falling == (plain.directions[slot] ? 1 : 0));
     CHECK(lfo->lastRate == 2000.0);
@@ -85,54 +91,40 @@ TEST_CASE("a re-run from a rewound slot at the same rate repeats the wave") {
   const auto lfo = triangle();
   const auto first = run(*lfo, 2000.0, 64, 0);
   for (int slot : {63, 30, 1, 0}) {
-    lfo->rewind(slot);
+    rewind(*lfo, slot);
     const auto again = run(*lfo, 2000.0, 64 - slot, slot);
     CHECK(differences(again.data(), first.data() + slot, 64 - slot) == 0);
   }
 }
 
-TEST_CASE("reserved histories reach behind the first 48000 slots") {
-  const auto lfo = triangle();
-  lfo->reserveHistory(kSlots + 30);
-  run(*lfo, 2000.0, 40, kSlots - 10);
-  PlainOscillator plain(Wave::triangle, 0.0, 0.0, kRate);
-  plain.block(2000.0, 0.1, 0.1, 40);
-  for (int i : {0, 9, 10, 11, 20, 39}) {
-    lfo->rewind(kSlots - 10 + i);
-    CHECK(bitsOf(lfo->phase) == bitsOf(plain.phases[i]));
-    CHECK(lfo->falling == (plain.directions[i] ? 1 : 0));
-  }
-}
-
-TEST_CASE("reserving allocates two arrays when it grows past 48000 slots, else nothing") {
-  const auto lfo = triangle();
-  const auto taken = [&](int samples) {
-    const long before = allocations::taken();
-    lfo->reserveHistory(samples);
-    return allocations::taken() - before;
-  };
-  CHECK(taken(-5) == 0);
-  CHECK(taken(0) == 0);
-  CHECK(taken(kSlots) == 0);
-  CHECK(taken(kSlots + 1) == 2);
-  CHECK(taken(kSlots + 1) == 0);
-  CHECK(taken(100) == 0);
-  CHECK(taken(kSlots + 2) == 2);
-}
-
-TEST_CASE("a reservation that fails leaves the histories as they were and leaks nothing") {
-  const long before = allocations::live();
-  {
-    const auto lfo = triangle();
-    lfo->reserveHistory(kSlots + 10);
-    run(*lfo, 2000.0, 10, kSlots);
-    for (long failing : {1, 2}) {
-      const allocations::FailNth failure(failing);
-      CHECK_THROWS_AS(lfo->reserveHistory(kSlots + 20), std::bad_alloc);
+TEST_CASE("sample by sample the triangle does what it does in blocks") {
+  for (int n : {1, 2, 3, 64, 700}) {
+    CAPTURE(n);
+    const auto blocks = triangle();
+    const auto samples = triangle();
+    for (double rate : {0.0, 300.0, 9000.0, 9000.0, 0.5}) {
+      const auto expected = run(*blocks, rate, n, 0);
+      double step = samples->startGlide(rate, n);
+      for (int i = 0; i < n; ++i) {
+        if (i > 0) step = samples->glideStep(i);
+        CHECK(bitsOf((samples->phase - 0.5) * 2.0 * 0.5 + 0.5) ==
+              bitsOf(expected[i])); // depth 0.1 is no change
+        lfoTriangle::advance(samples->phase, samples->falling, step);
+      }
+      CHECK(bitsOf(samples->phase) == bitsOf(blocks->phase));
+      CHECK(samples->falling == blocks->falling);
+      CHECK(bitsOf(samples->lastRate) == bitsOf(blocks->lastRate));
     }
-    lfo->rewind(kSlots);
-    CHECK(bitsOf(lfo->phase) == bitsOf(0.0));
-    run(*lfo, 2000.0, 20, kSlots); // slots from 10 on are not there
   }
-  CHECK(allocations::live() == before);
+}
+
+TEST_CASE("a run that another follows early hands over the rate it was bound for") {
+  const auto lfo = triangle();
+  lfo->startGlide(100.0, 10);
+  CHECK(lfo->isLevel());
+  lfo->startGlide(200.0, 10);
+  CHECK_FALSE(lfo->isLevel());
+  CHECK(bitsOf(lfo->startGlide(300.0, 5)) == bitsOf(200.0 * (1.0 / kRate) * 2.0));
+  lfo->startGlide(300.0, 5);
+  CHECK(lfo->isLevel());
 }

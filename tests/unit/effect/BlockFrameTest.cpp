@@ -1,9 +1,11 @@
 // The frame of a block: what happens once, at its beginning and at its end.
 #include "ExposedTreadshift.h"
-#include "SpySweep.h"
 #include "tests/unit/dsp/Bits.h"
+#include "tests/unit/dsp/PlainOscillator.h"
 
+#include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <doctest/doctest.h>
 #include <thread>
 
@@ -19,12 +21,9 @@ TEST_CASE("the first block starts without a fade and without a pedal ramp") {
   e.setParameter(kOnOff, 0.0f); // all changed since the rate was set
   e.setParameter(kColor, 0.9f);
   e.setParameter(kPedalPos, 0.7f);
-  e.block(testSound(32));
-  for (int i = 0; i < 32; ++i) {
-    CHECK(e.onOffGain[i] == 1.0);
-    CHECK(e.colorGain[i] == 1.0);
-    CHECK(e.onOffSwitch->valueBuffer[i] == 0.0f);
-  }
+  const std::vector<double> sound = testSound(32);
+  const std::vector<double> output = e.block(sound);
+  CHECK(differences(output.data(), sound.data(), 32) == 0); // off from the first sample on
   CHECK(e.onOffSwitch->state == 0);
   CHECK(e.colorSwitch->state == 0);
   CHECK(bitsOf(e.lastPedal) == bitsOf(static_cast<double>(0.7f)));
@@ -47,12 +46,11 @@ TEST_CASE("the first block settles the pedal smoother at the pedal") {
 TEST_CASE("the first block takes colour and pitch at the raw pedal before its sweep runs") {
   ExposedTreadshift e;
   e.setSampleRate(kRate);
-  SpySweep& spy = spyOn(e);
   e.setParameter(kColor, colorOfRow(2));
   e.setParameter(kPedalPos, 1.0f);
   e.sample(0.5);
-  REQUIRE(!spy.calls.empty());
-  CHECK(bitsOf(spy.calls[0].rate) == bitsOf(1.0 * 44100.0 * (1.0 / 2890))); // ratio 2
+  // A sweep that runs for the first time has its rate at once: two phases per turn, ratio 2.
+  CHECK(bitsOf(e.sweepLfo->phase) == bitsOf(1.0 * 44100.0 * (1.0 / 2890) * (1.0 / 44100.0) * 2.0));
 }
 
 TEST_CASE("the first block turns the sweep when the pitch crosses 0 from the range in force before it") {
@@ -62,9 +60,9 @@ TEST_CASE("the first block turns the sweep when the pitch crosses 0 from the ran
     e.setSampleRate(kRate);
     e.setParameter(kColor, colorAfter);
     e.setParameter(kPedalPos, pedal);
-    SpySweep& spy = spyOn(e);
+    e.sweepLfo->phase = 0.5; // far from the turns
     e.block(testSound(8));
-    return spy.calls.at(0).falling == 1;
+    return e.sweepLfo->falling == 1;
   };
   CHECK(startsFalling(colorOfRow(4), colorOfRow(3), 1.0f));       // +1200 to -2400
   CHECK(startsFalling(colorOfRow(3), colorOfRow(2), 1.0f));       // -2400 to +1200
@@ -126,18 +124,21 @@ TEST_CASE("blocks of one sample hear new targets one block late") {
   CHECK(e.lastSmoothedPedal > 0.0);
 }
 
-TEST_CASE("a steady block runs the sweep once, from its start, at depth 0.1") {
+TEST_CASE("a steady block runs the sweep at its one rate") {
   ExposedTreadshift e; // row 4 at the heel: the smoother rests at exactly 0
   e.setSampleRate(kRate);
   e.block(testSound(10));
-  SpySweep& spy = spyOn(e);
-  e.block(testSound(50));
-  REQUIRE(spy.calls.size() == 1);
-  CHECK(bitsOf(spy.calls[0].rate) == bitsOf(e.sweepRate));
-  CHECK(bitsOf(spy.calls[0].upperDepth) == bitsOf(0.1));
-  CHECK(bitsOf(spy.calls[0].lowerDepth) == bitsOf(0.1));
-  CHECK(spy.calls[0].samples == 50);
-  CHECK(spy.calls[0].historyOffset == 0);
+  PlainOscillator plain(Wave::triangle, 0.0, e.sweepLfo->phase, kRate);
+  plain.block(e.sweepRate, 0.1, 0.1, 0);
+  const double restart = e.minDelay; // a pitch that falls
+  double tap1 = e.tapPos1;
+  e.block(testSound(5000));
+  const std::vector<double> sweep = plain.block(e.sweepRate, 0.1, 0.1, 5000);
+  for (double s : sweep)
+    tap1 = (s == 0.0 ? restart : tap1) + 1.0 - e.pitchRatio;
+  CHECK(bitsOf(e.sweepLfo->phase) == bitsOf(plain.phase));
+  CHECK((e.sweepLfo->falling == 1) == plain.falling);
+  CHECK(bitsOf(e.tapPos1) == bitsOf(tap1));
 }
 
 TEST_CASE("the end of a block remembers what the next one starts from") {
@@ -160,50 +161,47 @@ TEST_CASE("the end of a block remembers what the next one starts from") {
 
 TEST_CASE("the restart delay of the taps follows the pitch at the start of the block for all of it") {
   // +1200 in row 2 at the toe, 15 sweeps a second; the Color change turns the pitch down at sample 768, the
-  // sweep comes to 0 later in the same block
+  // sweep comes to 0 later in the same block. The pedal rests, so the sweep runs on at its rate.
   ExposedTreadshift e(48000.0f, 1.0f, 0.5f, colorOfRow(2), 1.0f);
   e.block(testSound(1));
-  e.setParameter(kColor, colorOfRow(3));
-  ExposedTreadshift probe(48000.0f, 1.0f, 0.5f, colorOfRow(2), 1.0f);
-  probe.block(testSound(1));
-  probe.setParameter(kColor, colorOfRow(3));
-  probe.block(testSound(8000));
-  int zero = 800;
-  while (zero < 8000 && probe.sweepBuffer[zero] != 0.0)
-    ++zero;
+  PlainOscillator plain(Wave::triangle, 0.0, e.sweepLfo->phase, 48000.0);
+  plain.block(e.sweepRate, 0.1, 0.1, 0);
+  const std::vector<double> sweep = plain.block(e.sweepRate, 0.1, 0.1, 8000);
+  const auto zero = std::find(sweep.begin() + 800, sweep.end(), 0.0) - sweep.begin();
   REQUIRE(zero < 8000);
-  // The first `zero` samples of one long block and of a shorter one differ in nothing but the pedal, which
-  // rests; so the sweep is 0 at the last sample of this block:
-  e.block(testSound(zero + 1));
-  REQUIRE(e.sweepBuffer[zero] == 0.0);
+  e.setParameter(kColor, colorOfRow(3));
+  e.block(testSound(static_cast<int>(zero) + 1));
   CHECK(e.cents < 0.0);
   const double restart = e.minDelay + e.sweepLength; // as for a rising pitch
   CHECK(bitsOf(e.tapPos1) == bitsOf(restart + 1.0 - e.pitchRatio));
 }
 
-TEST_CASE("a block holds the effect's lock, which the same thread may take again") {
+TEST_CASE("a block and a program change wait for the effect's lock, which the same thread may take again") {
   ExposedTreadshift e;
   e.setSampleRate(kRate);
-  e.block(testSound(10));
-  SpySweep& spy = spyOn(e);
-  spy.meanwhile = [&] { e.setProgram(3L); };
-  e.block(testSound(10));
-  CHECK(e.currentProgram == 3);
-
-  std::atomic<bool> changed{false};
-  std::thread other;
-  spy.meanwhile = [&] {
-    if (other.joinable()) return;
-    other = std::thread([&] {
-      e.setProgram(7L);
-      changed = true;
+  std::atomic<int> done{0};
+  std::thread block, change;
+  {
+    const CriticalSectionHolder holder(e.lock);
+    e.block(testSound(10));
+    e.setProgram(3L);
+    CHECK(e.writeIndex == 10);
+    block = std::thread([&] {
+      e.block(testSound(10));
+      ++done;
     });
-    std::this_thread::sleep_for(std::chrono::milliseconds(30)); // time to do harm, if it could
-    CHECK(!changed);
+    change = std::thread([&] {
+      e.setProgram(7L);
+      ++done;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(30)); // time to do harm, if they could
+    CHECK(done == 0);
+    CHECK(e.writeIndex == 10);
     CHECK(e.currentProgram == 3);
-  };
-  e.block(testSound(10));
-  other.join();
+  }
+  block.join();
+  change.join();
+  CHECK(e.writeIndex == 20);
   CHECK(e.currentProgram == 7);
 }
 

@@ -41,10 +41,9 @@ public:
 
   using Treadshift::BlockValues;
 
-  using Treadshift::advanceTaps;
   using Treadshift::beginBlock;
   using Treadshift::isBuilt;
-  using Treadshift::movePedal;
+  using Treadshift::lock;
   using Treadshift::prepareBuffers;
   using Treadshift::setColor;
   using Treadshift::setPitch;

@@ -75,15 +75,16 @@ TEST_CASE("any index wraps into the line, any delay into a whole number") {
 }
 
 TEST_CASE("a tap moves by 1 minus the ratio and stays rather than come closer than the shortest delay") {
-  ExposedTreadshift e;
-  e.setSampleRate(48000.0f); // shortest delay 240
+  constexpr double kShortest = 240.0;
   const auto advanced = [&](double delay, double ratio) {
-    e.tapPos1 = delay;
-    e.tapPos2 = delay + 1000.0;
-    e.pitchRatio = ratio;
-    e.advanceTaps();
-    if (std::isfinite(ratio)) CHECK(bitsOf(e.tapPos2) == bitsOf(delay + 1000.0 + 1.0 - ratio));
-    return e.tapPos1;
+    Chunk chunk;
+    double sweep;
+    chunk.sweep = &sweep;
+    TapSweep taps{0.5, 0, delay, delay + 1000.0, kShortest, kShortest};
+    taps.followOne(0, 0.001, ratio, chunk);
+    CHECK(bitsOf(chunk.delay1[0]) == bitsOf(delay)); // this sample still reads where the tap stood
+    if (std::isfinite(ratio)) CHECK(bitsOf(taps.delay2) == bitsOf(delay + 1000.0 + 1.0 - ratio));
+    return taps.delay1;
   };
   CHECK(advanced(300.0, 2.0) == 299.0);
   CHECK(advanced(300.0, 0.25) == 300.75);

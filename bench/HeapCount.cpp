@@ -1,0 +1,86 @@
+#include "bench/HeapCount.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <functional>
+
+// The C library's own functions under the names that it keeps for those who replace malloc.
+extern "C" {
+void* __libc_malloc(std::size_t);
+void* __libc_calloc(std::size_t, std::size_t);
+void* __libc_realloc(void*, std::size_t);
+void* __libc_memalign(std::size_t, std::size_t);
+void __libc_free(void*);
+}
+
+namespace {
+
+constexpr std::size_t kMostBlocks = 4096; // alive at once while counting
+
+struct Block {
+  void* place;
+  std::size_t bytes;
+};
+
+bool counting = false;
+std::size_t allocations = 0;
+std::size_t blockCount = 0;
+Block blocks[kMostBlocks]; // fixed: counting must not allocate
+
+void* counted(void* place, std::size_t bytes) {
+  if (counting && place) {
+    ++allocations;
+    if (blockCount == kMostBlocks) std::abort();
+    blocks[blockCount++] = {place, bytes};
+  }
+  return place;
+}
+
+void forget(void* place) {
+  if (!counting || !place) return;
+  Block* const end = blocks + blockCount;
+  Block* const found = std::find_if(blocks, end, [place](const Block& b) { return b.place == place; });
+  if (found != end) *found = blocks[--blockCount];
+}
+
+} // namespace
+
+extern "C" {
+void* malloc(std::size_t bytes) noexcept { return counted(__libc_malloc(bytes), bytes); }
+void* calloc(std::size_t count, std::size_t each) noexcept {
+  return counted(__libc_calloc(count, each), count * each);
+}
+void* realloc(void* place, std::size_t bytes) noexcept {
+  forget(place);
+  return counted(__libc_realloc(place, bytes), bytes);
+}
+void* memalign(std::size_t alignment, std::size_t bytes) noexcept {
+  return counted(__libc_memalign(alignment, bytes), bytes);
+}
+void* aligned_alloc(std::size_t alignment, std::size_t bytes) noexcept { return memalign(alignment, bytes); }
+int posix_memalign(void** place, std::size_t alignment, std::size_t bytes) noexcept {
+  *place = memalign(alignment, bytes);
+  return *place ? 0 : ENOMEM;
+}
+void free(void* place) noexcept {
+  forget(place);
+  __libc_free(place);
+}
+}
+
+void startHeapCount() {
+  allocations = blockCount = 0;
+  counting = true;
+}
+
+HeapCount endHeapCount() {
+  counting = false;
+  HeapCount found{allocations, 0, {}};
+  for (std::size_t k = 0; k < blockCount; ++k) {
+    found.liveBytes += blocks[k].bytes;
+    found.blocks.push_back(blocks[k].bytes);
+  }
+  std::ranges::sort(found.blocks, std::greater());
+  return found;
+}

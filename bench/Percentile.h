@@ -1,0 +1,8 @@
+// Where a share of some values lies.
+#pragma once
+
+#include <vector>
+
+// The value below which a share (0..1) of `values` lies, by the nearest rank; 0 when there are none.
+// 0 is the least, 1 the greatest. Orders its own copy. [allocates]
+double percentile(std::vector<double> values, double share);

@@ -1,0 +1,144 @@
+# Makes one table of what the benchmarks of both widths found, judges the goals, and exits with 1 when one is
+# missed. Usage: awk -f bench/table.awk width=64 ROWS... width=32 ROWS...
+#
+# Rows are tab separated. A case has four, one per statistic of its runs:
+#   case, name, statistic (p10, median, p90, p99), ns per sample, ratio to the floor, engine's time over its own
+# and treadshift-limits writes "worst" and "memory".
+BEGIN {
+  FS = "\t"
+  width_count = split("64 32", widths, " ")
+  state_blocks = "64 256 1024 4096" # those that the goals are about
+}
+
+$1 == "case" {
+  if (!($2 in known)) { known[$2] = 1; names[++name_count] = $2 }
+  ns[width, $2, $3] = $4; floor[width, $2, $3] = $5; engine[width, $2, $3] = $6
+}
+$1 == "worst" || $1 == "memory" { once[width, $1] = $0 }
+
+# The four statistics of a ratio, or room for them.
+function spread(ratio, width, name) {
+  if (ratio[width, name, "median"] == "") return sprintf("%30s", "")
+  return sprintf(" %7.2f %6.2f %6.2f %7.2f", ratio[width, name, "p10"], ratio[width, name, "median"],
+                 ratio[width, name, "p90"], ratio[width, name, "p99"])
+}
+function median_ns(width, name) {
+  if (ns[width, name, "median"] == "") return sprintf("%10s", "")
+  return sprintf("%10.2f", ns[width, name, "median"])
+}
+function spread_head() { return sprintf(" %7s %6s %6s %7s", "10 %", "50 %", "90 %", "99 %") }
+
+function print_cases(    k, part) {
+  print "Time per sample: median in ns, then its ratio to the floor: 10, 50, 90 and 99 % of the runs lie below."
+  printf "%-24s %5s%10s%s%10s%s\n", "", "block", "64-bit ns", spread_head(), "32-bit ns", spread_head()
+  for (k = 1; k <= name_count; ++k) {
+    split(names[k], part, "/")
+    if (part[1] == "peer" || part[2] == "set-up") continue
+    printf "%-24s %5s%s%s%s%s\n", part[1] " " part[2], part[3], median_ns(64, names[k]),
+           spread(floor, 64, names[k]), median_ns(32, names[k]), spread(floor, 32, names[k])
+  }
+}
+function print_peers(    k, part) {
+  print "Peers, 64 bits, blocks of 256: median in ns, its ratio to the floor, and the engine's time at rest over it."
+  printf "%-24s %5s%10s%s  %s\n", "", "", "ns", spread_head(), spread_head()
+  for (k = 1; k <= name_count; ++k) {
+    split(names[k], part, "/")
+    if (part[1] != "peer") continue
+    printf "%-30s%s%s  %s\n", part[2], median_ns(64, names[k]), spread(floor, 64, names[k]),
+           spread(engine, 64, names[k])
+  }
+}
+
+# "768000 6144 6144" becomes " 768000 2x6144".
+function in_groups(list,    sizes, count, k, times, text) {
+  count = split(list, sizes, " ")
+  times = 1
+  for (k = 1; k <= count; ++k) {
+    if (k < count && sizes[k] == sizes[k + 1]) { ++times; continue }
+    text = text " " (times > 1 ? times "x" : "") sizes[k]
+    times = 1
+  }
+  return text
+}
+function print_set_up(width) {
+  printf "Set-up for a sample rate, %d bits: %.0f us\n", width, ns[width, "engine/set-up", "median"] / 1000
+}
+function print_worst(width,    part) {
+  split(once[width, "worst"], part, FS)
+  printf "Worst block of 64 in ten minutes, %d bits, ns: 50 %% %d, 99 %% %d, 99.9 %% %d, worst %d (best of %d runs)\n",
+         width, part[3], part[4], part[5], part[6], part[2]
+  printf "  each block in its fastest run: 50 %% %d, 99.9 %% %d, worst %d\n", part[7], part[8], part[9]
+}
+function print_memory(width,    part) {
+  split(once[width, "memory"], part, FS)
+  printf "Memory, %d bits: %d bytes created, %d ready at 48 kHz\n", width, part[2], part[3]
+  print "  bytes taken in one piece:" in_groups(part[6])
+}
+
+# Floor ratio of a state at a block size.
+function ratio(width, state, block) { return floor[width, "engine/" state "/" block, "median"] }
+# The greatest ratio of a state over the blocks of the goals, less that of another (none: ""); "" when one is
+# missing.
+function most(width, state, other,    sizes, count, k, value, found) {
+  count = split(state_blocks, sizes, " ")
+  found = ""
+  for (k = 1; k <= count; ++k) {
+    if (ratio(width, state, sizes[k]) == "") return ""
+    value = ratio(width, state, sizes[k]) - (other == "" ? 0 : ratio(width, other, sizes[k]))
+    if (found == "" || value > found) found = value
+  }
+  return found
+}
+function least(width, state,    sizes, count, k, found) {
+  count = split(state_blocks, sizes, " ")
+  found = most(width, state)
+  for (k = 1; k <= count && found != ""; ++k)
+    if (ratio(width, state, sizes[k]) < found) found = ratio(width, state, sizes[k])
+  return found
+}
+function less(minuend, subtrahend) { return minuend == "" || subtrahend == "" ? "" : minuend - subtrahend }
+function over(dividend, divisor) { return dividend == "" || !divisor ? "" : dividend / divisor }
+
+function goal(width, text, value, limit,    verdict) {
+  verdict = value == "" ? "not measured" : value <= limit ? "yes" : "NO"
+  printf "  %d bits  %-58s %7s  at most %.2f  %s\n", width, text, value == "" ? "-" : sprintf("%.2f", value), limit,
+         verdict
+  if (verdict != "yes") missed[++missed_count] = width " bits: " text
+}
+function judge_states(width,    pow) {
+  goal(width, "rest over the floor, blocks 64 and up", most(width, "rest"), width == 64 ? 2.2 : 2.6)
+  goal(width, "moving, slowest over fastest block size, 64 and up",
+       over(most(width, "moving"), least(width, "moving")), 1.15)
+  pow = floor[width, "floor/pow", "median"]
+  if (width == 64) goal(width, "moving less one pow, over the floor", less(most(width, "moving"), pow), 4)
+  goal(width, "tail less rest, over the floor", most(width, "tail", "rest"), 0.3)
+  goal(width, "decay less rest, over the floor", most(width, "decay", "rest"), 0.3)
+  goal(width, "fades running and Tone changing, over rest, block 256",
+       over(ratio(width, "fades+tone", 256), ratio(width, "rest", 256)), 1.6)
+}
+function judge_limits(width,    worst, memory) {
+  split(once[width, "worst"], worst, FS)
+  split(once[width, "memory"], memory, FS)
+  goal(width, "worst block over the median, each in its fastest run", over(worst[9], worst[7]), 3)
+  goal(width, "allocations in 1000 blocks of the same size", memory[4], 0)
+  goal(width, "allocations in 1000 blocks of changing size, announced", memory[5], 0)
+}
+
+END {
+  print_cases()
+  print ""
+  print_peers()
+  print ""
+  for (w = 1; w <= width_count; ++w) {
+    print_set_up(widths[w])
+    print_worst(widths[w])
+    print_memory(widths[w])
+  }
+  print "\nGoals, judged by medians"
+  for (w = 1; w <= width_count; ++w) {
+    judge_states(widths[w])
+    judge_limits(widths[w])
+  }
+  for (k = 1; k <= missed_count; ++k) print "bench: goal missed: " missed[k] > "/dev/stderr"
+  exit missed_count > 0
+}

@@ -1,0 +1,284 @@
+// From the options as typed to the controls: what is a value, what a file, and what goes over what.
+#include "render/ControlOptions.h"
+
+#include "MidiBytes.h"
+
+#include <CLI/CLI.hpp>
+#include <cstdlib>
+#include <doctest/doctest.h>
+#include <filesystem>
+#include <fstream>
+#include <sys/stat.h>
+#include <thread>
+
+namespace {
+
+// An empty directory as the working one, so that files have the short names that users type.
+class Place {
+public:
+  Place() : before(std::filesystem::current_path()) {
+    std::string name = std::filesystem::temp_directory_path() / "treadshift-test-XXXXXX";
+    REQUIRE(mkdtemp(name.data()) != nullptr);
+    directory = name;
+    std::filesystem::current_path(directory);
+  }
+  ~Place() {
+    std::filesystem::current_path(before);
+    std::filesystem::remove_all(directory);
+  }
+  Place(const Place&) = delete;
+  Place& operator=(const Place&) = delete;
+
+  void write(const std::string& name, const std::string& bytes) const {
+    std::ofstream(name, std::ios::binary) << bytes;
+  }
+
+private:
+  std::filesystem::path before, directory;
+};
+
+Controls controlsOf(const std::vector<std::string>& arguments) {
+  CLI::App app;
+  ControlOptions options;
+  addControlOptions(app, options);
+  app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend())); // it takes them last first
+  return controlsFrom(app, options);
+}
+
+std::string faultOf(ExitStatus status, const std::vector<std::string>& arguments) {
+  try {
+    controlsOf(arguments);
+  } catch (const Fault& fault) {
+    CHECK(fault.status() == status);
+    return fault.what();
+  }
+  return "accepted";
+}
+
+float pedalAt(const Controls& controls, double seconds) {
+  return controls.valueAt(kParameterPedal, seconds).value();
+}
+
+const char* const kForms =
+    "give a number from 0 to 1, seconds:value points, or the name of a CSV or MIDI file";
+
+std::string take() {
+  return midiFile(0, 480,
+                  {midiTrack({controller(0, 11, 0), controller(0, 74, 127, 2), controller(960, 11, 127),
+                              controller(0, 74, 0, 2)})});
+}
+
+} // namespace
+
+TEST_CASE("pedal and tone come from numbers, points, CSV and MIDI files") {
+  const Place place;
+  place.write("take.csv", "0,0\n1,1\n");
+  place.write("take.mid", take());
+  place.write("take", take());
+  for (const char* text : {"0:0,1:1", "take.csv", "./take.csv", "take.mid", "take"}) {
+    CAPTURE(text);
+    const Controls controls = controlsOf({"--pedal", text, "--tone", text});
+    CHECK(pedalAt(controls, 0.25) == 0.25f);
+    CHECK(controls.valueAt(kParameterTone, 0.75).value() == 0.75f);
+    CHECK_FALSE(controls.valueAt(kParameterColor, 0.0).has_value());
+  }
+  CHECK(pedalAt(controlsOf({"--pedal", "0.25"}), 5.0) == 0.25f);
+}
+
+TEST_CASE("controller and channel of a MIDI file are chosen for pedal and tone apart") {
+  const Place place;
+  place.write("take.mid", take());
+  const Controls controls =
+      controlsOf({"--pedal", "take.mid", "--tone", "take.mid", "--tone-cc", "74", "--tone-channel", "2"});
+  CHECK(pedalAt(controls, 0.25) == 0.25f);
+  CHECK(controls.valueAt(kParameterTone, 0.25).value() == 0.75f);
+  CHECK(pedalAt(controlsOf({"--pedal", "take.mid", "--pedal-cc", "74"}), 0.25) == 0.75f);
+  CHECK(faultOf(ExitStatus::couldNot, {"--pedal", "take.mid", "--pedal-channel", "3"}) ==
+        "--pedal 'take.mid': holds no controller 11 on channel 3; it holds 11 (channel 1), 74 (channel 2); "
+        "choose with --pedal-cc");
+  CHECK(faultOf(ExitStatus::couldNot, {"--tone", "take.mid", "--tone-cc", "1"})
+            .find("--tone 'take.mid': holds no controller 1; ") == 0);
+}
+
+TEST_CASE("a choice that means nothing is refused") {
+  const Place place;
+  place.write("take.mid", take());
+  place.write("take.csv", "0,0\n");
+  for (const char* number : {"-1", "128", "1.5", "", "eleven", "99999999999"}) {
+    CHECK(faultOf(ExitStatus::wrongCall, {"--pedal", "take.mid", "--pedal-cc", number}) ==
+          "--pedal-cc '" + std::string(number) +
+              "': not a whole number from 0 to 127; 11 is the expression pedal");
+  }
+  for (const char* number : {"0", "17"}) {
+    CHECK(faultOf(ExitStatus::wrongCall, {"--pedal", "take.mid", "--pedal-channel", number}) ==
+          "--pedal-channel '" + std::string(number) +
+              "': not a whole number from 1 to 16; without it every channel counts");
+  }
+  const std::string none = ": there is no MIDI file to choose from; give --";
+  CHECK(faultOf(ExitStatus::wrongCall, {"--pedal-cc", "4"}) == "--pedal-cc '4'" + none + "pedal a MIDI file");
+  CHECK(faultOf(ExitStatus::wrongCall, {"--pedal", "0.5", "--pedal-channel", "4"}) ==
+        "--pedal-channel '4'" + none + "pedal a MIDI file");
+  CHECK(faultOf(ExitStatus::wrongCall, {"--tone", "take.csv", "--tone-cc", "4"}) ==
+        "--tone-cc '4'" + none + "tone a MIDI file");
+}
+
+TEST_CASE("a text that is no course is a file's name when it looks like one") {
+  const Place place;
+  std::filesystem::create_directory("folder");
+  for (const char* name : {"take.csv", "take.mid", "folder/take", "/nowhere/take"}) {
+    CHECK(faultOf(ExitStatus::couldNot, {"--pedal", name}) ==
+          "--pedal '" + std::string(name) + "': no such file; give one that is there");
+  }
+  CHECK(faultOf(ExitStatus::couldNot, {"--tone", "folder"}) == "--tone 'folder': a directory; give a file");
+  for (const char* text : {"half", "nan", "0.5x", ""}) {
+    CHECK(faultOf(ExitStatus::wrongCall, {"--pedal", text}) ==
+          "--pedal '" + std::string(text) + "': no such value; " + kForms);
+  }
+}
+
+TEST_CASE("a text that could be a number or points never means a file") {
+  const Place place;
+  place.write("1.5", "0,0\n");
+  place.write("0:0,1:2", "0,0\n");
+  CHECK(faultOf(ExitStatus::wrongCall, {"--pedal", "1.5"}) ==
+        "--pedal '1.5': the value is out of range; " + std::string(kForms));
+  CHECK(faultOf(ExitStatus::wrongCall, {"--pedal", "0:0,1:2"}) ==
+        "--pedal '1:2': the value is out of range; " + std::string(kForms));
+  CHECK(pedalAt(controlsOf({"--pedal", "./1.5"}), 0.0) == 0.0f);
+}
+
+TEST_CASE("files that hold no course are refused in one line") {
+  const Place place;
+  place.write("bytes", std::string("\x7f"
+                                   "ELF\0\1\2\3",
+                                   8));
+  place.write("wide.csv", std::string("0\0,\0"
+                                      "0\0",
+                                      6));
+  place.write("text.mid", "0,0\n1,1\n");
+  place.write("cut.mid", take().substr(0, 40));
+  place.write("empty", "");
+  const auto fault = [](const char* name) { return faultOf(ExitStatus::couldNot, {"--pedal", name}); };
+  const std::string neither = ": neither CSV text nor a standard MIDI file; ";
+  CHECK(fault("bytes").find("--pedal 'bytes'" + neither) == 0);
+  CHECK(fault("wide.csv").find("--pedal 'wide.csv'" + neither) == 0);
+  CHECK(fault("text.mid").find("--pedal 'text.mid': not a standard MIDI file; ") == 0);
+  CHECK(fault("cut.mid").find("--pedal 'cut.mid': a damaged or cut MIDI file; ") == 0);
+  CHECK(fault("empty") == "--pedal 'empty': holds no points; write lines seconds,value");
+}
+
+TEST_CASE("an endless file ends in a fault") {
+  const std::string larger = ": larger than 16 MiB; give a smaller one";
+  CHECK(faultOf(ExitStatus::couldNot, {"--pedal", "/dev/zero"}) == "--pedal '/dev/zero'" + larger);
+  CHECK(faultOf(ExitStatus::couldNot, {"--load-preset", "/dev/zero"})
+            .find("--load-preset '/dev/zero': larger than 1 MiB; ") == 0);
+}
+
+TEST_CASE("a course may come through a pipe") {
+  const Place place;
+  REQUIRE(mkfifo("pipe", 0600) == 0);
+  std::thread writer([] { std::ofstream("pipe") << "0,0\n1,1\n"; });
+  const Controls controls = controlsOf({"--pedal", "pipe"});
+  writer.join();
+  CHECK(pedalAt(controls, 0.5) == 0.5f);
+}
+
+TEST_CASE("options go over the preset's values, in whatever order they stand") {
+  for (const auto& arguments : {std::vector<std::string>{"--preset", "octave-climb", "--tone", "0.25"},
+                                std::vector<std::string>{"--tone", "0.25", "--preset", "OCTAVE CLIMB"}}) {
+    const Controls controls = controlsOf(arguments);
+    CHECK(controls.valueAt(kParameterTone, 0.0).value() == 0.25f);
+    CHECK(controls.valueAt(kParameterColor, 0.0).value() == 0.3125f); // octave-up, row 2: 5/16
+    CHECK_FALSE(controls.valueAt(kParameterPedal, 0.0).has_value());
+  }
+}
+
+TEST_CASE("a preset comes from a file of one's own, chosen by name among several") {
+  const Place place;
+  place.write("one.conf", "[mine]\ntone = 0.5\npedal = 1\n");
+  place.write("two.conf", "[first]\ntone = 0.25\n[second]\ntone = 0.75\n");
+  CHECK(pedalAt(controlsOf({"--load-preset", "one.conf"}), 0.0) == 1.0f);
+  CHECK(pedalAt(controlsOf({"--load-preset", "one.conf", "--pedal", "0.5"}), 0.0) == 0.5f);
+  CHECK(
+      controlsOf({"--load-preset", "two.conf", "--preset", "Second"}).valueAt(kParameterTone, 0.0).value() ==
+      0.75f);
+  CHECK(faultOf(ExitStatus::wrongCall, {"--load-preset", "two.conf"}) ==
+        "--load-preset 'two.conf': holds 2 presets; choose one with --preset: first, second");
+  CHECK(faultOf(ExitStatus::wrongCall, {"--load-preset", "two.conf", "--preset", "third"}) ==
+        "--preset 'third': no such preset; 'two.conf' holds first, second");
+  CHECK(faultOf(ExitStatus::wrongCall, {"--preset", "third"}) ==
+        "--preset 'third': no such preset; --list-presets tells their names");
+  CHECK(faultOf(ExitStatus::couldNot, {"--load-preset", "none.conf"}) ==
+        "--load-preset 'none.conf': no such file; give one that is there");
+  place.write("bytes", std::string(10, '\0'));
+  CHECK(faultOf(ExitStatus::couldNot, {"--load-preset", "bytes"}).find(": not a text file; ") !=
+        std::string::npos);
+}
+
+TEST_CASE("a saved preset bears its file's name and comes back as it was") {
+  const Place place;
+  savePreset("my-own.conf", controlsOf({"--preset", "bass-drop", "--tone", "0.1", "--pedal", "0:0,1:1"}));
+  const auto presets = loadPresets("--load-preset", "my-own.conf");
+  REQUIRE(presets.size() == 1);
+  CHECK(presets[0].name == "my-own");
+  const Controls controls = controlsOf({"--load-preset", "my-own.conf"});
+  CHECK(controls.valueAt(kParameterTone, 0.0).value() == 0.1f);
+  CHECK(controls.valueAt(kParameterColor, 0.0).value() == 0.4375f); // two-octaves-down, row 3: 7/16
+  CHECK(controls.valueAt(kParameterMode, 0.0).value() == 1.0f);
+  CHECK_FALSE(controls.valueAt(kParameterPedal, 0.0).has_value());
+}
+
+TEST_CASE("a name that could not stand in a line is made one that can") {
+  const Place place;
+  const Controls controls = controlsOf({"--tone", "0.5"});
+  for (const auto& [file, name] :
+       {std::pair("a\nb\x01.conf", "a b"), std::pair(" .conf", "my preset"), std::pair("[x].txt", "[x]")}) {
+    savePreset(file, controls);
+    CHECK(loadPresets("--load-preset", file).at(0).name == name);
+  }
+}
+
+TEST_CASE("saving replaces one preset or an empty file, and nothing else") {
+  const Place place;
+  const Controls controls = controlsOf({"--tone", "0.5"});
+  const auto bytesOf = [](const char* name) {
+    std::ifstream file(name, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  };
+  place.write("one.conf", "[one]\ntone = 1\n");
+  place.write("empty.conf", "");
+  for (const char* name : {"one.conf", "empty.conf"}) {
+    savePreset(name, controls);
+    CHECK(controlsOf({"--load-preset", name}).valueAt(kParameterTone, 0.0).value() == 0.5f);
+  }
+  const std::string two = "[first]\ntone = 0.25\n[second]\ntone = 0.75\n", sound = "RIFF....WAVEfmt ";
+  place.write("two.conf", two);
+  place.write("in.wav", sound);
+  std::filesystem::create_directory("folder");
+  const auto fault = [&](const char* name) -> std::string {
+    try {
+      savePreset(name, controls);
+    } catch (const Fault& refused) {
+      CHECK(refused.status() == ExitStatus::couldNot);
+      return refused.what();
+    }
+    return "saved";
+  };
+  CHECK(fault("two.conf") == "--save-preset 'two.conf': exists and holds 2 presets; give another name");
+  CHECK(fault("in.wav") == "--save-preset 'in.wav': exists and holds no presets; give another name");
+  CHECK(fault("folder").find("'folder': a directory; ") != std::string::npos);
+  CHECK(fault("nowhere/mine.conf").find("'nowhere/mine.conf': cannot write in 'nowhere': ") !=
+        std::string::npos);
+  CHECK(bytesOf("two.conf") == two);
+  CHECK(bytesOf("in.wav") == sound);
+}
+
+TEST_CASE("a file may be as large as its limit and not larger") {
+  const Place place;
+  const std::string preset = "[mine]\ntone = 0.5\n#";
+  place.write("full.conf", preset + std::string(1048576 - preset.size(), 'x'));
+  place.write("over.conf", preset + std::string(1048577 - preset.size(), 'x'));
+  CHECK(controlsOf({"--load-preset", "full.conf"}).valueAt(kParameterTone, 0.0).value() == 0.5f);
+  CHECK(faultOf(ExitStatus::couldNot, {"--load-preset", "over.conf"}) ==
+        "--load-preset 'over.conf': larger than 1 MiB; give a smaller one");
+}

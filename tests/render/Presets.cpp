@@ -1,0 +1,165 @@
+// Presets: the shipped ones, a user's text and its faults, and what is written.
+#include "render/Presets.h"
+
+#include "render/Colors.h"
+
+#include <algorithm>
+#include <doctest/doctest.h>
+
+namespace {
+
+std::vector<Preset> read(const std::string& text) { return readPresets("--load-preset 'mine.conf'", text); }
+
+std::string faultOf(const std::string& text) {
+  try {
+    read(text);
+  } catch (const Fault& fault) {
+    CHECK(fault.status() == ExitStatus::couldNot);
+    return fault.what();
+  }
+  return "accepted";
+}
+
+double constantOf(const Controls& controls, ParameterIndex parameter) {
+  REQUIRE(controls.course(parameter) != nullptr);
+  return controls.course(parameter)->constant().value();
+}
+
+bool endsWith(const std::string& text, const std::string& end) {
+  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+} // namespace
+
+TEST_CASE("a dozen presets are shipped, each whole and with the pedal left to the player") {
+  const auto presets = shippedPresets();
+  CHECK(presets.size() == 12);
+  for (const Preset& preset : presets) {
+    CAPTURE(preset.name);
+    CHECK(preset.description.size() > 10);
+    for (ParameterIndex parameter : {kParameterColor, kParameterTone, kParameterMode})
+      CHECK(preset.controls.course(parameter) != nullptr);
+    CHECK(preset.controls.course(kParameterPedal) == nullptr);
+  }
+}
+
+TEST_CASE("every colour has a shipped preset") {
+  const auto presets = shippedPresets();
+  for (const Color& color : colors()) {
+    CAPTURE(color.number);
+    CHECK(std::any_of(presets.begin(), presets.end(), [&](const Preset& preset) {
+      return constantOf(preset.controls, kParameterColor) == color.number;
+    }));
+  }
+}
+
+TEST_CASE("the list has a line for every shipped preset, its name first and its description last") {
+  const auto presets = shippedPresets();
+  std::string rest = presetList();
+  for (const Preset& preset : presets) {
+    const auto lineEnd = rest.find('\n');
+    REQUIRE(lineEnd != std::string::npos);
+    const std::string line = rest.substr(0, lineEnd);
+    CHECK(line.rfind(preset.name + "  ", 0) == 0);
+    CHECK(endsWith(line, "  " + preset.description));
+    rest.erase(0, lineEnd + 1);
+  }
+  CHECK(rest == "");
+}
+
+TEST_CASE("names mean the same in capitals or not, with hyphens, underscores or blanks") {
+  CHECK(samePresetName("Octave climb", "octave-climb"));
+  CHECK(samePresetName("OCTAVE_CLIMB", "octave climb"));
+  CHECK_FALSE(samePresetName("octave climb", "octaveclimb"));
+  CHECK_FALSE(samePresetName("octave", "octave climb"));
+}
+
+TEST_CASE("a preset's text sets what it holds and nothing else") {
+  const auto presets = read("# my own\r\n\r\n[ Deep one ]\r\ndescription = low # and slow\r\n"
+                            "color=two-octaves-down\r\n tone = 0.25 # dark\r\n"
+                            "[Loud]\nmode = Bass\non = off\npedal = 0.5\ncolor = 7\n");
+  REQUIRE(presets.size() == 2);
+  CHECK(presets[0].name == "Deep one");
+  CHECK(presets[0].description == "low # and slow");
+  CHECK(constantOf(presets[0].controls, kParameterColor) == 3.0);
+  CHECK(constantOf(presets[0].controls, kParameterTone) == 0.25);
+  for (ParameterIndex parameter : {kParameterMode, kParameterOn, kParameterPedal})
+    CHECK(presets[0].controls.course(parameter) == nullptr);
+  CHECK(presets[1].description == "");
+  CHECK(constantOf(presets[1].controls, kParameterMode) == 1.0);
+  CHECK(constantOf(presets[1].controls, kParameterOn) == 0.0);
+  CHECK(constantOf(presets[1].controls, kParameterPedal) == 0.5);
+  CHECK(constantOf(presets[1].controls, kParameterColor) == 7.0);
+  CHECK(presets[1].controls.course(kParameterTone) == nullptr);
+}
+
+TEST_CASE("a wrong line in a preset is named") {
+  const std::string line = "--load-preset 'mine.conf': line ";
+  CHECK(faultOf("[a]\ntone = 1.5\n") ==
+        line + "2 'tone = 1.5': the value is out of range; give a number from 0 to 1");
+  CHECK(faultOf("[a]\ntone = 0:0,1:1\n") ==
+        line + "2 'tone = 0:0,1:1': no such value; give a number from 0 to 1");
+  CHECK(faultOf("[a]\n\ncolor = 2.5\n") ==
+        line +
+            "3 'color = 2.5': not a whole number; give a colour's name (--list-colors tells them), a whole "
+            "number from 0 to 7");
+  CHECK(faultOf("[a]\nmode =\n") ==
+        line + "2 'mode =': no such value; give guitar, bass, a whole number from 0 to 1");
+  CHECK(faultOf("[a]\nvolume = 1\n") ==
+        line + "2 'volume = 1': no such key; there are description, color, tone, mode, on and pedal");
+  CHECK(faultOf("[a]\ntone = 1\ntone = 0\n") ==
+        line + "3 'tone = 0': the key stands twice in this preset; keep one");
+  CHECK(faultOf("[a]\ndescription = x\ndescription = y\n") ==
+        line + "3 'description = y': a second description; keep one");
+  CHECK(faultOf("tone = 1\n[a]\n") ==
+        line + "1 'tone = 1': stands before the first preset; write [name] above it");
+  CHECK(faultOf("[a]\nhello\n") ==
+        line + "2 'hello': neither a name nor a setting; write [name] or key = value");
+  for (const char* name : {"[", "[]", "[ ]", "[a", "[a] b"}) {
+    CHECK(faultOf(std::string(name) + "\n") ==
+          line + "1 '" + name + "': not a preset's name in brackets; write [name]");
+  }
+  CHECK(faultOf("[My Own]\n[my-own]\n") ==
+        line + "2 '[my-own]': a second preset of this name; give every preset its own name");
+  for (const char* text : {"", "# nothing\n"}) {
+    CHECK(faultOf(text) == "--load-preset 'mine.conf': holds no preset; write [name] and lines key = value");
+  }
+}
+
+TEST_CASE("what is written is what was set, in the words of the player") {
+  Controls controls;
+  controls.set(kParameterColor, "2");
+  controls.set(kParameterTone, "0.1");
+  controls.set(kParameterMode, "1");
+  controls.set(kParameterOn, "off");
+  controls.set(kParameterPedal, "0.3333333333333333");
+  CHECK(presetText("mine", controls) == "[mine]\ncolor = octave-up\ntone = 0.1\nmode = bass\non = off\n"
+                                        "pedal = 0.3333333333333333\n");
+  const auto presets = read(presetText("mine", controls));
+  REQUIRE(presets.size() == 1);
+  for (int index = 0; index < kParameterCount; ++index) {
+    const auto parameter = static_cast<ParameterIndex>(index);
+    CHECK(presets[0].controls.valueAt(parameter, 0.0) == controls.valueAt(parameter, 0.0));
+  }
+}
+
+TEST_CASE("a pedal that moves is left out, another parameter that moves is refused, as is nothing") {
+  const auto faultOfControls = [](const Controls& controls) -> std::string {
+    try {
+      presetText("mine", controls);
+    } catch (const Fault& fault) {
+      CHECK(fault.status() == ExitStatus::wrongCall);
+      return fault.what();
+    }
+    return "accepted";
+  };
+  Controls controls;
+  CHECK(faultOfControls(controls).find("--save-preset: there is nothing to save; ") == 0);
+  controls.set(kParameterPedal, "0:0,1:1");
+  CHECK(faultOfControls(controls).find("--save-preset: there is nothing to save; ") == 0);
+  controls.set(kParameterColor, "0:2,1:2");
+  CHECK(presetText("mine", controls) == "[mine]\ncolor = octave-up\n");
+  controls.set(kParameterTone, "0:0,1:1");
+  CHECK(faultOfControls(controls) == "--save-preset: --tone moves; a preset holds single values; only the "
+                                     "pedal may move, and is left out");
+}
