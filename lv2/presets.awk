@@ -38,7 +38,7 @@ function quoted(text) {
 }
 
 function beginPreset(name) {
-  if (name == "") failHere("a preset without a name")
+  if (hyphened(name) == "") failHere("a preset without a name in plain letters")
   if (hyphened(name) in known) failHere("a second preset '" name "'")
   known[hyphened(name)]
   names[++presets] = name
@@ -102,6 +102,11 @@ END {
   }
 }
 
+# Some hosts take a preset's value only when it is written as a fraction.
+function withPoint(number) {
+  return number ~ /[.]/ ? number : number ".0"
+}
+
 function printPreset(i, count, symbols, j, separator) {
   printf "\trdfs:label %s", quoted(names[i])
   if (i in descriptions) printf " ;\n\trdfs:comment %s", quoted(descriptions[i])
@@ -109,7 +114,8 @@ function printPreset(i, count, symbols, j, separator) {
   separator = " ;\n\tlv2:port "
   for (j = 1; j <= count; j++) {
     if (!((i, symbols[j]) in values)) continue
-    printf "%s[\n\t\tlv2:symbol \"%s\" ;\n\t\tpset:value %s\n\t]", separator, symbols[j], values[i, symbols[j]]
+    printf "%s[\n\t\tlv2:symbol \"%s\" ;\n", separator, symbols[j]
+    printf "\t\tpset:value %s\n\t]", withPoint(values[i, symbols[j]])
     separator = " , "
   }
   print " ."

@@ -85,17 +85,12 @@ double numberOf(const Node& node) { return lilv_node_as_float(node.get()); }
 bool isWhole(double value) { return value == std::floor(value); }
 
 Check::Check(const std::string& directory) : bundle(fs::absolute(directory) / ""), world(lilv_world_new()) {
-  // Specifications bring the classes; the bundle is the only one of its kind.
-  lilv_world_load_all(world.get());
   const Node place = owned(lilv_new_file_uri(world.get(), nullptr, bundle.c_str()));
   lilv_world_load_bundle(world.get(), place.get());
-  lilv_world_load_specifications(world.get());
-  lilv_world_load_plugin_classes(world.get());
   const LilvPlugins* plugins = lilv_world_get_all_plugins(world.get());
   int found = 0;
   LILV_FOREACH(plugins, i, plugins) {
     const LilvPlugin* each = lilv_plugins_get(plugins, i);
-    if (!lilv_node_equals(lilv_plugin_get_bundle_uri(each), place.get())) continue;
     ++found;
     checkPlugin(each);
   }
@@ -304,7 +299,7 @@ void Check::checkDesignations(const std::vector<Node>& ports) {
 
 void Check::checkPresets() {
   std::unique_ptr<LilvNodes, Freeing> presets(
-      lilv_world_find_nodes(world.get(), nullptr, uri(LV2_CORE__appliesTo).get(), plugin.get()));
+      lilv_world_find_nodes(world.get(), nullptr, uri(RDF "type").get(), uri(PSET "Preset").get()));
   if (lilv_nodes_size(presets.get()) == 0) say("presets", "there are none");
   LILV_FOREACH(nodes, i, presets.get())
   checkPreset(owned(lilv_node_duplicate(lilv_nodes_get(presets.get(), i))));
@@ -312,8 +307,9 @@ void Check::checkPresets() {
 
 void Check::checkPreset(const Node& preset) {
   const std::string place = lilv_node_as_uri(preset.get());
-  if (!has(preset, RDF "type", PSET "Preset")) say(place, "is not called a preset");
   lilv_world_load_resource(world.get(), preset.get());
+  const Node target = one(place, preset, LV2_CORE__appliesTo, lilv_node_is_uri, "URI");
+  if (target && !lilv_node_equals(target.get(), plugin.get())) say(place, "is another plug-in's");
   const std::string name = text(place, preset, RDFS "label");
   if (!presetNames.insert(name).second) say(place, "a second preset of its name");
   const auto settings = all(preset, LV2_CORE__port);
@@ -325,7 +321,7 @@ void Check::checkPreset(const Node& preset) {
 
 void Check::checkSetting(const std::string& name, const Node& setting, std::set<std::string>& seen) {
   const std::string symbol = text(name, setting, LV2_CORE__symbol);
-  const Node value = one(name, setting, PSET "value", isNumber, "number");
+  const Node value = one(name, setting, PSET "value", lilv_node_is_float, "fraction, as some hosts want it,");
   if (!seen.insert(symbol).second) say(name, "sets " + symbol + " twice");
   if (symbol == "pedal") say(name, "moves the pedal, which is the player's");
   const auto control = controls.find(symbol);

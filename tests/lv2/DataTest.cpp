@@ -20,8 +20,7 @@ std::string contentsOf(const fs::path& file) {
 
 // One fault: a text of a file, exchanged where it first stands.
 struct Fault {
-  const char* what;
-  const char* file;
+  std::string what, file;
   std::string text, replacement;
 };
 
@@ -89,7 +88,7 @@ std::vector<Fault> allFaults() {
       {"preset of an unknown port", kPresets, "lv2:symbol \"tone\"", "lv2:symbol \"treble\""},
       {"preset out of range", kPresets, "pset:value 0.8", "pset:value 8"},
       {"preset value as text", kPresets, "pset:value 0.8", "pset:value \"0.8\""},
-      {"preset between two choices", kPresets, "pset:value 2", "pset:value 2.5"},
+      {"preset between two choices", kPresets, "pset:value 2.0", "pset:value 2.5"},
       {"preset moves the pedal", kPresets, "lv2:symbol \"tone\"", "lv2:symbol \"pedal\""},
       {"preset sets a port twice", kPresets, "lv2:symbol \"tone\"", "lv2:symbol \"color\""},
   };

@@ -23,7 +23,13 @@ std::vector<float> throughModule(const Knobs& knobs, const std::vector<double>& 
   return out;
 }
 
-Sound floatSound() { return {kRate, 1, SF_FORMAT_WAV | SF_FORMAT_FLOAT, noise(20000)}; }
+// Soft enough that nothing bent clips.
+Sound floatSound() {
+  Sound sound = {kRate, 1, SF_FORMAT_WAV | SF_FORMAT_FLOAT, noise(20000)};
+  for (double& sample : sound.samples)
+    sample *= 0.125;
+  return sound;
+}
 
 } // namespace
 
@@ -62,9 +68,6 @@ TEST_CASE("lv2file with a preset") {
   INFO(result.text);
   CHECK(result.status == 0);
   const Sound out = readSound(work.path("out.wav"));
-  MESSAGE(out.format, " ", out.samples.size());
-  auto padded = in.samples;
-  padded.resize(out.samples.size());
-  const auto expected = throughModule(knobs, padded, 512);
+  const auto expected = throughModule(knobs, in.samples, 512);
   CHECK(out.samples == std::vector<double>(expected.begin(), expected.end()));
 }
