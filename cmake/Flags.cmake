@@ -12,7 +12,8 @@ add_library(treadshift_flags INTERFACE)
 target_compile_features(treadshift_flags INTERFACE cxx_std_20 c_std_11)
 target_compile_options(treadshift_flags INTERFACE
   -ffp-contract=off -fno-builtin-pow
-  -Wall -Wextra -Wconversion -Wno-sign-conversion -Wno-float-conversion)
+  -Wall -Wextra -Wconversion -Wno-sign-conversion -Wno-float-conversion
+  -Wno-psabi) # vectors wider than the registers built for pass between inlined functions only
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(treadshift_flags INTERFACE -fno-devirtualize -fno-devirtualize-speculatively)
   if(CMAKE_SIZEOF_VOID_P EQUAL 4) # a double passed in two halves is waited for when it is read as a whole

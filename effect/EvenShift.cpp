@@ -38,13 +38,17 @@ template <int kLanes>
   shiftIn<4>(view, stretch, begin, filters, chunk);
 }
 
-const bool hasAvx2 = __builtin_cpu_supports("avx2");
+#ifdef TREADSHIFT_NARROW_VECTORS
+constexpr bool kWorksInFours = false;
+#else
+const bool kWorksInFours = __builtin_cpu_supports("avx2");
+#endif
 
 } // namespace
 
 void shiftEvenly(const DelayLineView& view, const EvenStretch& stretch, int32_t begin, FilterRun& filters,
                  Chunk& chunk) noexcept {
-  if (hasAvx2 && TREADSHIFT_WIDE_VECTORS)
+  if (kWorksInFours)
     shiftInFours(view, stretch, begin, filters, chunk);
   else
     shiftIn<2>(view, stretch, begin, filters, chunk);

@@ -52,12 +52,13 @@ void ParamSwitch::playOnOff(float value, int32_t samples, double* gains) noexcep
   play(value, samples, steadyGain, gains, valueBuffer);
 }
 
-void ParamSwitch::playColor(float value, int32_t samples, double* gains) noexcept {
+int32_t ParamSwitch::playColor(float value, int32_t samples, double* gains) noexcept {
   if (value != lastValue && state == kIdle) state = kFadingOut;
-  play(value, samples, kColorIdleGain, gains, nullptr);
+  return play(value, samples, kColorIdleGain, gains, nullptr);
 }
 
-void ParamSwitch::play(float value, int32_t samples, double idleGain, double* gains, float* values) noexcept {
+int32_t ParamSwitch::play(float value, int32_t samples, double idleGain, double* gains,
+                          float* values) noexcept {
   const int32_t fadingOut = state == kFadingOut ? std::min(length - position, samples) : 0;
   if (values) {
     const float oldValue = value == 1.0f ? 0.0f : 1.0f; // a switch has two values
@@ -65,10 +66,12 @@ void ParamSwitch::play(float value, int32_t samples, double idleGain, double* ga
   }
   int32_t played = 0;
   if (state == kFadingOut) played += playTable(fadeOutTable, kFadingIn, samples, gains);
+  const int32_t silence = state == kFadingIn && position == 0 ? played : samples;
   if (state == kFadingIn) played += playTable(fadeInTable, kIdle, samples - played, gains + played);
   std::fill_n(gains + played, samples - played, idleGain);
   lastValue = value;
   lastBlockSize = samples;
+  return silence;
 }
 
 int32_t ParamSwitch::playTable(const double* table, State next, int32_t samples, double* gains) noexcept {

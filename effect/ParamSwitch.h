@@ -33,8 +33,9 @@ struct ParamSwitch {
   void playOnOff(float value, int32_t samples, double* gains) noexcept;
 
   // One block of the Color switch: gains for `samples` samples. A change during a fade is forgotten: the
-  // fade goes on, and the value counts as seen. [audio]
-  void playColor(float value, int32_t samples, double* gains) noexcept;
+  // fade goes on, and the value counts as seen. Result: the silent sample with which a fade-in begins, or
+  // `samples` when none does. [audio]
+  int32_t playColor(float value, int32_t samples, double* gains) noexcept;
 
   int32_t length;        // samples: entries of each table, whole samples in fadeTime
   double lengthExact;    // samples
@@ -51,6 +52,6 @@ struct ParamSwitch {
   int32_t valueCapacity; // samples: entries of valueBuffer
 
 private:
-  void play(float value, int32_t samples, double idleGain, double* gains, float* values) noexcept;
+  int32_t play(float value, int32_t samples, double idleGain, double* gains, float* values) noexcept;
   int32_t playTable(const double* table, State next, int32_t samples, double* gains) noexcept;
 };

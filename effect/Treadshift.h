@@ -138,6 +138,7 @@ protected:
     double pedalStep;                   // per sample
     double tapRestart;                  // samples: delay to which a tap jumps back
     bool fades;                         // a switch plays a fade: gains and On/Off values are in their arrays
+    int32_t silence;                    // the silent sample at which the colour changes, or beyond the block
   };
 
   // The frame of a block.

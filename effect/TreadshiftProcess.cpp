@@ -61,10 +61,11 @@ Treadshift::BlockValues Treadshift::beginBlock(int32_t samples) {
     block.toneStep[j] = (toneCoef[j] - prevToneCoef[j]) * inv;
   block.pedalStep = (block.pedalPos - lastPedal) * inv;
 
+  block.silence = samples;
   block.fades = !onOffSwitch->rests(block.onOff) || !colorSwitch->rests(block.color);
   if (block.fades) {
     onOffSwitch->playOnOff(block.onOff, samples, onOffGain);
-    colorSwitch->playColor(block.color, samples, colorGain);
+    block.silence = colorSwitch->playColor(block.color, samples, colorGain);
   }
   startSweep(sweepRate, 0, block);
 
@@ -97,7 +98,7 @@ void Treadshift::runSamples(const double* input, double* output, const BlockValu
     std::copy_n(input + first, chunk.samples, delayLine + writeIndex);
     fetchLine(delayLine + writeIndex + chunk.samples, chunk.samples);
 
-    if (block.fades && colorGain[first] <= 0.0) switchColor(block);
+    if (first == block.silence) switchColor(block);
     const bool steady = isSteady(block);
     if (!steady) followPedal(chunk, block);
     shiftChunk(chunk, longestDelay, steady, block);
@@ -112,10 +113,7 @@ void Treadshift::runSamples(const double* input, double* output, const BlockValu
 int32_t Treadshift::chunkLength(int32_t first, const BlockValues& block, double longestDelay) const {
   const int32_t most = std::min({block.samples - first, Chunk::kLongest, delayLength - writeIndex,
                                  writableAhead(longestDelay, delayLength)});
-  if (!block.fades) return most;
-  const double* gains = colorGain + first;
-  const auto isSilent = [](double gain) { return gain <= 0.0; };
-  return static_cast<int32_t>(std::find_if(gains + 1, gains + most, isSilent) - gains);
+  return block.silence > first ? std::min(most, block.silence - first) : most;
 }
 
 void Treadshift::endBlock(const BlockValues& block) {

@@ -17,8 +17,10 @@
 #include <new>
 #include <optional>
 #include <regex>
+#include <string>
 #include <system_error>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -59,10 +61,21 @@ void printLists(const CommandLine& line) {
   if (line.show) printText(listEffect(findModule(line.module), line.controls()));
 }
 
-void refusePictureOver(const CommandLine& line, const RenderJob& job) {
-  for (const std::string& other : {job.inputPath, job.outputPath}) {
-    if (line.plot == other || isSameFile(line.plot, other))
-      throw Fault(ExitStatus::wrongCall, "--plot", line.plot, "the same file as '" + other + "'",
+std::vector<std::string> soundsOf(const CommandLine& line) {
+  std::vector<std::string> sounds = line.inputs();
+  if (line.namesOutput()) {
+    for (const RenderJob& job : line.jobs())
+      sounds.push_back(job.outputPath);
+  }
+  return sounds;
+}
+
+// Refuses to write an option's file over a sound of the same call.
+void refuseOverSounds(const std::string& option, const std::string& path, const CommandLine& line) {
+  if (path.empty() || !line.renders()) return;
+  for (const std::string& sound : soundsOf(line)) {
+    if (path == sound || isSameFile(path, sound))
+      throw Fault(ExitStatus::wrongCall, option, path, "the same file as '" + sound + "'",
                   "give another name");
   }
 }
@@ -81,10 +94,7 @@ ExitStatus renderAndFollow(const CommandLine& line) {
   std::optional<Player> player;
   if (line.play) player.emplace();
   std::optional<PitchPicture> picture;
-  if (!line.plot.empty()) {
-    refusePictureOver(line, jobs.front());
-    picture.emplace(line.plot, !line.noClobber);
-  }
+  if (!line.plot.empty()) picture.emplace(line.plot, !line.noClobber);
   settings.modulePath = findModule(settings.modulePath);
   const OutputDirectory directory(line.outDirectory);
   const ExitStatus status = runBatch(jobs, settings, parallel, line.reports(), picture ? &*picture : nullptr);
@@ -98,6 +108,8 @@ ExitStatus renderAndFollow(const CommandLine& line) {
 
 ExitStatus run(const CommandLine& line) {
   line.check();
+  refuseOverSounds("--plot", line.plot, line);
+  refuseOverSounds("--save-preset", line.controlOptions.savePreset, line);
   printLists(line);
   if (!line.controlOptions.savePreset.empty()) savePreset(line.controlOptions.savePreset, line.controls());
   return line.renders() ? renderAndFollow(line) : ExitStatus::done;

@@ -15,7 +15,8 @@ namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
 const fs::path kRoot = TREADSHIFT_SOURCE_DIR;
-const Names kFolders = {"vst", "framework", "dsp", "effect", "module", "host", "render", "tests", "bench"};
+const Names kFolders = {"vst",    "framework", "dsp",    "effect", "module", "host",
+                        "worker", "presets",   "render", "lv2",    "tests",  "bench"};
 
 struct Rule {
   std::string folder;
@@ -35,7 +36,10 @@ const std::vector<Rule> kRules = {
     {"dsp", {"dsp/"}},
     {"effect", {"vst/", "framework/", "dsp/", "effect/"}},
     {"host", with(kRecordAlone, "host/")},
-    {"render", with(with(kRecordAlone, "host/"), "render/")},
+    {"worker", with(with(kRecordAlone, "host/"), "worker/")},
+    {"presets", {"presets/"}},
+    {"render", with(with(with(kRecordAlone, "host/"), "presets/"), "render/")},
+    {"lv2", with(with(kRecordAlone, "host/"), "lv2/")},
 };
 
 bool startsWith(const std::string& text, const std::string& start) {

@@ -50,6 +50,21 @@ TEST_CASE("an existing output survives when the input turns out to be damaged") 
   CHECK(work.names() == Names{"half.flac", "out.wav", "whole.flac"});
 }
 
+TEST_CASE("no picture and no preset takes the place of a sound of the same call") {
+  const Workspace work;
+  writeInput(work);
+  const std::string input = work.path("in.wav"), output = work.path("out.wav");
+  const std::string before = fileBytes(input);
+  for (const std::string& sound : {input, output}) {
+    const Outcome outcome = render({input, output, "--save-preset", sound});
+    CHECK(outcome.status == 2);
+    CHECK(holds(outcome.err,
+                "--save-preset '" + sound + "': the same file as '" + sound + "'; give another name\n"));
+  }
+  CHECK(fileBytes(input) == before);
+  CHECK(work.names() == Names{"in.wav"});
+}
+
 TEST_CASE("when there is no room nothing is left behind") {
   const Workspace work;
   writeInput(work);

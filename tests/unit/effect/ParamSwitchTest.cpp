@@ -238,6 +238,23 @@ TEST_CASE("a fade of one sample goes from full to nothing to full") {
   CHECK(playedColor(fade, 1.0f, 4) == "5 0 5 5 ");
 }
 
+TEST_CASE("the switch tells where its fade-in begins, once per fade, in whatever blocks it plays") {
+  for (int n : {1, 2, 3, 5, 6, 20}) {
+    CAPTURE(n);
+    ParamSwitch fade(kFiveSamples, 0.0f);
+    std::vector<double> gains(n);
+    int found = 0;
+    for (int first = 0; first < 40; first += n) {
+      const int silence = fade.playColor(1.0f, n, gains.data());
+      if (silence == n) continue;
+      ++found;
+      CHECK(first + silence == 5); // behind a fade-out of five samples
+      CHECK(gains[silence] == 0.0);
+    }
+    CHECK(found == 1);
+  }
+}
+
 TEST_CASE("the value buffer is made anew for larger blocks, and only then") {
   ParamSwitch fade(kFiveSamples, 0.0f);
   const auto taken = [&](int samples) {
