@@ -15,7 +15,7 @@ enum Parameter { kParameterOn, kParameterMode, kParameterTone, kParameterColor, 
 
 constexpr int32_t kUsualLargestBlock = 8192; // samples, for hosts that tell none
 constexpr int32_t kLongestScratch = 65536;   // samples, whatever a host tells
-constexpr int32_t kColors = 8;
+constexpr int kUsualColor = 4;               // of the effect's programs and of the port
 
 int32_t scratchLength(int32_t announcedBlock) {
   return announcedBlock > 0 ? std::min(announcedBlock, kLongestScratch) : kUsualLargestBlock;
@@ -26,38 +26,56 @@ struct ParameterValue {
   float value; // 0..1
 };
 
-// What a control port asks of the effect. value: any number. The middle of a colour's eighth selects it.
+// The whole number nearest to a port's value that the port may hold, 0 to highest. value: any number.
+int choiceOf(float value, int highest) {
+  return static_cast<int>(std::lround(std::clamp(value, 0.0f, static_cast<float>(highest))));
+}
+
+// The middle of a colour's eighth selects it.
+float colorParameter(int color) { return (static_cast<float>(color) + 0.5f) / kColors; }
+
+// What a control port asks of the effect. value: any number.
 ParameterValue parameterOf(Port port, float value) {
-  const float share = std::clamp(value, 0.0f, 1.0f);
   switch (port) {
   case kPortEnabled:
     return {kParameterOn, value > 0.0f ? 1.0f : 0.0f};
   case kPortMode:
-    return {kParameterMode, std::round(share)};
+    return {kParameterMode, static_cast<float>(choiceOf(value, 1))};
   case kPortColor:
-    return {kParameterColor, (std::round(std::clamp(value, 0.0f, kColors - 1.0f)) + 0.5f) / kColors};
+    return {kParameterColor, colorParameter(choiceOf(value, kColors - 1))};
   case kPortTone:
-    return {kParameterTone, share};
+    return {kParameterTone, std::clamp(value, 0.0f, 1.0f)};
   default:
-    return {kParameterPedal, share};
+    return {kParameterPedal, std::clamp(value, 0.0f, 1.0f)};
   }
+}
+
+bool holdsNumber(const float* port) { return port && !std::isnan(*port); }
+
+std::unique_ptr<EffectRunner> makeEffect(int color, double rateHz, int32_t largestBlock) {
+  auto effect = std::make_unique<EffectRunner>(getinterface);
+  effect->setParameter(kParameterColor, colorParameter(color));
+  effect->setSampleRate(static_cast<float>(rateHz));
+  effect->setBlockSize(largestBlock);
+  effect->resume();
+  return effect;
 }
 
 } // namespace
 
 PedalInstance::PedalInstance(double rateHz, int32_t announcedBlock)
     : rateHz(rateHz), block(scratchLength(announcedBlock)) {
-  makeEffect();
+  makeEffects();
 }
 
-void PedalInstance::makeEffect() {
-  effect.reset();
-  effect = std::make_unique<EffectRunner>(getinterface);
-  effect->setSampleRate(static_cast<float>(rateHz));
-  effect->setBlockSize(static_cast<int32_t>(block.size()));
-  effect->resume();
-  isFresh = true;
+// Those that have not run stay as they are.
+void PedalInstance::makeEffects() {
+  if (effect) std::ranges::find(waiting, effect, &std::unique_ptr<EffectRunner>::get)->reset();
+  effect = nullptr;
+  hasRun = false;
   isOn = true;
+  for (int color = 0; color < kColors; ++color)
+    if (!waiting[color]) waiting[color] = makeEffect(color, rateHz, static_cast<int32_t>(block.size()));
 }
 
 void PedalInstance::connect(uint32_t port, void* data) noexcept {
@@ -69,24 +87,27 @@ void PedalInstance::connect(uint32_t port, void* data) noexcept {
     controls[port] = static_cast<const float*>(data);
 }
 
-void PedalInstance::activate() noexcept try {
-  if (!isFresh || !effect) makeEffect();
-} catch (...) {
-  effect.reset();
+void PedalInstance::activate() noexcept try { makeEffects(); } catch (...) {
 }
 
 void PedalInstance::run(uint32_t samples) noexcept {
   if (samples == 0 || !input || !output) return;
+  if (!hasRun) chooseEffect();
   if (!effect) {
     std::copy_n(input, samples, output);
     return;
   }
   const DefaultArithmetic guard;
-  isFresh = false;
   sendParameters();
   const std::size_t longestPart = block.size();
   for (std::size_t start = 0; start < samples; start += longestPart)
     runPart(input + start, output + start, static_cast<int32_t>(std::min(longestPart, samples - start)));
+}
+
+void PedalInstance::chooseEffect() noexcept {
+  const float* const color = controls[kPortColor];
+  effect = waiting[holdsNumber(color) ? choiceOf(*color, kColors - 1) : kUsualColor].get();
+  hasRun = true;
 }
 
 void PedalInstance::sendParameters() noexcept {
@@ -95,7 +116,7 @@ void PedalInstance::sendParameters() noexcept {
 }
 
 void PedalInstance::sendParameter(Port port) noexcept {
-  if (!controls[port] || std::isnan(*controls[port])) return;
+  if (!holdsNumber(controls[port])) return;
   const ParameterValue sent = parameterOf(port, *controls[port]);
   effect->setParameter(sent.parameter, sent.value);
   if (port == kPortEnabled) isOn = sent.value == 1.0f;

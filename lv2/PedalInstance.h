@@ -19,6 +19,8 @@ enum Port : uint32_t {
   kPortCount
 };
 
+constexpr int kColors = 8; // the color port holds 0..7
+
 // Contains no sound: it converts ports to parameters and samples to doubles and back. A rate that the effect
 // cannot run passes the input through. Threads are LV2's: "instantiation" for making, activation and
 // deletion, "audio" for connect and run, never two at once.
@@ -44,17 +46,23 @@ public:
   void run(uint32_t samples) noexcept;
 
 private:
-  void makeEffect();
+  void makeEffects();
+  void chooseEffect() noexcept;
   void sendParameters() noexcept;
   void sendParameter(Port port) noexcept;
   void runPart(const float* in, float* out, int32_t samples) noexcept;
 
   double rateHz;
-  std::vector<double> block;            // scratch: the samples of a part of a call, in and out
-  std::unique_ptr<EffectRunner> effect; // null: no memory for it
-  bool isFresh = true;                  // the effect has not run yet
-  bool isOn = true;                     // the switch as last sent
-  const float* input = nullptr;         // the host's, as the next three
+  std::vector<double> block; // scratch: the samples of a part of a call, in and out
+
+  // An effect takes up its first colour when it learns its rate, which takes memory, and what the port holds
+  // is known only when the first block runs: one waits for each colour.
+  std::unique_ptr<EffectRunner> waiting[kColors]; // fresh but for the one that runs; null: no memory for it
+  EffectRunner* effect = nullptr;                 // the one that runs; null until the first block
+  bool hasRun = false;                            // since the effects were made
+
+  bool isOn = true;             // the switch as last sent
+  const float* input = nullptr; // the host's, as the next two
   float* output = nullptr;
   const float* controls[kPortCount] = {}; // audio ports stay null
 };

@@ -46,18 +46,22 @@ std::vector<float> Instance::run(const std::vector<float>& in) {
   return out;
 }
 
-ModuleBeside::ModuleBeside(double rateHz) : effect(TREADSHIFT_MODULE) {
-  effect.setSampleRate(static_cast<float>(rateHz));
-  effect.setBlockSize(8192);
-  effect.resume();
-}
-
-void ModuleBeside::run(const Knobs& knobs, const float* in, float* out, uint32_t samples) {
+void ModuleBeside::set(const Knobs& knobs) const {
   effect.setParameter(kParameterOn, knobs.enabled);
   effect.setParameter(kParameterMode, knobs.mode);
   effect.setParameter(kParameterTone, knobs.tone);
   effect.setParameter(kParameterColor, (knobs.color + 0.5f) / 8.0f);
   effect.setParameter(kParameterPedal, knobs.pedal);
+}
+
+void ModuleBeside::run(const Knobs& knobs, const float* in, float* out, uint32_t samples) {
+  set(knobs);
+  if (!isSetUp) {
+    effect.setSampleRate(static_cast<float>(rateHz));
+    effect.setBlockSize(8192);
+    effect.resume();
+    isSetUp = true;
+  }
   const std::vector<double> dry(in, in + samples);
   std::vector<double> wet(samples);
   effect.process(dry.data(), wet.data(), static_cast<int32_t>(samples));

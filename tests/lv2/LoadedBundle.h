@@ -43,17 +43,21 @@ private:
   LV2_Handle handle;
 };
 
-// The module driven as the bundle ought to drive it: set up with its own values, each block after its knobs,
-// the samples as doubles and back.
+// The module driven as the renderer drives it: the first block's knobs are there before it learns the rate,
+// each block comes after its knobs, the samples are doubles and narrowed once.
 class ModuleBeside {
 public:
-  explicit ModuleBeside(double rateHz);
+  explicit ModuleBeside(double rate) : effect(TREADSHIFT_MODULE), rateHz(rate) {}
 
   void run(const Knobs& knobs, const float* in, float* out, uint32_t samples);
   std::vector<float> run(const Knobs& knobs, const std::vector<float>& in);
 
 private:
+  void set(const Knobs& knobs) const;
+
   EffectRunner effect;
+  double rateHz;
+  bool isSetUp = false;
 };
 
 // Samples of -0.5 to 0.5, the same for the same seed.

@@ -73,6 +73,26 @@ TEST_CASE("blocks of any length with every control moving give the module's samp
   CHECK_FALSE(sameBits(out, in));
 }
 
+TEST_CASE("the first block starts in its colour, wherever the pedal stands") {
+  const std::vector<float> in = floatNoise(6000);
+  for (int color = 0; color < 8; ++color) {
+    for (const float pedal : {0.0f, 0.2f, 0.45f, 0.55f, 0.8f, 1.0f}) {
+      CAPTURE(color);
+      CAPTURE(pedal);
+      Knobs knobs;
+      knobs.color = static_cast<float>(color);
+      knobs.pedal = pedal;
+      Instance instance(kRate);
+      const auto expected = ModuleBeside(kRate).run(knobs, in);
+      for (int activation = 0; activation < 2; ++activation) {
+        instance.knobs = knobs;
+        CHECK(sameBits(instance.run(in), expected));
+        instance.activate();
+      }
+    }
+  }
+}
+
 TEST_CASE("blocks of one sample") {
   const std::vector<float> in = floatNoise(5000);
   std::vector<float> out(in.size()), expected(in.size());
