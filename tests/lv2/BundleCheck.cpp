@@ -82,6 +82,13 @@ bool isNumber(const LilvNode* node) { return lilv_node_is_int(node) || lilv_node
 
 double numberOf(const Node& node) { return lilv_node_as_float(node.get()); }
 
+bool isFile(const Node& uri) {
+  char* const path = lilv_file_uri_parse(lilv_node_as_uri(uri.get()), nullptr);
+  const bool found = path && fs::is_regular_file(path);
+  lilv_free(path);
+  return found;
+}
+
 bool isWhole(double value) { return value == std::floor(value); }
 
 Check::Check(const std::string& directory) : bundle(fs::absolute(directory) / ""), world(lilv_world_new()) {
@@ -307,6 +314,9 @@ void Check::checkPresets() {
 
 void Check::checkPreset(const Node& preset) {
   const std::string place = lilv_node_as_uri(preset.get());
+  // A host loads one preset at a time, so each has to name its file, whichever others do.
+  const Node file = one(place, preset, RDFS "seeAlso", lilv_node_is_uri, "URI");
+  if (file && !isFile(file)) say(place, "its file is missing");
   lilv_world_load_resource(world.get(), preset.get());
   const Node target = one(place, preset, LV2_CORE__appliesTo, lilv_node_is_uri, "URI");
   if (target && !lilv_node_equals(target.get(), plugin.get())) say(place, "is another plug-in's");
