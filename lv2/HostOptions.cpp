@@ -5,7 +5,6 @@
 #include <lv2/options/options.h>
 #include <lv2/urid/urid.h>
 
-#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -27,7 +26,7 @@ int32_t announcedLargestBlock(const LV2_Feature* const* features) {
   for (; option->key || option->value; ++option) {
     if (option->context != LV2_OPTIONS_INSTANCE || option->key != key) continue;
     if (option->type != whole || option->size != sizeof(int32_t) || !option->value) continue;
-    return std::max(*static_cast<const int32_t*>(option->value), 0);
+    return *static_cast<const int32_t*>(option->value);
   }
   return 0;
 }

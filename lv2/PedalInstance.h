@@ -26,8 +26,9 @@ constexpr int kColors = 8; // the color port holds 0..7
 // deletion, "audio" for connect and run, never two at once.
 class PedalInstance {
 public:
-  // rateHz: any. announcedBlock: the host's largest block in samples, 0 if it told none; longer calls are run
-  // in parts. Throws EffectError or std::bad_alloc when no effect can be had. [instantiation] Allocates.
+  // rateHz: any. announcedBlock: the host's largest block in samples, 0 or less if it told none. Calls that
+  // are longer, or longer than 65536 samples, are run in parts. Throws EffectError or std::bad_alloc when no
+  // effect can be had. [instantiation] Allocates.
   PedalInstance(double rateHz, int32_t announcedBlock);
 
   // data: one float for a control port, the block's samples for an audio port; null disconnects. A number

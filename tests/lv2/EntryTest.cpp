@@ -32,7 +32,7 @@ LV2_Options_Option option(const char* key, const char* type, const void* value, 
   return {context, 0, numberOf(nullptr, key), size, numberOf(nullptr, type), value};
 }
 
-// The sound of 1000 samples during which the pedal goes to the toe, in parts of `part` samples.
+// The sound played twice, the pedal going to the toe in the second, in parts of `part` samples.
 std::vector<float> soundInParts(const std::vector<float>& in, std::size_t part) {
   ModuleBeside module(kRate);
   Knobs knobs;
@@ -91,6 +91,14 @@ TEST_CASE("the parts of a long call are as long as the block that the host annou
     CAPTURE(samples);
     CHECK(sameBits(announced(samples), whole));
   }
+}
+
+TEST_CASE("scratch has a bound, whatever a host announces") {
+  const std::vector<float> in = floatNoise(70000);
+  const int32_t samples = std::numeric_limits<int32_t>::max();
+  const auto out =
+      soundWithOptions(in, {option(LV2_BUF_SIZE__maxBlockLength, LV2_ATOM__Int, &samples, sizeof samples)});
+  CHECK(sameBits(out, soundInParts(in, 65536)));
 }
 
 TEST_CASE("options that announce something else, or in another way, count for nothing") {

@@ -231,6 +231,16 @@ TEST_CASE("samples that are no finite numbers count as silence while it is on") 
   CHECK(std::ranges::all_of(out, [](float sample) { return std::isfinite(sample); }));
 }
 
+TEST_CASE("an activation switches on again") {
+  Instance instance(kRate);
+  instance.knobs.enabled = 0.0f;
+  instance.run(floatNoise(4000));
+  instance.activate();
+  instance.knobs.enabled = kNoNumber;
+  const std::vector<float> strange = {kInfinite, kNoNumber, -kInfinite};
+  CHECK(sameBits(instance.run(strange), std::vector<float>(3)));
+}
+
 TEST_CASE("control values out of range or between two count as the nearest in range") {
   struct Row {
     Knobs given, meant;
