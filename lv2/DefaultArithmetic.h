@@ -1,0 +1,20 @@
+// Gives a block the processor's default arithmetic and puts the host's back.
+#pragma once
+
+#include <xmmintrin.h>
+
+// Hosts differ in how they treat denormal numbers and in what traps; while a guard lives none of that reaches
+// the sound: nothing traps, denormals count, results round to nearest. Its end restores the host's control
+// and status word bit for bit. [audio] Allocates nothing.
+class DefaultArithmetic {
+public:
+  DefaultArithmetic() noexcept : hostWord(_mm_getcsr()) { _mm_setcsr(kAllMasked); }
+  ~DefaultArithmetic() { _mm_setcsr(hostWord); }
+  DefaultArithmetic(const DefaultArithmetic&) = delete;
+  DefaultArithmetic& operator=(const DefaultArithmetic&) = delete;
+
+private:
+  static constexpr unsigned kAllMasked = 0x1F80; // the word that a process starts with
+
+  unsigned hostWord;
+};
