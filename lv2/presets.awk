@@ -1,8 +1,9 @@
 # Writes the presets as Turtle: awk -v part=manifest|presets -f presets.awk treadshift.ttl presets.conf
 #
 # part=manifest gives the entries that let a host find the presets, part=presets their names and values. The
-# plug-in's own data comes first: the labels of its scale points, in lower case up to the bracket and joined by
-# hyphens, are the names by which presets.conf calls its colours and modes. The pedal stays the player's.
+# plug-in's own data comes first: the labels of its scale points, without their number, in lower case up to the
+# bracket and joined by hyphens, are the names by which presets.conf calls its colours and modes. The pedal stays
+# the player's.
 
 BEGIN {
   plugin = "urn:treadshift:pedal"
@@ -66,7 +67,7 @@ FNR == 1 { file++ }
 
 # The plug-in's data: which port a line is in, and its scale points.
 file == 1 && /lv2:symbol/ { symbol = $2; gsub(/"/, "", symbol) }
-file == 1 && /rdfs:label/ { label = $0; sub(/^[^"]*"/, "", label); sub(/[("].*/, "", label) }
+file == 1 && /rdfs:label/ { label = $0; sub(/^[^"]*"([0-9]+ )?/, "", label); sub(/[("].*/, "", label) }
 file == 1 && /rdf:value/ { valueOf[symbol, hyphened(label)] = $2 }
 file == 1 { next }
 
