@@ -78,6 +78,7 @@ template <typename Work> int statusWithoutSystemCalls(Work work) {
 } // namespace
 
 // The C library's own heap, reached by the names under which it offers itself to those who stand in front.
+#pragma GCC visibility push(default) // the bundle is to find these and not the C library's
 extern "C" {
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);
@@ -111,6 +112,7 @@ void free(void* block) {
   __libc_free(block);
 }
 }
+#pragma GCC visibility pop
 
 TEST_CASE("blocks of every length from 1 to 8192 in random order never touch the heap") {
   const std::vector<uint32_t> lengths = everyLength();
