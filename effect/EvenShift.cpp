@@ -7,8 +7,9 @@
 namespace {
 
 // Samples of which first the taps are read, then the filters run. The filters leave much of the processor
-// idle while they wait for themselves; groups this short let it read the next taps meanwhile.
-template <int kLanes> constexpr int32_t kGroup = 4 * kLanes;
+// idle while they wait for themselves; groups this short let it read the next taps meanwhile. Whole vectors,
+// their number found by trial.
+template <int kLanes> constexpr int32_t kGroup = kLanes == 2 ? 12 : 16;
 
 template <int kLanes, bool kToneStays, bool kPedalStays>
 [[gnu::always_inline]] inline void shiftGroups(const DelayLineView& view, const EvenStretch& stretch,

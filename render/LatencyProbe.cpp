@@ -2,6 +2,7 @@
 
 #include "render/OpenEffect.h"
 
+#include <algorithm>
 #include <numeric>
 #include <vector>
 
@@ -46,10 +47,9 @@ double secondsUntil(double share, const std::vector<double>& energies, double to
   return static_cast<double>(sample) / rateHz;
 }
 
-} // namespace
-
-std::optional<Latency> measureLatency(const std::string& modulePath, const Controls& controls, int rateHz) {
-  std::vector<double> energies(static_cast<std::size_t>(kIntervalSeconds * rateHz) + 1);
+// Result: the latency in samples that the effect reports.
+int probe(const std::string& modulePath, const Controls& controls, int rateHz,
+          std::vector<double>& energies) try {
   int reportedSamples = 0;
   for (float pedal : {0.0f, 0.5f, 1.0f}) {
     const auto effect = openEffect(modulePath);
@@ -57,6 +57,16 @@ std::optional<Latency> measureLatency(const std::string& modulePath, const Contr
     addEnergies(*effect, energies);
     reportedSamples = effect->facts().initialDelay;
   }
+  return reportedSamples;
+} catch (const EffectError& error) {
+  failModule(modulePath, error.what());
+}
+
+} // namespace
+
+std::optional<Latency> measureLatency(const std::string& modulePath, const Controls& controls, int rateHz) {
+  std::vector<double> energies(static_cast<std::size_t>(kIntervalSeconds * rateHz) + 1);
+  const int reportedSamples = probe(modulePath, controls, rateHz, energies);
   const auto drySamples = static_cast<std::size_t>(kDrySeconds * rateHz) + 1;
   std::fill_n(energies.begin(), std::min(drySamples, energies.size()), 0.0);
   const double total = std::accumulate(energies.begin(), energies.end(), 0.0);

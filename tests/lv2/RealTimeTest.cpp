@@ -79,8 +79,7 @@ template <typename Work> int statusWithoutSystemCalls(Work work) {
 } // namespace
 
 // The C library's own heap, reached by the names under which it offers itself to those who stand in front.
-// The bundle reaches those in front only when they are visible.
-#pragma GCC visibility push(default)
+#pragma GCC visibility push(default) // the bundle is to find these and not the C library's
 extern "C" {
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);

@@ -1,7 +1,7 @@
 // A module that does what a broken one may do. The environment variable TREADSHIFT_TEST_FAULT says when and
 // what, as in "block:crash", and TREADSHIFT_TEST_MARK names a file to write where that is "mark"; without
-// them the effect works: it turns the sound upside down, and its first parameter tells how many descriptors
-// are open while it looks.
+// them the effect works: it turns the sound upside down once it is resumed, and its first parameter tells how
+// many descriptors are open while it looks.
 #include "framework/Q_TypeIF.h"
 #include "vst/AEffect.h"
 #include "vst/Opcodes.h"
@@ -59,7 +59,10 @@ void misbehaveAt(const std::string& moment) {
   }
 }
 
-intptr_t dispatch(AEffect*, int32_t opcode, int32_t, intptr_t, void*, float) {
+bool isResumed = false;
+
+intptr_t dispatch(AEffect*, int32_t opcode, int32_t, intptr_t value, void*, float) {
+  if (opcode == kOpResumeOrSuspend) isResumed = value != 0;
   if (opcode == kOpGetEffectName) misbehaveAt("text");
   if (opcode == kOpClose) misbehaveAt("close");
   return 0;
@@ -72,11 +75,11 @@ float countDescriptors(AEffect*, int32_t) {
   return static_cast<float>(std::distance(begin(all), end(all)));
 }
 
-// A block of one sample is what a host may try before it starts.
+// Silent until it is resumed. A block of one sample is what a host may try before it starts.
 void process(AEffect*, double** inputs, double** outputs, int32_t frames) {
   if (frames > 1) misbehaveAt("block");
   for (int32_t i = 0; i < frames; ++i)
-    outputs[0][i] = -inputs[0][i];
+    outputs[0][i] = isResumed ? -inputs[0][i] : 0.0;
 }
 
 AEffect makeRecord() {

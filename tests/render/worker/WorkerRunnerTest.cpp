@@ -194,6 +194,7 @@ TEST_CASE("a run far larger than what a socket holds passes in both directions")
   // 300000 blocks of one sample: 11 MB of orders and 7 MB of answers.
   const Environment environment(kFault, "");
   const WorkerRunner effect = openBroken();
+  effect.resume();
   const auto in = noise(300000);
   auto out = in;
   effect.start({out.data(), out.data(), static_cast<int>(out.size()), 1, {}});
