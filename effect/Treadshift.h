@@ -16,7 +16,7 @@
 // Two taps of a circular delay line sweep at the speed that the pitch ratio demands and are crossfaded with
 // equal power where one of them jumps back (the rotating-head method of tape pitch shifters). Sources by the
 // thread that calls them: TreadshiftParameters.cpp [any thread], TreadshiftSetUp.cpp [host, processing
-// stopped], TreadshiftControl.cpp and TreadshiftProcess.cpp [audio].
+// stopped], TreadshiftControl.cpp, TreadshiftProcess.cpp and TreadshiftPasses.cpp [audio].
 //
 // Until a usable sample rate is set, and after one that cannot be run, blocks copy input to output.
 class Treadshift : public Q_TypeBase {
@@ -226,7 +226,7 @@ protected:
   bool turnPending;   // the sweep turns around at the end of the block unless a new run begins before
 
   // Scratch of a block; owned, null until reserved.
-  double* sweepBuffer;   // crossfade position, 0..1
+  double* sweepBuffer;   // crossfade position, 0..1; even stretches leave theirs out
   double* onOffGain;     // linear
   double* colorGain;     // linear
   int32_t scratchLength; // samples: entries of each

@@ -142,7 +142,7 @@ TEST_CASE("a pedal at rest recomputes nothing") {
   CHECK(e.cents == 123.0);
 }
 
-TEST_CASE("a turn of the sweep that a pedal step makes is undone by the rewind, but the sign is noted") {
+TEST_CASE("a turn of the sweep that a pedal step makes is undone by its new run, but the sign is noted") {
   ExposedTreadshift e(44100.0f, 1.0f, 0.8f, colorOfRow(4), 0.4f); // -240 cents
   e.block(testSound(700));
   REQUIRE(e.sweepLfo->falling == 0);
