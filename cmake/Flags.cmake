@@ -8,6 +8,13 @@ if("${CMAKE_CXX_FLAGS} ${CMAKE_CXX_FLAGS_${build_type}}" MATCHES
   message(FATAL_ERROR "${CMAKE_MATCH_0} changes the sound: build without it")
 endif()
 
+# The 32-bit x86 interface has ways of its own; ARM has none that matter here.
+if(CMAKE_SIZEOF_VOID_P EQUAL 4 AND CMAKE_SYSTEM_PROCESSOR MATCHES "86")
+  set(TREADSHIFT_I386 ON)
+else()
+  set(TREADSHIFT_I386 OFF)
+endif()
+
 add_library(treadshift_flags INTERFACE)
 target_compile_features(treadshift_flags INTERFACE cxx_std_20 c_std_11)
 target_compile_options(treadshift_flags INTERFACE
@@ -16,7 +23,7 @@ target_compile_options(treadshift_flags INTERFACE
   -Wno-psabi) # vectors wider than the registers built for pass between inlined functions only
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(treadshift_flags INTERFACE -fno-devirtualize -fno-devirtualize-speculatively)
-  if(CMAKE_SIZEOF_VOID_P EQUAL 4) # a double passed in two halves is waited for when it is read as a whole
+  if(TREADSHIFT_I386) # a double passed in two halves is waited for when it is read as a whole
     target_compile_options(treadshift_flags INTERFACE -mno-push-args)
   endif()
 endif()

@@ -34,8 +34,15 @@ template <int kLanes>
     shiftGroups<kLanes, true, true>(view, stretch, begin, filters, chunk);
 }
 
-[[gnu::target("avx2")]] void shiftInFours(const DelayLineView& view, const EvenStretch& stretch,
-                                          int32_t begin, FilterRun& filters, Chunk& chunk) noexcept {
+#if defined(__i386__) || defined(__x86_64__)
+#define TREADSHIFT_FOR_AVX2 [[gnu::target("avx2")]]
+#else // pairs are as wide as vectors of doubles are
+#define TREADSHIFT_FOR_AVX2
+#define TREADSHIFT_NARROW_VECTORS
+#endif
+
+TREADSHIFT_FOR_AVX2 void shiftInFours(const DelayLineView& view, const EvenStretch& stretch, int32_t begin,
+                                      FilterRun& filters, Chunk& chunk) noexcept {
   shiftIn<4>(view, stretch, begin, filters, chunk);
 }
 

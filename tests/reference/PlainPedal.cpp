@@ -1,13 +1,15 @@
 #include "PlainPedal.h"
 
+#include "tests/support/ControlWord.h"
+
 #include <algorithm>
+#include <bit>
 #include <cmath>
-#include <xmmintrin.h>
+#include <cstdint>
 
 namespace {
 
-constexpr unsigned kFlushToZero = 0x8000; // bit of the SSE control word
-constexpr int kHistoryLength = 48000;     // samples that the module's oscillator remembers
+constexpr int kHistoryLength = 48000; // samples that the module's oscillator remembers
 constexpr double kSweepSeconds = 0.065535;
 constexpr double kFadeSeconds = 0.016;
 constexpr double kMinDelaySeconds = 0.005;
@@ -55,7 +57,11 @@ PlainEvent resetEvent(int tap, bool up) {
   return up ? PlainEvent::Tap2ResetUp : PlainEvent::Tap2ResetDown;
 }
 
-bool isDenormal(double x) { return std::fpclassify(x) == FP_SUBNORMAL; }
+// By its bits: under flush-to-zero a comparison may take it for zero.
+bool isDenormal(double x) {
+  const auto bits = std::bit_cast<std::uint64_t>(x) & ~(1ULL << 63);
+  return bits != 0 && bits < 1ULL << 52;
+}
 
 } // namespace
 
@@ -238,10 +244,10 @@ void PlainPedal::process(const double* input, double* output, int n) {
       output[i] = input[i];
     return;
   }
-  const unsigned saved = _mm_getcsr();
-  _mm_setcsr(saved | kFlushToZero);
+  const unsigned saved = word::read();
+  word::write(saved | word::kFlush);
   processFlushed(input, output, n);
-  _mm_setcsr(saved);
+  word::write(saved);
 }
 
 void PlainPedal::updateTone() {

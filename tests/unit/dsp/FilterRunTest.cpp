@@ -1,5 +1,6 @@
 // What a filter keeps, and one sample through it.
 #include "Bits.h"
+#include "FieldPlaces.h"
 #include "FilterRequest.h"
 
 #include <cmath>
@@ -35,25 +36,25 @@ double filtered(IIRFilter& filter, double x) {
 
 TEST_CASE("a filter's fields stand in order behind its table, by the platform's alignment") {
   const IIRFilter f = designed(request(0, 1000.0));
-  const int table = sizeof(void*);
+  const int first = placeOfDouble(sizeof(void*)); // behind the table's address
   const double* const doubles[] = {&f.fb1,     &f.fb2,     &f.ff0,     &f.ff1,    &f.ff2,     &f.oldFb1,
                                    &f.oldFb2,  &f.oldFf0,  &f.oldFf1,  &f.oldFf2, &f.stepFb1, &f.stepFb2,
                                    &f.stepFf0, &f.stepFf1, &f.stepFf2, &f.state1, &f.state2,  &f.pi};
   for (int i = 0; i < 18; ++i)
-    CHECK(offsetIn(f, *doubles[i]) == table + 8 * i);
-  const int behind = table + 8 * 18;
+    CHECK(offsetIn(f, *doubles[i]) == first + 8 * i);
+  const int behind = first + 8 * 18;
   CHECK(offsetIn(f, f.type) == behind);
   CHECK(offsetIn(f, f.prevType) == behind + 2);
   CHECK(offsetIn(f, f.ffOrder) == behind + 4);
   CHECK(offsetIn(f, f.fbOrder) == behind + 8);
-  const int walk = table == 4 ? behind + 12 : behind + 16; // i386 packs doubles on 4 bytes
+  const int walk = placeOfDouble(behind + 12);
   CHECK(offsetIn(f, f.rampPos) == walk);
   CHECK(offsetIn(f, f.rampLength) == walk + 8);
 }
 
 TEST_CASE("a request's doubles stand directly behind its type, by the platform's alignment") {
   const filterPrm_tag prm{};
-  const int first = sizeof(void*) == 4 ? 4 : 8;
+  const int first = placeOfDouble(4);
   CHECK(offsetIn(prm, prm.type) == 0);
   CHECK(offsetIn(prm, prm.freq) == first);
   CHECK(offsetIn(prm, prm.freqLow) == first + 8);

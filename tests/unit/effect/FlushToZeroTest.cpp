@@ -1,71 +1,81 @@
 // The floating-point control word inside a block and after it, and what it does to tiny numbers.
 #include "dsp/FlushToZero.h"
 #include "ExposedTreadshift.h"
+#include "tests/support/ControlWord.h"
 #include "tests/unit/dsp/Bits.h"
 
 #include <cmath>
 #include <doctest/doctest.h>
 #include <limits>
-#include <xmmintrin.h>
 
 namespace {
 
-constexpr unsigned kFlush = 0x8000;
 constexpr double kTiniest = std::numeric_limits<double>::denorm_min();
 constexpr double kLeastNormal = std::numeric_limits<double>::min();
 
 // Sets the word for a scope.
-class ControlWord {
+class ScopedWord {
 public:
-  explicit ControlWord(unsigned word) : before(_mm_getcsr()) { _mm_setcsr(word); }
-  ~ControlWord() { _mm_setcsr(before); }
+  explicit ScopedWord(unsigned bits) : before(word::read()) { word::write(bits); }
+  ~ScopedWord() { word::write(before); }
 
 private:
   unsigned before;
 };
+
+constexpr unsigned kHostWords[] = {word::kDefault,
+                                   word::kDefault | word::kFlush,
+                                   word::kDefault | word::kTinyOperandsAreZero,
+                                   word::kDefault | word::kOneRaised,
+                                   word::kDefault | word::kRounding,
+                                   word::kDefault | word::kTinyOperandsAreZero | word::kRounding};
 
 bool isDenormal(double x) { return x != 0.0 && std::fabs(x) < kLeastNormal; }
 
 } // namespace
 
 TEST_CASE("the guard sets the flush bit alone and puts the whole word back") {
-  for (unsigned word : {0x1F80u, 0x9F80u, 0x1FC0u, 0x7F80u, 0x1FBFu}) {
-    const ControlWord host(word);
+  for (const unsigned bits : kHostWords) {
+    CAPTURE(bits);
+    const ScopedWord host(bits);
+    unsigned inside;
     {
       const FlushToZero flush;
-      CHECK(_mm_getcsr() == (word | kFlush));
-      _mm_setcsr(0x1F80);
+      inside = word::read();
+      word::write(word::kDefault);
     }
-    CHECK(_mm_getcsr() == word);
+    const unsigned after = word::read();
+    CHECK(inside == (bits | word::kFlush));
+    CHECK(after == bits);
   }
 }
 
 TEST_CASE("a block flushes, rounds as its host does, and hands the host's word back whole") {
-  const auto run = [](unsigned word, unsigned& after) {
+  const auto run = [](unsigned bits, unsigned& after) {
     ExposedTreadshift e(44100.0f, 1.0f, 0.8f, 0.5f, 0.3f);
     e.block(testSound(3000));
     e.setParameter(kPedalPos, 0.9f);
     std::vector<double> sound = testSound(500);
     double* channels[] = {sound.data()};
-    const ControlWord host(word);
+    const ScopedWord host(bits);
     e.processDoubleReplacing(channels, channels, 500);
-    after = _mm_getcsr();
+    after = word::read();
     return sound;
   };
   unsigned after;
-  const std::vector<double> nearest = run(0x1F80u, after);
-  for (unsigned word : {0x1F80u, 0x9F80u, 0x1FC0u, 0x1F81u, 0x3F80u, 0x7FC0u}) {
-    CAPTURE(word);
-    const std::vector<double> sound = run(word, after);
-    CHECK(after == word);
-    const bool roundsToNearest = (word & 0x6000u) == 0;
+  const std::vector<double> nearest = run(word::kDefault, after);
+  for (const unsigned bits : kHostWords) {
+    CAPTURE(bits);
+    const std::vector<double> sound = run(bits, after);
+    CHECK(after == bits);
+    const bool roundsToNearest = (bits & word::kRounding) == 0;
     CHECK((differences(sound.data(), nearest.data(), 500) == 0) == roundsToNearest);
 
     ExposedTreadshift off(44100.0f, 0.0f, 0.8f, 0.5f, 0.3f);
     double tiny = 1e-310;
     double* channels[] = {&tiny};
     {
-      const ControlWord host(word);
+      const ScopedWord host(bits);
       off.processDoubleReplacing(channels, channels, 1);
     }
     CHECK(bitsOf(tiny) == bitsOf(0.0));
