@@ -36,9 +36,10 @@ template <int kLanes>
 
 #if defined(__i386__) || defined(__x86_64__)
 #define TREADSHIFT_FOR_AVX2 [[gnu::target("avx2")]]
+#define TREADSHIFT_HAS_AVX2 __builtin_cpu_supports("avx2")
 #else // pairs are as wide as vectors of doubles are
 #define TREADSHIFT_FOR_AVX2
-#define TREADSHIFT_NARROW_VECTORS
+#define TREADSHIFT_HAS_AVX2 false
 #endif
 
 TREADSHIFT_FOR_AVX2 void shiftInFours(const DelayLineView& view, const EvenStretch& stretch, int32_t begin,
@@ -49,7 +50,7 @@ TREADSHIFT_FOR_AVX2 void shiftInFours(const DelayLineView& view, const EvenStret
 #ifdef TREADSHIFT_NARROW_VECTORS
 constexpr bool kWorksInFours = false;
 #else
-const bool kWorksInFours = __builtin_cpu_supports("avx2");
+const bool kWorksInFours = TREADSHIFT_HAS_AVX2;
 #endif
 
 } // namespace

@@ -1,7 +1,10 @@
 #!/bin/sh
-# Writes the bundle's data: lv2/write-data.sh PRESETS.conf BUNDLE. A file appears there when all went well.
+# Writes the bundle's data: lv2/write-data.sh PRESETS.conf BUNDLE MINOR MICRO, the last two its version. A file
+# appears there when all went well.
 set -eu
 presets=$(realpath "$1")
+minor=$3
+micro=$4
 mkdir -p "$2"
 bundle=$(realpath "$2")
 cd "$(dirname "$0")"
@@ -13,5 +16,5 @@ awk -v part=manifest -f presets.awk treadshift.ttl "$presets" >"$unfinished/entr
 awk -v part=presets -f presets.awk treadshift.ttl "$presets" >"$unfinished/presets.ttl"
 cat manifest.ttl "$unfinished/entries" >"$unfinished/manifest.ttl"
 rm "$unfinished/entries"
-cp treadshift.ttl "$unfinished"
+sed "s/@MINOR@/$minor/; s/@MICRO@/$micro/" treadshift.ttl >"$unfinished/treadshift.ttl"
 mv "$unfinished"/* "$bundle"

@@ -26,6 +26,9 @@ struct Fault {
 
 const char kPlugin[] = "treadshift.ttl", kManifest[] = "manifest.ttl", kPresets[] = "presets.ttl";
 
+const std::string kMinor = "lv2:minorVersion " TREADSHIFT_LV2_MINOR;
+const std::string kMicro = "lv2:microVersion " TREADSHIFT_LV2_MICRO;
+
 const std::vector<Fault> kFaults = {
     {"syntax error", kPlugin, "lv2:index 3 ;", "lv2:index 3 ; ]"},
     {"manifest points nowhere", kManifest, "<treadshift.ttl>", "<treadshifted.ttl>"},
@@ -40,9 +43,9 @@ const std::vector<Fault> kFaults = {
     {"no maintainer's name", kPlugin, "foaf:name \"QUON Corporation\"", "foaf:nick \"QUON\""},
     {"base class only", kPlugin, "lv2:Plugin , lv2:PitchPlugin ,", "lv2:Plugin ,"},
     {"unknown class", kPlugin, "lv2:PitchPlugin", "lv2:PichPlugin"},
-    {"no minor version", kPlugin, "lv2:minorVersion 2 ;", ""},
-    {"odd minor version", kPlugin, "lv2:minorVersion 2", "lv2:minorVersion 3"},
-    {"odd micro version", kPlugin, "lv2:microVersion 0", "lv2:microVersion 1"},
+    {"no minor version", kPlugin, kMinor + " ;", ""},
+    {"odd minor version", kPlugin, kMinor, kMinor + "1"},
+    {"odd micro version", kPlugin, kMicro, kMicro + "1"},
     {"required feature", kPlugin, "lv2:optionalFeature lv2:hardRT", "lv2:requiredFeature lv2:hardRT"},
     {"in place refused", kPlugin, "lv2:hardRTCapable ,", "lv2:hardRTCapable , lv2:inPlaceBroken ,"},
     {"no comment", kPlugin, "rdfs:comment \"One instrument", "rdfs:label \"One instrument"},
