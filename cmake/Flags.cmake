@@ -21,6 +21,10 @@ target_compile_options(treadshift_flags INTERFACE
   -ffp-contract=off -fno-builtin-pow
   -Wall -Wextra -Wconversion -Wno-sign-conversion -Wno-float-conversion
   -Wno-psabi) # vectors wider than the registers built for pass between inlined functions only
+option(TREADSHIFT_WERROR "Take the compiler's warnings for errors, as the project's own checks do" OFF)
+if(TREADSHIFT_WERROR)
+  target_compile_options(treadshift_flags INTERFACE -Werror)
+endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   target_compile_options(treadshift_flags INTERFACE -fno-devirtualize -fno-devirtualize-speculatively)
   if(TREADSHIFT_I386) # a double passed in two halves is waited for when it is read as a whole

@@ -2,9 +2,13 @@
 
 #include "dsp/ExactArithmetic.h"
 
+#if defined(__i386__) || defined(__x86_64__)
 #include <emmintrin.h>
+#endif
 
 namespace {
+
+#if defined(__i386__) || defined(__x86_64__)
 
 // Where a tap finds two neighbours in the line, as far and near: side by side, ...
 struct StraightLine {
@@ -53,6 +57,14 @@ template <typename Line> int32_t readPairs(const Line& line, int32_t writeIndex,
   return i;
 }
 
+int32_t readMost(const DelayLineView& view, Chunk& chunk) {
+  return view.isStraight ? readPairs(StraightLine{view.line}, view.writeIndex, chunk)
+                         : readPairs(RoundLine{view.line, view.length}, view.writeIndex, chunk);
+}
+#else // no pairs are read here: each sample is, to the same bits
+int32_t readMost(const DelayLineView&, Chunk&) { return 0; }
+#endif
+
 } // namespace
 
 void readSample(const DelayLineView& view, int32_t i, Chunk& chunk) noexcept {
@@ -64,7 +76,6 @@ void readSample(const DelayLineView& view, int32_t i, Chunk& chunk) noexcept {
 }
 
 void readTaps(const DelayLineView& view, Chunk& chunk) noexcept {
-  const int32_t read = view.isStraight ? readPairs(StraightLine{view.line}, view.writeIndex, chunk)
-                                       : readPairs(RoundLine{view.line, view.length}, view.writeIndex, chunk);
-  if (read < chunk.samples) readSample(view, read, chunk);
+  for (int32_t i = readMost(view, chunk); i < chunk.samples; ++i)
+    readSample(view, i, chunk);
 }

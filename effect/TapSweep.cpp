@@ -4,17 +4,26 @@
 #include "dsp/lfoTriangle.h"
 
 #include <algorithm>
+#if defined(__i386__) || defined(__x86_64__)
 #include <emmintrin.h>
+#else
+#include <bit>
+#endif
 
 namespace {
 
 constexpr double kLeastEvenPhase = 0x1p-40; // far above the phases that sweepAt rounds to 0
 
-// The power of two at or below a positive number: inside [2^e, 2^(e+1)] all doubles are equally spaced. In a
-// vector register, because 32 bits would take the number apart and wait for its halves to come together.
+// The power of two at or below a positive number: inside [2^e, 2^(e+1)] all doubles are equally spaced. On
+// x86 in a vector register, because 32 bits would take the number apart and wait for its halves to come
+// together.
 double binadeFloor(double x) {
+#if defined(__i386__) || defined(__x86_64__)
   const __m128d exponent = _mm_castsi128_pd(_mm_set1_epi64x(0x7FF0000000000000));
   return _mm_cvtsd_f64(_mm_and_pd(_mm_set_sd(x), exponent));
+#else
+  return std::bit_cast<double>(std::bit_cast<uint64_t>(x) & 0x7FF0000000000000);
+#endif
 }
 
 // A chunk's way at this ratio stays below the 2048 samples that a tap's fixed-point position can tell. Within
