@@ -132,8 +132,9 @@ TEST_CASE("the scores' string averages its neighbours, once a period") {
 
 TEST_CASE("a score that cannot be played is refused with its line") {
   const std::string file = TREADSHIFT_SCRATCH "/broken.txt";
-  for (const char* line : {"sett Color 0", "set Colour 0", "set Color", "set Color 0 1", "input drum 1", "input noise",
-                           "input pluck 1 0", "glide Tone 0 1 1 64", "blocks 3", "rate fast"}) {
+  for (const char* line :
+       {"sett Color 0", "set Colour 0", "set Color", "set Color 0 1", "input drum 1", "input noise",
+        "input pluck 1 0", "glide Tone 0 1 1 64", "blocks 3", "rate fast"}) {
     CAPTURE(line);
     std::ofstream(file) << "# first line\n" << line << "\n";
     const std::string expected = file + ":2: cannot play '" + line + "'";

@@ -14,14 +14,30 @@ public:
 
   void play(const ScoreStep& step) {
     switch (step.kind) {
-    case ScoreStep::kInput: input = ScoreInput(step); break;
-    case ScoreStep::kRate: pedal.setSampleRate(static_cast<float>(step.from)); break;
-    case ScoreStep::kSet: pedal.setParameter(step.index, static_cast<float>(step.from)); break;
-    case ScoreStep::kGlide: glide(step); break;
-    case ScoreStep::kBlocks: blocks(step.count, step.samples); break;
-    case ScoreStep::kResume: pedal.resume(); break;
-    case ScoreStep::kLoad: pedal.loadProgram(step.index); break;
-    case ScoreStep::kSelect: pedal.selectProgram(step.index); break;
+    case ScoreStep::kInput:
+      input = ScoreInput(step);
+      break;
+    case ScoreStep::kRate:
+      pedal.setSampleRate(static_cast<float>(step.from));
+      break;
+    case ScoreStep::kSet:
+      pedal.setParameter(step.index, static_cast<float>(step.from));
+      break;
+    case ScoreStep::kGlide:
+      glide(step);
+      break;
+    case ScoreStep::kBlocks:
+      blocks(step.count, step.samples);
+      break;
+    case ScoreStep::kResume:
+      pedal.resume();
+      break;
+    case ScoreStep::kLoad:
+      pedal.loadProgram(step.index);
+      break;
+    case ScoreStep::kSelect:
+      pedal.selectProgram(step.index);
+      break;
     }
   }
 

@@ -10,7 +10,8 @@
 // Plays `score` to `pedal`, which must be new. Result: every output sample.
 std::vector<double> perform(const Score& score, Pedal& pedal);
 
-// FNV-1a, 64 bits (G. Fowler, L. C. Noll, K.-P. Vo), over the samples' bytes, each sample's lowest byte first.
+// FNV-1a, 64 bits (G. Fowler, L. C. Noll, K.-P. Vo), over the samples' bytes, each sample's lowest byte
+// first.
 uint64_t checksum(const std::vector<double>& samples);
 
 // The same checksum over what the run-time's pow, atan, tan and cos answer at a few thousand places, pow and

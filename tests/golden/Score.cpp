@@ -24,8 +24,10 @@ int parameterFrom(std::istream& words) {
 void readInput(std::istream& words, ScoreStep& step) {
   step.kind = ScoreStep::kInput;
   words >> step.word;
-  if (step.word == "noise" || step.word == "pluck") words >> step.seed;
-  else if (step.word != "silence") words.setstate(std::ios::failbit);
+  if (step.word == "noise" || step.word == "pluck")
+    words >> step.seed;
+  else if (step.word != "silence")
+    words.setstate(std::ios::failbit);
   if (step.word == "pluck" && (words >> step.samples) && step.samples < 1) words.setstate(std::ios::failbit);
 }
 
@@ -77,9 +79,12 @@ Score readScore(const std::string& file) {
     std::string verb;
     if (!(words >> verb) || verb[0] == '#') continue;
     ScoreStep step{};
-    if (line == "keep samples") score.keepSamples = true;
-    else if (readStep(verb, words, step)) score.steps.push_back(step);
-    else throw std::runtime_error(file + ":" + std::to_string(number) + ": cannot play '" + line + "'");
+    if (line == "keep samples")
+      score.keepSamples = true;
+    else if (readStep(verb, words, step))
+      score.steps.push_back(step);
+    else
+      throw std::runtime_error(file + ":" + std::to_string(number) + ": cannot play '" + line + "'");
   }
   return score;
 }

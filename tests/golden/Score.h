@@ -10,13 +10,13 @@ struct ScoreStep {
   enum Kind { kInput, kRate, kSet, kGlide, kBlocks, kResume, kLoad, kSelect };
 
   Kind kind;
-  std::string word;   // input: noise, pluck or silence
-  int index = 0;      // set, glide: the parameter; load, select: the program
-  double from = 0.0;  // rate in Hz; set's value; glide's first value
-  double to = 0.0;    // glide's last value
-  int count = 0;      // blocks, glide
-  int samples = 0;    // blocks, glide: of each block; input pluck: of its period
-  uint64_t seed = 0;  // input noise, pluck
+  std::string word;  // input: noise, pluck or silence
+  int index = 0;     // set, glide: the parameter; load, select: the program
+  double from = 0.0; // rate in Hz; set's value; glide's first value
+  double to = 0.0;   // glide's last value
+  int count = 0;     // blocks, glide
+  int samples = 0;   // blocks, glide: of each block; input pluck: of its period
+  uint64_t seed = 0; // input noise, pluck
 };
 
 struct Score {

@@ -49,7 +49,8 @@ int main(int argc, char** argv) {
     return 0;
   }
   if (argc < 3 || argc > 4) {
-    std::fputs("treadshift-golden: takes a module, a folder of scores and perhaps a name; try --help\n", stderr);
+    std::fputs("treadshift-golden: takes a module, a folder of scores and perhaps a name; try --help\n",
+               stderr);
     return 2;
   }
   try {
