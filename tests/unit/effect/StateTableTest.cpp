@@ -307,7 +307,8 @@ TEST_CASE("state of the sweep's histories") {
   kNewRateSet.happen(e);
   kBlock.happen(e);
   const lfoTriangle& lfo = *e.sweepLfo;
-  CHECK(std::all_of(lfo.phaseHistory, lfo.phaseHistory + lfo.kHistoryLength, [](double x) { return x == 0.0; }));
+  CHECK(std::all_of(lfo.phaseHistory, lfo.phaseHistory + lfo.kHistoryLength,
+                    [](double x) { return x == 0.0; }));
   CHECK(std::all_of(lfo.directionHistory, lfo.directionHistory + lfo.kHistoryLength,
                     [](uint8_t x) { return x == 0; }));
 }
