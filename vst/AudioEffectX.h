@@ -21,14 +21,16 @@ using VstOfflineOption = int32_t;
 // The virtual operations stand in slot order, behind those of AudioEffect: add nothing between them.
 // Three kinds, marked at each group: answers to the host, which an effect overrides (the base answer is in
 // the comment); requests to the host (number in HostRequest), which answer 0, false or null when there is
-// no callback; and speaker arrangements. Requests may be sent on any thread but never inside a block.
+// no callback; and speaker arrangements. Where a group has no tag, answers are [host] and requests are
+// [any thread], but never inside a block. Pointers are handed on unread, null included; only the operations
+// on arrangements look at them, and only they allocate.
 class AudioEffectX : public AudioEffect {
 public:
   // As AudioEffect. Asks the host nothing. [host, processing stopped]
   AudioEffectX(HostCallback host, int numPrograms, int numParams);
   ~AudioEffectX() override;
 
-  // Decodes opcodes 25 to 79 and hands every other number to AudioEffect.
+  // Decodes opcodes 25 to 79 and hands every other number to AudioEffect. [as the opcode demands]
   intptr_t dispatcher(int opcode, int index, intptr_t value, void* ptr, float opt) override;
 
   // Asks the host for events, if the effect is a synth or itself claims to receive MIDI.
