@@ -207,6 +207,27 @@ Names brokenLinks(const std::string& file, const Page& page) {
   return broken;
 }
 
+// Every first group of a pattern in a file; comments that go on in the next line are joined before.
+Names matchesIn(const std::string& file, const std::string& pattern) {
+  static const std::regex lineEnd("\\n *(?://)? *");
+  const std::string text = std::regex_replace(contentsOf(kRoot / file), lineEnd, " ");
+  const std::regex expression(pattern);
+  Names all;
+  for (std::sregex_iterator match(text.begin(), text.end(), expression), end; match != end; ++match)
+    all.push_back((*match)[1]);
+  return all;
+}
+
+// A thread's tag, and the headers in which it has to be a defined one.
+const std::string kTag = R"((\[(?:any thread|audio|host|control|set-up|as the|the thread)[^\]=]*\]))";
+const std::set<std::string> kOtherSlots = {"setProgramLong",
+                                           "name"}; // told as setProgram(long); the macro's own
+
+bool isHeader(const std::string& file) {
+  static const std::set<std::string> folders = {"vst", "framework", "dsp", "effect", "host"};
+  return file.ends_with(".h") && folders.contains(file.substr(0, file.find('/')));
+}
+
 void checkNone(const std::string& file, const char* what, const Names& wrong) {
   for (const std::string& name : wrong)
     FAIL_CHECK(file, ": ", what, ": ", name);
@@ -269,6 +290,23 @@ TEST_CASE("the readme leads to every page") {
   for (const auto& [file, page] : pages()) {
     CAPTURE(file);
     CHECK((file == "README.md" || std::ranges::find(readme.links, file) != readme.links.end()));
+  }
+}
+
+TEST_CASE("the page on threads has every operation, every opcode and every tag of the headers") {
+  const Page page(contentsOf(kRoot / "docs/threads.md"));
+  const std::set<std::string> told(page.spans.begin(), page.spans.end());
+  const Names operations = matchesIn("tests/support/EffectSlots.h", "SLOT\\((\\w+),");
+  CHECK(operations.size() > 150);
+  const Names opcodes = matchesIn("vst/Opcodes.h", "(kOp\\w+) =");
+  CHECK(opcodes.size() > 60);
+  for (const Names& names : {operations, opcodes})
+    for (const std::string& name : names)
+      if (!told.contains(name) && !kOtherSlots.contains(name)) FAIL_CHECK(name, " has no tag");
+  for (const std::string& file : files()) {
+    if (!isHeader(file)) continue;
+    for (const std::string& tag : matchesIn(file, kTag))
+      if (!told.contains(tag)) FAIL_CHECK(file, ": the tag ", tag, " is not defined");
   }
 }
 
