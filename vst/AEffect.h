@@ -93,7 +93,7 @@ enum EffectFlag {
 #define TREADSHIFT_STATIC_ASSERT(condition) static_assert(condition, #condition)
 #elif defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
 #define TREADSHIFT_STATIC_ASSERT(condition) _Static_assert(condition, #condition)
-#else /* C99 has none: an array of negative length does not compile */
+#else /* older C: an array of size -1 is no type; the same declaration may stand there any number of times */
 #define TREADSHIFT_STATIC_ASSERT(condition) extern char treadshiftAsserted[(condition) ? 1 : -1]
 #endif
 

@@ -53,7 +53,8 @@ public:
   virtual int beginLoadBank(VstPatchChunkInfo* info);                      // 0
   virtual int beginLoadProgram(VstPatchChunkInfo* info);                   // 0
 
-  // Requests. ioChanged tells the host of new channel counts or latency.
+  // Requests. ioChanged tells the host of new channel counts or latency. The two that store the answer are
+  // [host, processing stopped].
   virtual bool ioChanged();
   virtual float updateSampleRate(); // Hz; stores and gives the host's rate, 44100 when it names none
   virtual int updateBlockSize();  // samples; stores and gives the host's size, the old one when it names none
@@ -77,7 +78,7 @@ public:
   virtual int getCurrentProcessLevel();
   virtual int getAutomationState();
 
-  // Answers.
+  // Answers. [audio]
   virtual int processEvents(VstEvents* events);          // 0
   virtual int startProcess();                            // 0
   virtual int stopProcess();                             // 0
@@ -99,7 +100,7 @@ public:
   virtual int getGetTailSize(); // answer: samples, 0
   virtual void* getDirectory(); // request
 
-  // Answers.
+  // Answers. Names, versions and category are [any thread].
   virtual bool getEffectName(char* text);                                 // false
   virtual bool getVendorString(char* text);                               // false
   virtual bool getProductString(char* text);                              // false
@@ -149,7 +150,8 @@ public:
   virtual int offlineGetNumPasses();                                      // 0
   virtual int offlineGetNumMetaPasses();                                  // 0
 
-  // Requests and answers of older interface versions; they keep their slots.
+  // Requests and answers of older interface versions; they keep their slots. Those that store are
+  // [host, processing stopped].
   virtual int __wantEventsDeprecated(int filter);
   virtual int __tempoAtDeprecated(int position);
   virtual int __getNumAutomatableParametersDeprecated();

@@ -220,8 +220,7 @@ Names matchesIn(const std::string& file, const std::string& pattern) {
 
 // A thread's tag, and the headers in which it has to be a defined one.
 const std::string kTag = R"((\[(?:any thread|audio|host|control|set-up|as the|the thread)[^\]=]*\]))";
-const std::set<std::string> kOtherSlots = {"setProgramLong",
-                                           "name"}; // told as setProgram(long); the macro's own
+const std::set<std::string> kOtherSlots = {"destroy", "destroyAndFree", "setProgramLong"}; // told in words
 
 bool isHeader(const std::string& file) {
   static const std::set<std::string> folders = {"vst", "framework", "dsp", "effect", "host"};
