@@ -22,7 +22,7 @@ public:
 // The built module.
 class ModulePedal : public Pedal {
 public:
-  ModulePedal() : runner(TREADSHIFT_MODULE) {}
+  explicit ModulePedal(const std::string& file = TREADSHIFT_MODULE) : runner(file) {}
   void setSampleRate(float rateHz) override { runner.setSampleRate(rateHz); }
   void setBlockSize(int samples) override { runner.setBlockSize(samples); }
   void resume() override { runner.resume(); }
