@@ -129,19 +129,23 @@ bool isFileName(const std::string& word) {
   return std::regex_match(word, name);
 }
 
+bool isThere(const std::string& word) {
+  return files().contains(word) || matchesSomeFile(word.find('*') == std::string::npos ? "*/" + word : word);
+}
+
 Names missingFiles(const Page& page) {
   Names missing;
-  for (const std::string& code : codeOf(page)) {
+  const auto check = [&](const std::string& code, bool bareNames) {
     for (std::string word : wordsOf(code)) {
       while (word.ends_with('.') || word.ends_with(':') || word.ends_with('/'))
         word.pop_back();
-      const bool found = !looksLikePath(word)
-                             ? !isFileName(word) || matchesSomeFile("*/" + word) || files().contains(word)
-                         : word.find('*') != std::string::npos ? matchesSomeFile(word)
-                                                               : files().contains(word);
-      if (!found) missing.push_back(word);
+      if ((looksLikePath(word) || (bareNames && isFileName(word))) && !isThere(word)) missing.push_back(word);
     }
-  }
+  };
+  for (const std::string& span : page.spans)
+    check(span, true);
+  for (const std::string& line : page.code)
+    check(line, false); // a block may show files of other programs
   return missing;
 }
 
@@ -227,7 +231,7 @@ bool isHeader(const std::string& file) {
   return file.ends_with(".h") && folders.contains(file.substr(0, file.find('/')));
 }
 
-void checkNone(const std::string& file, const char* what, const Names& wrong) {
+void checkNone(const std::string& file, const std::string& what, const Names& wrong) {
   for (const std::string& name : wrong)
     FAIL_CHECK(file, ": ", what, ": ", name);
 }
