@@ -34,23 +34,27 @@ enum FilterType {
 };
 
 // Designs by the bilinear transform with pre-warped frequency; runs as transposed direct form II, or as a
-// one-pole recursion for smoothers. Nothing allocates and nothing throws. One thread at a time.
+// one-pole recursion for smoothers. Nothing allocates and nothing throws. One thread at a time: the
+// operations lock nothing. Literature: Zoelzer (ed.), DAFX, 2nd edition, chapter 2, for the designs from K =
+// tan(pi f / fs); Oppenheim and Schafer, Discrete-Time Signal Processing, chapters 6 and 7, for form and
+// transform.
 class IIRFilter {
 public:
-  // Designs at once, with silent state. prm: not null; see FDexcute.
+  // Designs at once, with silent state. prm: not null; see FDexcute. [audio; host, processing stopped]
   explicit IIRFilter(filterPrm_tag* prm) noexcept;
   virtual ~IIRFilter() = default;
 
   // Designs new coefficients. The state survives a design of the same type, so that retuning does not
   // click, and is cleared by a change of type. prm: not null; `freq` and `q` are written back.
-  // [control rate]
+  // [audio; host, processing stopped]
   void FDexcute(filterPrm_tag* prm) noexcept;
 
-  // Filters one sample in place. [audio]
+  // Filters one sample in place. x: not null; a sample that is not finite stays in the state. [audio]
   void iirProcessing(double* x) noexcept;
 
   // Starts a linear walk of n samples from the present coefficients to a new design: sample k (0..n) uses
-  // old + k/n of the difference. n: 1 or more; 0 gives steps that are not finite. [control rate]
+  // old + k/n of the difference. n: 1 or more; 0 gives steps that are not finite. prm: as FDexcute.
+  // [audio; host, processing stopped]
   void ipFDexcute(filterPrm_tag* prm, int n) noexcept;
 
   // Filters one sample in place with the walking coefficients, and walks on. [audio]

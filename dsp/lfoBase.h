@@ -15,6 +15,7 @@ public:
 
   // smoothFreq: Hz, cut-off of the smoothing filter; 0 or less: no smoothing.
   // startPhase: where the wave starts, in the phase range of the shape. sampleRate: Hz, not 0.
+  // [host, processing stopped]
   lfoBase(double smoothFreq, double startPhase, double sampleRate);
   virtual ~lfoBase();
 
@@ -24,7 +25,7 @@ public:
   // Writes numSamples values into out; fewer than 1 write nothing. [audio]
   // rate: Hz, 0 or more. upperDepth, lowerDepth: 0..1, tenfold gain of the wave above and below its middle,
   // then clipped: 0.1 leaves the plain wave, more flattens it. historyOffset: slot of the block's first
-  // sample in the histories, 0 or more.
+  // sample in the histories, 0 or more. out: room for numSamples. Nothing is checked.
   virtual void Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out,
                       int historyOffset) = 0;
 

@@ -3,8 +3,8 @@
 
 #include "dsp/lfoBase.h"
 
-// Sine by polynomial, phase -1..1 once per cycle; never smoothed. The rate glides, on a fresh oscillator from
-// 0 Hz.
+// Sine by a polynomial of the form that Hastings tabulates (Approximations for Digital Computers, 1955),
+// phase -1..1 once per cycle; never smoothed. The rate glides, on a fresh oscillator from 0 Hz.
 class lfoSin : public lfoBase {
 public:
   using lfoBase::lfoBase;
@@ -23,6 +23,7 @@ public:
 // Owner of the smoothing filter that the following members share.
 class lfoSmoothed : public lfoBase {
 public:
+  // As lfoBase. Allocates the filter. [host, processing stopped]
   lfoSmoothed(double smoothFreq, double startPhase, double sampleRate);
   ~lfoSmoothed() override;
 
@@ -61,9 +62,10 @@ public:
               int historyOffset) override;
 };
 
-// Sample and hold of a linear congruential generator (multiplier 1664525, increment 1013904223), one new
-// value per cycle, 0 until the first cycle ends; ignores the depths, never smoothed. The rate holds for a
-// whole block. Every oscillator starts from kFirstSeed, so a render repeats bit for bit.
+// Sample and hold of a linear congruential generator (multiplier 1664525, increment 1013904223: Press et al.,
+// Numerical Recipes in C, section 7.1), one new value per cycle, 0 until the first cycle ends; ignores the
+// depths, never smoothed. The rate holds for a whole block. Every oscillator starts from kFirstSeed, so a
+// render repeats bit for bit.
 class lfoRand : public lfoBase {
 public:
   static constexpr uint32_t kFirstSeed = 1;

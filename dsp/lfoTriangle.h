@@ -8,12 +8,13 @@
 class lfoTriangle : public lfoBase {
 public:
   // As lfoBase. rateFilterFreq: Hz, of a rate smoother that the first Excute settles and that is for the
-  // owner's use. Allocates.
+  // owner's use. Allocates. [host, processing stopped]
   lfoTriangle(double smoothFreq, double startPhase, double sampleRate);
   lfoTriangle(double smoothFreq, double startPhase, double sampleRate, double rateFilterFreq);
   ~lfoTriangle() override;
 
   // Records phase and direction before each sample in the histories; slots past their end are skipped.
+  // [audio]
   void Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out,
               int historyOffset) override;
 

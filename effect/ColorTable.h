@@ -20,10 +20,11 @@ struct MixGains {
 // below 0 row 0, above 1 and NaN row 7. [any thread] Allocates nothing.
 int colorRow(float color) noexcept;
 
-// The range of a row. row: 0..7. [any thread]
+// The range of a row. row: 0..7, unchecked. [any thread] Allocates nothing.
 const ColorRange& colorRange(int row) noexcept;
 
-// The gains at a pedal position. mixMode: 0..3. pedal: 0 heel .. 1 toe. [any thread]
+// The gains at a pedal position. mixMode: 0..3; any other is taken for 3. pedal: 0 heel .. 1 toe, unclamped.
+// [any thread] Allocates nothing.
 inline MixGains mixGains(int32_t mixMode, double pedal) noexcept {
   switch (mixMode) {
   case 0:

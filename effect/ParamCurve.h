@@ -14,6 +14,7 @@ struct ParamCurve {
     kPolynomial = 3 // f = coeffs[order-1] + coeffs[order-2] x + ... + coeffs[0] x^(order-1)
   };
 
+  // A curve of the fields below, unchecked. Allocates nothing. [host, processing stopped]
   ParamCurve(int32_t kind, double lo, double hi, float scale, float centre, float offset, float exponent);
   ~ParamCurve();
 

@@ -9,14 +9,15 @@
 #include <limits>
 
 // Index into a circular line of `length` samples for any index, negative ones included: a tap can outgrow
-// the line, by any number of turns, when the pitch falls in a long block at a low rate.
+// the line, by any number of turns, when the pitch falls in a long block at a low rate. length: 1 or more.
+// [audio]
 inline int32_t wrappedIndex(int32_t index, int32_t length) noexcept {
   if (index >= 0 && index < length) return index; // a division takes long
   const int32_t rest = index % length;
   return rest < 0 ? rest + length : rest;
 }
 
-// Whole samples of a delay of 0 or more samples.
+// Whole samples of a delay of 0 or more samples. [audio]
 inline int32_t wholeSamples(double delay) noexcept {
   constexpr int32_t kMost = std::numeric_limits<int32_t>::max();
   return delay < kMost ? static_cast<int32_t>(delay) : kMost;
@@ -31,8 +32,9 @@ inline double readTap(const double* line, int32_t length, int32_t writeIndex, do
   return near + (far - near) * (delay - whole);
 }
 
-// Equal-power weight sin(pi/2 x) of a crossfade position x of 0..1, by a polynomial of seventh degree, so
-// that two taps at x and 1 - x keep their common power. Number: a double or a vector of them. [audio]
+// Equal-power weight sin(pi/2 x) of a crossfade position x of 0..1, by a polynomial of seventh degree (of the
+// form that Hastings tabulates, Approximations for Digital Computers, 1955), so that two taps at x and 1 - x
+// keep their common power. Number: a double or a vector of them. [audio]
 template <typename Number> [[gnu::always_inline]] inline Number crossfadeWeight(Number x) noexcept {
   const Number x2 = x * x;
   return x * (1.570791011 + x2 * (-0.6458928493 + x2 * (0.0794343442 + x2 * -0.004333095)));
@@ -87,5 +89,5 @@ inline int32_t writableAhead(double delay, int32_t lineLength) noexcept {
 
 // Fills chunk.shifted from the chunk's delays and sweep. [audio]
 void readTaps(const DelayLineView& view, Chunk& chunk) noexcept;
-// Sample i alone.
+// Sample i alone. [audio]
 void readSample(const DelayLineView& view, int32_t i, Chunk& chunk) noexcept;

@@ -14,7 +14,8 @@
 #include "framework/Q_TypeBase.h"
 
 // Two taps of a circular delay line sweep at the speed that the pitch ratio demands and are crossfaded with
-// equal power where one of them jumps back (the rotating-head method of tape pitch shifters). Sources by the
+// equal power where one of them jumps back (the rotating-head method of tape pitch shifters; Puckette, The
+// Theory and Technique of Electronic Music, chapter 7, on pitch shifting with delay lines). Sources by the
 // thread that calls them: TreadshiftParameters.cpp [any thread], TreadshiftSetUp.cpp [host, processing
 // stopped], TreadshiftControl.cpp, TreadshiftProcess.cpp and TreadshiftPasses.cpp [audio].
 //
@@ -24,6 +25,7 @@ public:
   // Sixteen "Init" programs, the first one live; one channel in, one out. host: may be null. Allocates;
   // throws std::bad_alloc when memory cannot be had. [host, processing stopped]
   explicit Treadshift(HostCallback host);
+  // Frees all that it holds. [host, processing stopped]
   ~Treadshift() override;
 
   // Builds everything that depends on the rate and clears the delay line. The rate in force does nothing,
@@ -80,9 +82,10 @@ public:
   bool getEffectName(char* text) override;
   bool getVendorString(char* text) override;
   bool getProductString(char* text) override;
-  int getVendorVersion() override; // 1000
-  int getPlugCategory() override;  // 1: an effect
 
+  // Constants, whatever the jack. [any thread]
+  int getVendorVersion() override;          // 1000
+  int getPlugCategory() override;           // 1: an effect
   int getNumOfInJacks() override;           // 1
   int getNumOfOutJacks() override;          // 1
   int getNumOfInSig(int jack) override;     // 1
@@ -92,7 +95,7 @@ public:
   int getDryInSigNum() override;            // -1
 
   // Makes a program current and its values live; waits for a block in progress. program: 0..15, any other
-  // is ignored. [any thread but inside a block]
+  // is ignored. [any thread]
   virtual void setProgram(long program);
 
 protected:

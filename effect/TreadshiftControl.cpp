@@ -1,4 +1,5 @@
-// From parameters to pitch, gains and tone: everything slower than a sample. [audio, set-up]
+// From parameters to pitch, gains and tone: everything slower than a sample.
+// [audio; host, processing stopped]
 #include "effect/Treadshift.h"
 
 #include "effect/ColorTable.h"

@@ -17,7 +17,7 @@ public:
   // Copies at most 23 characters. text: zero-terminated, not null. [any thread] Allocates nothing.
   void setName(const char* text) noexcept;
 
-  // Whether nobody has named the program yet.
+  // Whether nobody has named the program yet. [any thread]
   bool isUnnamed() const noexcept;
 
   float values[kParameterCount]; // 0..1, by Parameter

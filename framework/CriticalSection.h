@@ -20,13 +20,13 @@ public:
   CriticalSection& operator=(const CriticalSection&) = delete;
 
   void lock() { pthread_mutex_lock(&mutex); }     // [any thread]
-  void unlock() { pthread_mutex_unlock(&mutex); } // [the thread that locked]
+  void unlock() { pthread_mutex_unlock(&mutex); } // [any thread] the one that locked
 
 private:
   pthread_mutex_t mutex;
 };
 
-// Holds the lock for the life of a scope.
+// Holds the lock for the life of a scope. [any thread] one scope, one thread.
 class CriticalSectionHolder {
 public:
   explicit CriticalSectionHolder(CriticalSection& section) : held(section) { held.lock(); }

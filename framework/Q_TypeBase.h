@@ -24,8 +24,8 @@ public:
   virtual void setListner(Q_VstListner* listner); // the argument is dropped
   // The text of `value` as parameter `index` would show it; text holds 9 bytes. Here: left untouched.
   virtual void getParameterDisplayOf(int index, float value, char* text);
-  virtual int getHeaderVersion(); // the field
-  virtual void setTime(float seconds);
+  virtual int getHeaderVersion();      // the field
+  virtual void setTime(float seconds); // does nothing
 
 protected:
   double baseTime;       // s

@@ -7,10 +7,10 @@
 // owns the handle closes the effect through its record (opcode 1) and deletes the handle, in either order.
 class Q_TypeIF {
 public:
-  // record: the record to carry; the handle does not own it. Allocates nothing.
+  // record: the record to carry, or null; the handle does not own it. [any thread] Allocates nothing.
   explicit Q_TypeIF(AEffect* record);
 
-  // Leaves the effect alone. [any thread that owns the handle]
+  // Leaves the effect alone. [any thread] the handle's owner.
   virtual ~Q_TypeIF();
 
   AEffect* effect; // null until filled

@@ -46,9 +46,9 @@ struct BlockRun {
 };
 
 // One open effect from creation to its close request, which is the destructor's. Use one driver per audio
-// channel: the effect is mono. Every operation states its thread; "host" means the thread that owns the
-// driver while no block is running. An effect that runs in another process can be lost at any time: then
-// every operation throws EffectError, from the one on that notices.
+// channel: the effect is mono. Every operation states its thread (docs/threads.md); "host" means the thread
+// that owns the driver while no block is running. An effect that runs in another process can be lost at any
+// time: then every operation throws EffectError, from the one on that notices.
 class EffectDriver {
 public:
   EffectDriver() = default;
@@ -66,8 +66,8 @@ public:
   virtual std::int32_t request(std::int32_t opcode, std::int32_t index = 0, std::int32_t value = 0,
                                std::span<char> buffer = {}, float opt = 0.0f) const = 0;
 
-  // value: 0..1; an index the effect does not have is ignored (set) or answers 0 (get). [any thread, one at
-  // a time]
+  // value: 0..1; an index the effect does not have is ignored (set) or answers 0 (get). [any thread] One at a
+  // time.
   virtual void setParameter(std::int32_t index, float value) const = 0;
   virtual float parameter(std::int32_t index) const = 0;
 

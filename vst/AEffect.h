@@ -2,7 +2,9 @@
  *
  * Layout is the contract: a host compiled elsewhere reads these bytes. The reference is the 32-bit record
  * (144 bytes); a 64-bit build widens pointers, `reservedA`, `reservedB`, and the `value` and result of the
- * dispatcher and of the callback to pointer size, and keeps every other width (192 bytes). */
+ * dispatcher and of the callback to pointer size, and keeps every other width (192 bytes).
+ * Tags in brackets name the thread of a call; docs/threads.md defines them and gives one for every opcode.
+ * Every entry takes the record of a living effect; another address, null included, is not checked. */
 #ifndef TREADSHIFT_VST_AEFFECT_H
 #define TREADSHIFT_VST_AEFFECT_H
 
@@ -23,15 +25,19 @@ typedef struct AEffect AEffect;
 typedef intptr_t (*HostCallback)(AEffect* record, int32_t request, int32_t index, intptr_t value, void* ptr,
                                  float opt);
 
-/* Opcode entry: answers 0 for opcodes it does not know. Opcode 1 destroys the effect, record included. */
+/* Opcode entry: answers 0 for opcodes it does not know. Opcode 1 destroys the effect, record included.
+ * [as the opcode demands] */
 typedef intptr_t (*DispatchEntry)(AEffect* record, int32_t opcode, int32_t index, intptr_t value, void* ptr,
                                   float opt);
 
-/* Process entries: `frames` samples per channel; channel lists hold inputCount and outputCount pointers. */
+/* Process entries: `frames` samples per channel; channel lists hold inputCount and outputCount pointers. Here
+ * null lists or channels do nothing, fewer than 1 frame counts as 0, input and output may be one array, and
+ * only a block larger than announced by kOpSetBlockSize allocates. [audio] */
 typedef void (*ProcessEntry)(AEffect* record, float** inputs, float** outputs, int32_t frames);
 typedef void (*ProcessDoubleEntry)(AEffect* record, double** inputs, double** outputs, int32_t frames);
 
-/* Parameter entries: values run from 0 to 1; an index outside 0..parameterCount-1 is ignored or answers 0. */
+/* Parameter entries: values run from 0 to 1 and are stored unchecked; an index outside 0..parameterCount-1 is
+ * ignored or answers 0. Allocates nothing, waits for nothing. [any thread] */
 typedef void (*SetParameterEntry)(AEffect* record, int32_t index, float value);
 typedef float (*GetParameterEntry)(AEffect* record, int32_t index);
 
@@ -85,8 +91,10 @@ enum EffectFlag {
 #ifdef __cplusplus
 }
 #define TREADSHIFT_STATIC_ASSERT(condition) static_assert(condition, #condition)
-#else
+#elif defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
 #define TREADSHIFT_STATIC_ASSERT(condition) _Static_assert(condition, #condition)
+#else /* older C: an array of size -1 is no type; the same declaration may stand there any number of times */
+#define TREADSHIFT_STATIC_ASSERT(condition) extern char treadshiftAsserted[(condition) ? 1 : -1]
 #endif
 
 #if UINTPTR_MAX == UINT32_MAX

@@ -29,9 +29,9 @@ public:
 };
 
 // The virtual operations stand in the order of their slots in the virtual table, which hosts and tests rely
-// on: add nothing between them. Threads: [host, processing stopped] between suspend and resume, or before
-// the first block; [audio] inside a block; [any thread]. Nothing here allocates. Base operations whose
-// comment names no action do nothing and answer 0, false or the empty string.
+// on: add nothing between them. Threads: docs/threads.md defines the tags in brackets. Nothing here
+// allocates. Base operations whose comment names no action do nothing and answer 0, false or the empty
+// string; pointers that they do not use are not read.
 class AudioEffect {
 public:
   // host: the host's services, or null for none. numPrograms, numParams: counts told to the host.
@@ -45,7 +45,7 @@ public:
   AudioEffect& operator=(const AudioEffect&) = delete;
 
   // Decodes opcodes 0 to 24 (Opcodes.h) into the operations below; any other number answers 0.
-  // [the thread of the operation that the opcode names]
+  // [as the opcode demands]
   virtual intptr_t dispatcher(int opcode, int index, intptr_t value, void* ptr, float opt);
 
   virtual void open();    // [host, processing stopped]
@@ -58,11 +58,12 @@ public:
   // samples: the largest block to come; stored unchecked. [host, processing stopped]
   virtual void setBlockSize(int samples);
 
-  // Single- and double-precision replacing process: `frames` samples per channel. [audio]
+  // Single- and double-precision replacing process: `frames` samples per channel. The effect says what it
+  // makes of null lists and of fewer than 1 frame. [audio]
   virtual void processReplacing(float** inputs, float** outputs, int frames) = 0;
   virtual void processDoubleReplacing(double** inputs, double** outputs, int frames);
 
-  // value: 0..1. [any thread]
+  // value: 0..1. The effect says what it makes of an index that is no parameter's. [any thread]
   virtual void setParameter(int index, float value);
   virtual float getParameter(int index);
   // A change made by the effect itself: sets the parameter, then reports it to the host. [any thread]
@@ -71,8 +72,9 @@ public:
   // The current program's number; setProgram stores it unchecked. [any thread]
   virtual int getProgram();
   virtual void setProgram(int program);
+  // The current program's name. text: the effect says how long; null is ignored. [host]
   virtual void setProgramName(char* text);
-  virtual void getProgramName(char* text); // [any thread]
+  virtual void getProgramName(char* text);
 
   // Texts of a parameter; a null text is ignored. [any thread]
   virtual void getParameterLabel(int index, char* text);
@@ -93,6 +95,7 @@ public:
   virtual void programsAreChunks(bool state);
   virtual void setInitialDelay(int samples);
 
+  // What is stored. [any thread]
   virtual AEffEditor* getEditor(); // null: none
   virtual AEffect* getAeffect();   // address of the record inside this object
   virtual float getSampleRate();   // Hz
@@ -115,6 +118,8 @@ public:
   virtual void float2string(float value, char* text, int maxLen);
   virtual void int2string(int value, char* text, int maxLen); // 100000000 and above: "Huge!"
 
+  // Of older interface versions: the process does nothing, the rest stores into the record.
+  // [audio; host, processing stopped] as their present counterparts.
   virtual void __processDeprecated(float** inputs, float** outputs, int frames);
   virtual float __getVuDeprecated();
   virtual void __hasVuDeprecated(bool state);
@@ -128,7 +133,8 @@ public:
   void setEditor(AEffEditor* newEditor);
 
   // The record's entries: each finds the object through the record and calls the virtual operation. No
-  // exception passes them; a call that throws answers 0. Opcode 1 destroys the object and answers 1.
+  // exception passes them; a call that throws answers 0. Opcode 1 destroys the object and answers 1. record:
+  // not null, of a living object. The thread is the operation's.
   static intptr_t dispatchEffectClass(AEffect* record, int32_t opcode, int32_t index, intptr_t value,
                                       void* ptr, float opt);
   static void processClassReplacing(AEffect* record, float** inputs, float** outputs, int32_t frames);
@@ -138,11 +144,12 @@ public:
   static float getParameterClass(AEffect* record, int32_t index);
 
 protected:
-  // Sends one request to the host and gives its answer, or withoutCallback when there is no callback.
+  // Sends one request to the host and gives its answer, or withoutCallback when there is no callback. An
+  // exception of the host passes. [any thread] Never inside a block.
   intptr_t askHost(int32_t request, int32_t index = 0, intptr_t value = 0, void* ptr = nullptr,
                    float opt = 0.0f, intptr_t withoutCallback = 0);
 
-  // Sets or clears bits of the record's flags and leaves the others.
+  // Sets or clears bits of the record's flags and leaves the others. [host, processing stopped]
   void setFlag(int32_t bits, bool state);
 
   HostCallback hostCallback; // null: no host services

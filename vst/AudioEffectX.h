@@ -21,14 +21,16 @@ using VstOfflineOption = int32_t;
 // The virtual operations stand in slot order, behind those of AudioEffect: add nothing between them.
 // Three kinds, marked at each group: answers to the host, which an effect overrides (the base answer is in
 // the comment); requests to the host (number in HostRequest), which answer 0, false or null when there is
-// no callback; and speaker arrangements. Requests may be sent on any thread but never inside a block.
+// no callback; and speaker arrangements. Where a group has no tag, answers are [host] and requests are
+// [any thread], but never inside a block. Pointers are handed on unread, null included; only the operations
+// on arrangements look at them, and only they allocate.
 class AudioEffectX : public AudioEffect {
 public:
   // As AudioEffect. Asks the host nothing. [host, processing stopped]
   AudioEffectX(HostCallback host, int numPrograms, int numParams);
   ~AudioEffectX() override;
 
-  // Decodes opcodes 25 to 79 and hands every other number to AudioEffect.
+  // Decodes opcodes 25 to 79 and hands every other number to AudioEffect. [as the opcode demands]
   intptr_t dispatcher(int opcode, int index, intptr_t value, void* ptr, float opt) override;
 
   // Asks the host for events, if the effect is a synth or itself claims to receive MIDI.
@@ -51,7 +53,8 @@ public:
   virtual int beginLoadBank(VstPatchChunkInfo* info);                      // 0
   virtual int beginLoadProgram(VstPatchChunkInfo* info);                   // 0
 
-  // Requests. ioChanged tells the host of new channel counts or latency.
+  // Requests. ioChanged tells the host of new channel counts or latency. The two that store the answer are
+  // [host, processing stopped].
   virtual bool ioChanged();
   virtual float updateSampleRate(); // Hz; stores and gives the host's rate, 44100 when it names none
   virtual int updateBlockSize();  // samples; stores and gives the host's size, the old one when it names none
@@ -75,7 +78,7 @@ public:
   virtual int getCurrentProcessLevel();
   virtual int getAutomationState();
 
-  // Answers.
+  // Answers. [audio]
   virtual int processEvents(VstEvents* events);          // 0
   virtual int startProcess();                            // 0
   virtual int stopProcess();                             // 0
@@ -97,7 +100,7 @@ public:
   virtual int getGetTailSize(); // answer: samples, 0
   virtual void* getDirectory(); // request
 
-  // Answers.
+  // Answers. Names, versions and category are [any thread].
   virtual bool getEffectName(char* text);                                 // false
   virtual bool getVendorString(char* text);                               // false
   virtual bool getProductString(char* text);                              // false
@@ -147,7 +150,8 @@ public:
   virtual int offlineGetNumPasses();                                      // 0
   virtual int offlineGetNumMetaPasses();                                  // 0
 
-  // Requests and answers of older interface versions; they keep their slots.
+  // Requests and answers of older interface versions; they keep their slots. Those that store are
+  // [host, processing stopped].
   virtual int __wantEventsDeprecated(int filter);
   virtual int __tempoAtDeprecated(int position);
   virtual int __getNumAutomatableParametersDeprecated();

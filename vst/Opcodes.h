@@ -1,5 +1,5 @@
 /* Numbers that cross the host boundary: opcodes the host sends, requests the effect sends. Plain C.
- * Arguments not named are ignored; results not named are 0. */
+ * Arguments not named are ignored; results not named are 0. docs/threads.md has the thread of each opcode. */
 #ifndef TREADSHIFT_VST_OPCODES_H
 #define TREADSHIFT_VST_OPCODES_H
 
@@ -73,7 +73,7 @@ enum {
   kIdentifyAnswer = 0x4E764566 /* 'NvEf': a current-generation effect */
 };
 
-/* Effect to host, through HostCallback. */
+/* Effect to host, through HostCallback, on the thread of the call that leads to it; never inside a block. */
 enum HostRequest {
   kHostAutomate = 0, /* index: parameter; opt: its new value */
   kHostVersion = 1,  /* answers the host's interface version; 0: none */

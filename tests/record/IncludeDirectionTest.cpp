@@ -15,8 +15,8 @@ namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
 const fs::path kRoot = TREADSHIFT_SOURCE_DIR;
-const Names kFolders = {"vst",    "framework", "dsp",    "effect", "module", "host",
-                        "worker", "presets",   "render", "lv2",    "tests",  "bench"};
+const Names kFolders = {"vst",     "framework", "dsp", "effect", "module", "host",    "worker",
+                        "presets", "render",    "lv2", "tests",  "bench",  "examples"};
 
 struct Rule {
   std::string folder;
@@ -40,6 +40,7 @@ const std::vector<Rule> kRules = {
     {"presets", {"presets/"}},
     {"render", with(with(with(kRecordAlone, "host/"), "presets/"), "render/")},
     {"lv2", with(with(kRecordAlone, "host/"), "lv2/")},
+    {"examples", {"vst/AEffect.h", "vst/Opcodes.h", "vst/HostRecords.h"}},
 };
 
 bool startsWith(const std::string& text, const std::string& start) {

@@ -55,7 +55,12 @@ public:
   using Treadshift::pedalPos;
   using Treadshift::tone;
 
+  using Treadshift::baseTime;
+  using Treadshift::blockSize;
   using Treadshift::currentProgram;
+  using Treadshift::editor;
+  using Treadshift::headerVersion;
+  using Treadshift::hostCallback;
   using Treadshift::programs;
 
   using Treadshift::delayLength;
@@ -83,6 +88,7 @@ public:
   using Treadshift::dryGain;
   using Treadshift::lastCents;
   using Treadshift::mixMode;
+  using Treadshift::pitchPedal;
   using Treadshift::pitchRatio;
   using Treadshift::sweepRate;
   using Treadshift::toneCoef;
@@ -94,15 +100,18 @@ public:
   using Treadshift::lastTone;
   using Treadshift::prevToneCoef;
 
+  using Treadshift::sweepStart;
   using Treadshift::tapPos1;
   using Treadshift::tapPos2;
   using Treadshift::toneHighState;
   using Treadshift::toneLowState;
+  using Treadshift::turnPending;
   using Treadshift::writeIndex;
 
   using Treadshift::colorGain;
   using Treadshift::lastBlockSize;
   using Treadshift::onOffGain;
+  using Treadshift::scratchLength;
   using Treadshift::sweepBuffer;
 
   using Treadshift::centsToOctaves;

@@ -1,8 +1,7 @@
 // Which fields each event of an effect's life changes, and which it leaves alone.
-#include "ExposedTreadshift.h"
+#include "BusyEffect.h"
 #include "Snapshot.h"
 #include "tests/unit/dsp/Bits.h"
-#include "vst/Opcodes.h"
 
 #include <algorithm>
 #include <cmath>
@@ -14,23 +13,6 @@
 namespace {
 
 using Names = std::set<std::string>;
-
-// An effect in the middle of its life: sound in the line, a pedal on the move, both switches fading.
-struct BusyEffect : ExposedTreadshift {
-  BusyEffect() {
-    setSampleRate(44100.0f);
-    block(testSound(1000));
-    setParameter(kPedalPos, 0.7f);
-    setParameter(kColor, 0.9f);
-    setParameter(kOnOff, 0.0f);
-    block(testSound(300, 1000));
-  }
-
-  void selectProgram(int number) {
-    AEffect* record = getAeffect();
-    record->dispatchEntry(record, 2, 0, number, nullptr, 0.0f);
-  }
-};
 
 Names changedBy(const std::function<void(BusyEffect&)>& event) {
   BusyEffect e;

@@ -1,0 +1,35 @@
+// A Markdown page, taken apart into what can be checked.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+struct Page {
+  // A row of a table whose head has a column "Test" or "Tests".
+  struct Row {
+    std::string text;
+    std::vector<std::string> tests;
+  };
+
+  // A fenced block.
+  struct Fence {
+    std::string language;
+    std::string text; // its lines, each with its end
+  };
+
+  explicit Page(const std::string& text);
+
+  std::vector<std::string> tests;    // names in italics, which are tests' in these pages
+  std::vector<std::string> spans;    // code within a line
+  std::vector<std::string> code;     // lines of code blocks, fenced or indented
+  std::vector<std::string> links;    // targets, those of pictures as well
+  std::vector<std::string> headings; // as a link's fragment names them
+  std::vector<Fence> fences;
+  std::vector<Row> testedRows;
+
+private:
+  void takeProse(std::string text, const std::string& row = {});
+};
+
+std::string contentsOf(const std::filesystem::path& file);

@@ -1,0 +1,359 @@
+// What the pages say can be followed: tests, files, functions, options and links that they name are there.
+#include "Page.h"
+
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <map>
+#include <regex>
+#include <set>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+using Names = std::vector<std::string>;
+
+const fs::path kRoot = TREADSHIFT_SOURCE_DIR;
+const std::set<std::string> kProducts = {"build", "demo", ".git"}; // made by commands, not kept
+
+bool isProduct(const fs::path& path) { return kProducts.contains(path.begin()->string()); }
+
+// Every file of the tree by its path from the root.
+std::set<std::string> makeFiles() {
+  std::set<std::string> files;
+  for (auto entry = fs::recursive_directory_iterator(kRoot); entry != fs::end(entry); ++entry) {
+    const fs::path path = fs::relative(entry->path(), kRoot);
+    if (isProduct(path))
+      entry.disable_recursion_pending();
+    else
+      files.insert(path.string());
+  }
+  return files;
+}
+
+const std::set<std::string>& files() {
+  static const std::set<std::string> all = makeFiles();
+  return all;
+}
+
+bool isPage(const std::string& file) {
+  const fs::path path(file);
+  return path.extension() == ".md" && (path.parent_path().empty() || path.parent_path() == "docs");
+}
+
+std::map<std::string, Page> pages() {
+  std::map<std::string, Page> all;
+  for (const std::string& file : files())
+    if (isPage(file)) all.emplace(file, Page(contentsOf(kRoot / file)));
+  return all;
+}
+
+bool isSource(const std::string& file) {
+  static const std::set<std::string> kinds = {".h", ".cpp", ".c", ".in"};
+  return kinds.contains(fs::path(file).extension().string());
+}
+
+// The names of all test cases, taken from their sources, so that they are the same in every configuration.
+std::set<std::string> testNames() {
+  static const std::regex name(R"re(TEST_CASE(?:_FIXTURE)?\((?:\w+, )?\s*"([^"]*)"(?:\s*"([^"]*)")?)re");
+  std::set<std::string> names;
+  for (const std::string& file : files()) {
+    if (!isSource(file) || file.compare(0, 6, "tests/") != 0) continue;
+    const std::string text = contentsOf(kRoot / file);
+    for (std::sregex_iterator match(text.begin(), text.end(), name), end; match != end; ++match)
+      names.insert((*match)[1].str() + (*match)[2].str());
+  }
+  return names;
+}
+
+// Every word of every source and script.
+std::set<std::string> identifiers() {
+  static const std::regex word("[A-Za-z_]\\w*");
+  std::set<std::string> words;
+  for (const std::string& file : files()) {
+    if (!isSource(file)) continue;
+    const std::string text = contentsOf(kRoot / file);
+    for (std::sregex_iterator match(text.begin(), text.end(), word), end; match != end; ++match)
+      words.insert(match->str());
+  }
+  return words;
+}
+
+Names wordsOf(std::string line) {
+  for (char& character : line)
+    if (std::string("\"'()[]{},;<>=").find(character) != std::string::npos) character = ' ';
+  std::istringstream stream(line);
+  Names words;
+  for (std::string word; stream >> word;)
+    words.push_back(word);
+  return words;
+}
+
+Names codeOf(const Page& page) {
+  Names all = page.spans;
+  all.insert(all.end(), page.code.begin(), page.code.end());
+  return all;
+}
+
+Names missingTests(const Page& page, const std::set<std::string>& suite) {
+  Names missing;
+  for (const std::string& test : page.tests)
+    if (!suite.contains(test)) missing.push_back(test);
+  return missing;
+}
+
+Names rowsWithoutTest(const Page& page) {
+  Names rows;
+  for (const Page::Row& row : page.testedRows)
+    if (row.tests.empty()) rows.push_back(row.text);
+  return rows;
+}
+
+bool matchesSomeFile(const std::string& pattern) {
+  const std::size_t star = pattern.find('*');
+  const std::string start = pattern.substr(0, star), end = pattern.substr(star + 1);
+  return std::ranges::any_of(
+      files(), [&](const std::string& file) { return file.starts_with(start) && file.ends_with(end); });
+}
+
+// Whether a word is the path of something in a folder of the tree.
+bool looksLikePath(const std::string& word) {
+  const std::size_t slash = word.find('/');
+  return slash != std::string::npos && slash > 0 && files().contains(word.substr(0, slash));
+}
+
+bool isFileName(const std::string& word) {
+  static const std::regex name(R"(\w+\.(cpp|h|c|md|sh|cmake|ttl|conf|jq|awk|map))");
+  return std::regex_match(word, name);
+}
+
+bool isThere(const std::string& word) {
+  return files().contains(word) || matchesSomeFile(word.find('*') == std::string::npos ? "*/" + word : word);
+}
+
+Names missingFiles(const Page& page) {
+  Names missing;
+  const auto check = [&](const std::string& code, bool bareNames) {
+    for (std::string word : wordsOf(code)) {
+      while (word.ends_with('.') || word.ends_with(':') || word.ends_with('/'))
+        word.pop_back();
+      if ((looksLikePath(word) || (bareNames && isFileName(word))) && !isThere(word)) missing.push_back(word);
+    }
+  };
+  for (const std::string& span : page.spans)
+    check(span, true);
+  for (const std::string& line : page.code)
+    check(line, false); // a block may show files of other programs
+  return missing;
+}
+
+Names missingFunctions(const Page& page, const std::set<std::string>& words) {
+  static const std::regex call(R"((?:\w+::)*~?(\w+)\(\))"), member(R"((?:\w+::)+~?(\w+))");
+  Names missing;
+  for (const std::string& span : page.spans) {
+    std::smatch match;
+    if (!std::regex_match(span, match, call) && !std::regex_match(span, match, member)) continue;
+    if (!words.contains(match[1])) missing.push_back(span);
+  }
+  return missing;
+}
+
+// The file that tells the options of the command that a line of code runs; empty when it is none of ours.
+std::string helpOf(const std::string& code) {
+  for (const std::string& word : wordsOf(code)) {
+    if (word.starts_with("--") || word.ends_with("treadshift-render")) return "tests/render/golden/help.txt";
+    if (word.starts_with("script/")) return word;
+    if (word.find_first_of("=$_") == std::string::npos) return {}; // else a variable in front of the command
+  }
+  return {};
+}
+
+bool tells(const std::string& help, const std::string& option) {
+  const std::size_t at = help.find(option);
+  if (at == std::string::npos) return false;
+  const char next = at + option.size() < help.size() ? help[at + option.size()] : ' ';
+  if (!std::isalnum(static_cast<unsigned char>(next)) && next != '-') return true;
+  return tells(help.substr(at + 1), option);
+}
+
+Names missingOptions(const Page& page) {
+  static const std::regex option("--[a-z][a-z-]*");
+  Names missing;
+  for (const std::string& whole : codeOf(page)) {
+    const std::string code = whole.substr(0, whole.find(" # "));
+    const std::string file = helpOf(code);
+    if (file.empty() || !files().contains(file)) continue;
+    const std::string help = contentsOf(kRoot / file);
+    for (const std::string& word : wordsOf(code))
+      if (std::regex_match(word, option) && !tells(help, word)) missing.push_back(code);
+  }
+  return missing;
+}
+
+Names brokenLinks(const std::string& file, const Page& page) {
+  Names broken;
+  for (const std::string& link : page.links) {
+    if (link.find("://") != std::string::npos) continue;
+    const std::size_t hash = link.find('#');
+    const std::string name = link.substr(0, hash);
+    const fs::path target =
+        name.empty() ? fs::path(file) : (fs::path(file).parent_path() / name).lexically_normal();
+    if (!files().contains(target.string())) {
+      broken.push_back(link);
+    } else if (hash != std::string::npos) {
+      const Page there(name.empty() ? "" : contentsOf(kRoot / target));
+      const Names& headings = name.empty() ? page.headings : there.headings;
+      if (std::ranges::find(headings, link.substr(hash + 1)) == headings.end()) broken.push_back(link);
+    }
+  }
+  return broken;
+}
+
+// Every first group of a pattern in a file; comments that go on in the next line are joined before.
+Names matchesIn(const std::string& file, const std::string& pattern) {
+  static const std::regex lineEnd("\\n *(?://)? *");
+  const std::string text = std::regex_replace(contentsOf(kRoot / file), lineEnd, " ");
+  const std::regex expression(pattern);
+  Names all;
+  for (std::sregex_iterator match(text.begin(), text.end(), expression), end; match != end; ++match)
+    all.push_back((*match)[1]);
+  return all;
+}
+
+// A thread's tag, and the headers in which it has to be a defined one.
+const std::string kTag = R"((\[(?:any thread|audio|host|control|set-up|as the|the thread)[^\]=]*\]))";
+const std::set<std::string> kOtherSlots = {"destroy", "destroyAndFree", "setProgramLong"}; // told in words
+
+bool isHeader(const std::string& file) {
+  static const std::set<std::string> folders = {"vst", "framework", "dsp", "effect", "host"};
+  return file.ends_with(".h") && folders.contains(file.substr(0, file.find('/')));
+}
+
+void checkNone(const std::string& file, const std::string& what, const Names& wrong) {
+  for (const std::string& name : wrong)
+    FAIL_CHECK(file, ": ", what, ": ", name);
+}
+
+// A command's output, standard error included. It must succeed.
+std::string outputOf(const std::string& command) {
+  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+  REQUIRE(pipe);
+  std::string all;
+  char piece[4096];
+  while (const std::size_t count = std::fread(piece, 1, sizeof piece, pipe))
+    all.append(piece, count);
+  CAPTURE(all);
+  CHECK(pclose(pipe) == 0);
+  return all;
+}
+
+} // namespace
+
+TEST_CASE("every test that a page names exists") {
+  const std::set<std::string> suite = testNames();
+  CHECK(suite.size() > 300);
+  for (const auto& [file, page] : pages())
+    checkNone(file, "no test has this name", missingTests(page, suite));
+}
+
+TEST_CASE("every row of a table with tests names one") {
+  std::size_t rows = 0;
+  for (const auto& [file, page] : pages()) {
+    rows += page.testedRows.size();
+    checkNone(file, "no test in this row", rowsWithoutTest(page));
+  }
+  CHECK(rows > 50);
+}
+
+TEST_CASE("every file that a page names exists") {
+  for (const auto& [file, page] : pages())
+    checkNone(file, "there is no such file", missingFiles(page));
+}
+
+TEST_CASE("every function that a page names exists") {
+  const std::set<std::string> words = identifiers();
+  for (const auto& [file, page] : pages())
+    checkNone(file, "no source has this function", missingFunctions(page, words));
+}
+
+TEST_CASE("every option that a page names is told by the command's help") {
+  for (const auto& [file, page] : pages())
+    checkNone(file, "the command does not tell of this option", missingOptions(page));
+}
+
+TEST_CASE("every link of a page leads somewhere") {
+  for (const auto& [file, page] : pages())
+    checkNone(file, "this link leads nowhere", brokenLinks(file, page));
+}
+
+TEST_CASE("the readme leads to every page") {
+  const Page readme(contentsOf(kRoot / "README.md"));
+  for (const auto& [file, page] : pages()) {
+    CAPTURE(file);
+    CHECK((file == "README.md" || std::ranges::find(readme.links, file) != readme.links.end()));
+  }
+}
+
+TEST_CASE("the page on threads has every operation, every opcode and every tag of the headers") {
+  const Page page(contentsOf(kRoot / "docs/threads.md"));
+  const std::set<std::string> told(page.spans.begin(), page.spans.end());
+  const Names operations = matchesIn("tests/support/EffectSlots.h", "SLOT\\((\\w+),");
+  CHECK(operations.size() > 150);
+  const Names opcodes = matchesIn("vst/Opcodes.h", "(kOp\\w+) =");
+  CHECK(opcodes.size() > 60);
+  for (const Names& names : {operations, opcodes})
+    for (const std::string& name : names)
+      if (!told.contains(name) && !kOtherSlots.contains(name)) FAIL_CHECK(name, " has no tag");
+  for (const std::string& file : files()) {
+    if (!isHeader(file)) continue;
+    for (const std::string& tag : matchesIn(file, kTag))
+      if (!told.contains(tag)) FAIL_CHECK(file, ": the tag ", tag, " is not defined");
+  }
+}
+
+TEST_CASE("the page for host authors shows the example as it is") {
+  const Page page(contentsOf(kRoot / "docs/host-authors.md"));
+  const auto shown = std::ranges::find(page.fences, "c", &Page::Fence::language);
+  REQUIRE(shown != page.fences.end());
+  CHECK(shown->text == contentsOf(kRoot / "examples/host.c"));
+}
+
+#ifdef TREADSHIFT_HOST_EXAMPLE
+// Seven periods of the example's tone fit between the taps: 213.67 Hz, an octave up 427.34 Hz, counted in
+// half a second.
+TEST_CASE("the example bends a tone up by an octave in this width") {
+  const std::string heard = outputOf(std::string(TREADSHIFT_HOST_EXAMPLE) + " '" + TREADSHIFT_MODULE + "'");
+  CHECK((heard == "214 Hz became 426 Hz\n" || heard == "214 Hz became 428 Hz\n"));
+}
+#endif
+
+TEST_CASE("the checks of the pages trip on what they are there for") {
+  const Page page("# A heading\n\n"
+                  "A *test that is not there*, a **bold word**, `vst/Nothing.h`, `Nothing.cpp`,\n"
+                  "`Treadshift::nothingOfThisName()`, `nothingOfThisName()`, [away](docs/nothing.md) and\n"
+                  "[within](#no-heading), [here](#a-heading).\n\n"
+                  "| What | Test |\n|---|---|\n| one | *a test* |\n| two | none |\n\n"
+                  "    script/bench --slowly\n\n"
+                  "```sh\nbuild/x86_64/treadshift-render in.wav --louder   # with --colour\n```\n"
+                  "`--silent` `cmake --anything` `--color` `script/bench --quick`\n");
+  CHECK(missingTests(page, {"a test"}) == Names{"test that is not there"});
+  CHECK(rowsWithoutTest(page) == Names{"| two | none |"});
+  CHECK(missingFiles(page) == Names{"vst/Nothing.h", "Nothing.cpp"});
+  CHECK(missingFunctions(page, {"setPitch"}) ==
+        Names{"Treadshift::nothingOfThisName()", "nothingOfThisName()"});
+  CHECK(missingFunctions(page, {"nothingOfThisName"}).empty());
+  CHECK(brokenLinks("README.md", page) == Names{"docs/nothing.md", "#no-heading"});
+  CHECK(missingOptions(page) ==
+        Names{"--silent", "    script/bench --slowly", "build/x86_64/treadshift-render in.wav --louder  "});
+  REQUIRE(page.fences.size() == 1);
+  CHECK(page.fences[0].language == "sh");
+}
+
+TEST_CASE("wildcards, names without a folder and links between pages are followed") {
+  const Page page("`effect/Treadshift*.cpp` `effect/Nothing*.cpp` `AEffect.h` [x](../vst/AEffect.h)\n"
+                  "[y](performance.md#how-it-is-measured) [z](performance.md#nowhere)\n");
+  CHECK(missingFiles(page) == Names{"effect/Nothing*.cpp"});
+  CHECK(brokenLinks("docs/page.md", page) == Names{"performance.md#nowhere"});
+}
