@@ -81,7 +81,8 @@ std::vector<double> heardAt(const Placement& placement) {
 }
 
 bool sameBits(const std::vector<double>& one, const std::vector<double>& other) {
-  return one.size() == other.size() && std::memcmp(one.data(), other.data(), one.size() * sizeof(double)) == 0;
+  return one.size() == other.size() &&
+         std::memcmp(one.data(), other.data(), one.size() * sizeof(double)) == 0;
 }
 
 } // namespace

@@ -14,7 +14,7 @@
 namespace {
 
 constexpr float kRate = 8000.0f, kOtherRate = 11025.0f;
-constexpr int kLarge = 5000; // samples: more than any pedal here has been told of
+constexpr int kLarge = 5000;    // samples: more than any pedal here has been told of
 constexpr float kNoRate = 0.0f; // what the plain pedal is told where the module has no memory for a rate
 
 // Both pedals; unlike the plain one, the module may be short of memory.

@@ -106,8 +106,8 @@ void askEverything(const ModuleEffect& effect, int round) {
   char name[] = "Name 0";
   name[5] = static_cast<char>('0' + round % 10);
   effect.send(kOpSetProgramName, 0, 0, name);
-  for (int32_t opcode : {kOpGetProgramName, kOpGetEffectName, kOpGetVendorString, kOpGetProductString, kOpCanDo,
-                         kOpGetVstVersion, kOpGetVendorVersion, kOpGetPlugCategory, kOpIdentify,
+  for (int32_t opcode : {kOpGetProgramName, kOpGetEffectName, kOpGetVendorString, kOpGetProductString,
+                         kOpCanDo, kOpGetVstVersion, kOpGetVendorVersion, kOpGetPlugCategory, kOpIdentify,
                          kOpGetProgram, kOpGetTailSize, kOpStartProcess, kOpBeginSetProgram})
     effect.send(opcode, 0, 0, buffer.data());
   for (int32_t index = 0; index < 5; ++index) {

@@ -8,11 +8,11 @@
 
 namespace {
 
-constexpr unsigned kFlags = 0x3F;                // exceptions met so far: every calculation may leave some
-constexpr unsigned kDefaultWord = 0x1F80;        // round to nearest, exceptions masked
-constexpr unsigned short kDefaultX87 = 0x37F;    // the same, with extended precision
-constexpr unsigned short kX87Empty = 0xFFFF;     // tags of eight empty registers
-constexpr unsigned long kDirectionDown = 0x400;  // flag of the string instructions
+constexpr unsigned kFlags = 0x3F;               // exceptions met so far: every calculation may leave some
+constexpr unsigned kDefaultWord = 0x1F80;       // round to nearest, exceptions masked
+constexpr unsigned short kDefaultX87 = 0x37F;   // the same, with extended precision
+constexpr unsigned short kX87Empty = 0xFFFF;    // tags of eight empty registers
+constexpr unsigned long kDirectionDown = 0x400; // flag of the string instructions
 
 struct Arithmetic {
   unsigned word; // control and status of the vector unit
@@ -99,9 +99,8 @@ void callEveryOpcode(const Host& host, AEffect* record) {
       const bool takesAddress = opcode == kOpGetSpeakerArrangement;
       const intptr_t value = takesAddress ? reinterpret_cast<intptr_t>(&place) : index;
       const float opt = opcode == kOpSetSampleRate ? 8000.0f + static_cast<float>(index) : 0.5f;
-      host.call(opcodeName(opcode), [&] {
-        return record->dispatchEntry(record, opcode, index, value, buffer, opt);
-      });
+      host.call(opcodeName(opcode),
+                [&] { return record->dispatchEntry(record, opcode, index, value, buffer, opt); });
     }
   }
 }
@@ -139,11 +138,11 @@ void callSlots(const Host& host, void* object) {
       callSlot<void, int, float, char*>(object, Slot::getParameterDisplayOf, index, 0.123f, text);
     });
   host.call("decibels", [&] { callSlot<void, float, char*, int>(object, Slot::dB2string, 0.3f, text, 8); });
-  host.call("milliseconds", [&] { callSlot<void, float, char*, int>(object, Slot::ms2string, 77.0f, text, 8); });
+  host.call("milliseconds",
+            [&] { callSlot<void, float, char*, int>(object, Slot::ms2string, 77.0f, text, 8); });
   host.call("hertz", [&] { callSlot<void, float, char*, int>(object, Slot::Hz2string, 77.0f, text, 8); });
   host.call("host's rate", [&] { return callSlot<float>(object, Slot::updateSampleRate); });
-  host.call("automation",
-            [&] { callSlot<void, int, float>(object, Slot::setParameterAutomated, 4, 0.25f); });
+  host.call("automation", [&] { callSlot<void, int, float>(object, Slot::setParameterAutomated, 4, 0.25f); });
   host.call("program", [&] { callSlot<void, long>(object, Slot::setProgramLong, 3); });
 }
 

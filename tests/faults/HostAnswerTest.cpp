@@ -44,7 +44,8 @@ bool sameBits(const std::vector<double>& one, const std::vector<double>& other) 
 
 // Asks for a number, by a slot of the module's table, at every answer.
 template <typename Result, typename... Arguments>
-void checkConversion(Slot slot, intptr_t (*expected)(intptr_t), std::type_identity_t<Arguments>... arguments) {
+void checkConversion(Slot slot, intptr_t (*expected)(intptr_t),
+                     std::type_identity_t<Arguments>... arguments) {
   CAPTURE(nameOf(slot));
   ScriptedHost host;
   const ModuleEffect effect(ScriptedHost::callback);
@@ -68,8 +69,8 @@ TEST_CASE("a host that answers everything with one number hears what any host he
   for (const char* factory : kFactoryNames) {
     const std::vector<double> usual = playWith(plainHost, factory);
     CHECK(std::ranges::any_of(usual, [](double x) { return std::abs(x) > 0.1; }));
-    for (HostCallback host : {stubbornHost<-1>, stubbornHost<1>, stubbornHost<2>, stubbornHost<INT_MIN>,
-                              stubbornHost<INT_MAX>})
+    for (HostCallback host :
+         {stubbornHost<-1>, stubbornHost<1>, stubbornHost<2>, stubbornHost<INT_MIN>, stubbornHost<INT_MAX>})
       CHECK(sameBits(playWith(host, factory), usual));
     CHECK(moduleFactory(factory)(stubbornHost<0>) == nullptr);
   }

@@ -11,7 +11,8 @@ namespace {
 constexpr int kOnOff = 0, kTone = 2, kColor = 3, kPedalPos = 4, kParameters = 5;
 constexpr float kRate = 8000.0f;
 constexpr float kOtherRate = 1000.0f;
-constexpr float kGood[kParameters] = {1.0f, 0.0f, 0.8f, 0.8f, 0.3f}; // row 6, whose dry gain follows the pedal
+constexpr float kGood[kParameters] = {1.0f, 0.0f, 0.8f, 0.8f,
+                                      0.3f}; // row 6, whose dry gain follows the pedal
 
 template <typename Side> void setGoodValues(Side& side) {
   for (int index = 0; index < kParameters; ++index)
@@ -217,10 +218,10 @@ TEST_CASE("what an odd value leaves nowhere goes by itself") {
 
 // A recursive filter never forgets what is not finite, and clearing the delay line is all that resuming does.
 TEST_CASE("what an odd value leaves in a filter outlasts good values and resuming, until a new rate") {
-  const std::pair<int, double> lasting[] = {
-      {kTone, kAudioNaN},       {kTone, kAudioInfinity},           {kPedalPos, kAudioNaN},
-      {kPedalPos, kAudioInfinity}, {kPedalPos, -kAudioInfinity}, {kParameters, kAudioNaN},
-      {kParameters, kAudioInfinity}};
+  const std::pair<int, double> lasting[] = {{kTone, kAudioNaN},           {kTone, kAudioInfinity},
+                                            {kPedalPos, kAudioNaN},       {kPedalPos, kAudioInfinity},
+                                            {kPedalPos, -kAudioInfinity}, {kParameters, kAudioNaN},
+                                            {kParameters, kAudioInfinity}};
   for (const auto& [index, value] : lasting) {
     CAPTURE(index);
     CAPTURE(value);

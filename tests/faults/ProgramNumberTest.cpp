@@ -16,7 +16,8 @@ using Values = std::vector<float>;
 const Values kDefaults = {1.0f, 0.0f, 0.8f, 0.5f, 0.0f};
 
 std::vector<intptr_t> negativeNumbers() {
-  std::vector<intptr_t> all = {-1, -2, -15, -16, -17, -1000, INT_MIN + 1, INT_MIN, INTPTR_MIN, INTPTR_MIN + 3};
+  std::vector<intptr_t> all = {-1,    -2,          -15,     -16,        -17,
+                               -1000, INT_MIN + 1, INT_MIN, INTPTR_MIN, INTPTR_MIN + 3};
   if (sizeof(intptr_t) == 8) { // negative with a low half that is a program's number, or above all
     const auto turn = static_cast<intptr_t>(int64_t{1} << 32);
     all.insert(all.end(), {-turn, -turn + 3, -turn + 15, -turn + 16, -turn + INT_MAX});

@@ -13,26 +13,12 @@ struct Rate {
   bool runs; // a fade of 16 ms has a sample, and two seconds of samples fit into 31 bits
 };
 
-const Rate kRates[] = {{0.0f, false},
-                       {-0.0f, false},
-                       {0.5f, false},
-                       {1.0f, false},
-                       {10.0f, false},
-                       {15.0f, false},
-                       {62.0f, false},
-                       {62.5f, true},
-                       {44100.5f, true},
-                       {1e6f, true},
-                       {0x1p30f, false},
-                       {1e20f, false},
-                       {-1.0f, false},
-                       {-62.5f, false},
-                       {-44100.0f, false},
-                       {-1e20f, false},
-                       {kQuietNaN, false},
-                       {-kQuietNaN, false},
-                       {kFloatInfinity, false},
-                       {-kFloatInfinity, false}};
+const Rate kRates[] = {
+    {0.0f, false},      {-0.0f, false},      {0.5f, false},           {1.0f, false},
+    {10.0f, false},     {15.0f, false},      {62.0f, false},          {62.5f, true},
+    {44100.5f, true},   {1e6f, true},        {0x1p30f, false},        {1e20f, false},
+    {-1.0f, false},     {-62.5f, false},     {-44100.0f, false},      {-1e20f, false},
+    {kQuietNaN, false}, {-kQuietNaN, false}, {kFloatInfinity, false}, {-kFloatInfinity, false}};
 
 void play(Duo& duo) {
   duo->setParameter(kColor, 0.5f);
