@@ -3,10 +3,15 @@
 
 #include "vst/Opcodes.h"
 
+#include <algorithm>
+
 namespace {
 
 // Values may carry a pointer or a number; numbers are 32 bits wide on every target.
 int number(intptr_t value) { return static_cast<int>(value); }
+
+// A number that is negative stays so, however large it is where values are wider than 32 bits.
+int negativeKept(intptr_t value) { return number(std::max<intptr_t>(value, INT32_MIN)); }
 
 template <typename Record> Record* pointer(intptr_t value) { return reinterpret_cast<Record*>(value); }
 
@@ -32,7 +37,7 @@ intptr_t AudioEffect::dispatcher(int opcode, int index, intptr_t value, void* pt
     return 0;
   case kOpSetProgram:
     // No lower bound on purpose: hosts may store a negative number.
-    if (value < programCount) setProgram(number(value));
+    if (value < programCount) setProgram(negativeKept(value));
     return 0;
   case kOpGetProgram:
     return getProgram();

@@ -1,5 +1,5 @@
 // Turns of the pedal that are easy to miss, each played on purpose.
-#include "PedalPair.h"
+#include "Duo.h"
 #include "tests/support/ControlWord.h"
 
 #include <cmath>
@@ -11,39 +11,6 @@ namespace {
 constexpr int kOnOff = 0, kTone = 2, kColor = 3, kPedalPos = 4;
 constexpr float kRow1 = 0.125f, kRow2 = 0.25f, kRow3 = 0.375f, kRow6 = 0.75f, kRow7 = 0.875f;
 constexpr int kFade8000 = 128; // samples: 0.016 s at 8000 Hz
-
-// The module and the plain pedal, played alike; differences fail the test where they appear.
-class Duo {
-public:
-  explicit Duo(float rateHz = 0.0f) : pair(plain, module) {
-    if (rateHz > 0) pair.setSampleRate(rateHz);
-  }
-  ~Duo() { MESSAGE(pair.samples() << " samples compared"); }
-
-  PedalPair* operator->() { return &pair; }
-  // A block of something that has no period in common with anything in the pedal.
-  void block(int n, bool inPlace = false) {
-    std::vector<double> input;
-    for (int i = 0; i < n; ++i)
-      input.push_back(std::fmod(0.618034 * static_cast<double>(++played), 1.0) - 0.5);
-    blockOf(input, n, inPlace);
-  }
-  void blockOf(const std::vector<double>& input, int n, bool inPlace = false) {
-    pair.process(input, n, inPlace);
-    if (pair.difference()) FAIL(describe(*pair.difference()));
-  }
-  void blocks(int count, int n) {
-    for (int k = 0; k < count; ++k)
-      block(n);
-  }
-  std::int64_t count(PlainEvent event) const { return plain.events()[event]; }
-
-private:
-  PlainSide plain;
-  ModulePedal module;
-  PedalPair pair;
-  long played = 0;
-};
 
 // Row 2 at half pedal is at +600 cents, row 3 at -1200.
 void playUpwardRowAtRest(Duo& duo) {

@@ -22,7 +22,9 @@ public:
 // The built module.
 class ModulePedal : public Pedal {
 public:
-  explicit ModulePedal(const std::string& file = TREADSHIFT_MODULE) : runner(file) {}
+  // file: the module. host: the host's services; null: the plainest host there is.
+  explicit ModulePedal(const std::string& file = TREADSHIFT_MODULE, HostCallback host = nullptr)
+      : runner(file, host) {}
   void setSampleRate(float rateHz) override { runner.setSampleRate(rateHz); }
   void setBlockSize(int samples) override { runner.setBlockSize(samples); }
   void resume() override { runner.resume(); }
@@ -31,6 +33,8 @@ public:
   void selectProgram(int number) override { runner.dispatch(kOpSetProgram, 0, number); }
   void loadProgram(int number) override;
   void process(const double* input, double* output, int n) override { runner.process(input, output, n); }
+
+  AEffect* record() const { return runner.record(); }
 
 private:
   EffectRunner runner;

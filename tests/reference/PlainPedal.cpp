@@ -130,11 +130,11 @@ void PlainPedal::setUp() {
   toneLow = toneHigh = dryGain = wetGain = centsAtToe = centsAtHeel = 0.0;
   sweepRate = 0.0;
 
-  sweep = std::make_unique<PlainTriangle>(0.0, 0.0, rateHz);
+  sweep.emplace(0.0, 0.0, rateHz);
   setUpToneCurves();
   lastTone = -1.0f;
-  pedalSmoother = std::make_unique<PlainFilter>(makeFilter(13, 5.0, rateHz));
-  shiftFilter = std::make_unique<PlainFilter>(makeFilter(0, 0.25 * rateHz, rateHz));
+  pedalSmoother = makeFilter(13, 5.0, rateHz);
+  shiftFilter = makeFilter(0, 0.25 * rateHz, rateHz);
   setUpSwitch(onOffSwitch, onOff);
   setUpSwitch(colorSwitch, color);
 

@@ -6,7 +6,7 @@
 #include "PlainFilter.h"
 #include "PlainTriangle.h"
 
-#include <memory>
+#include <optional>
 #include <vector>
 
 // x rounded to single precision. A function of its own, because a compiler that turns a loop of such
@@ -93,8 +93,8 @@ private:
   double lastPedal = 0, lastSmoothedPedal = 0;
 
   // sound
-  std::unique_ptr<PlainTriangle> sweep;
-  std::unique_ptr<PlainFilter> pedalSmoother, shiftFilter;
+  std::optional<PlainTriangle> sweep;
+  std::optional<PlainFilter> pedalSmoother, shiftFilter;
   std::vector<double> delayLine;
   int writeIndex = 0;
   double tapPos1 = 0, tapPos2 = 0; // samples
