@@ -32,6 +32,9 @@ public:
   void loadProgram(int number) override;
   void process(const double* input, double* output, int n) override { runner.process(input, output, n); }
 
+  float parameter(int index) const { return runner.parameter(index); }
+  int program() const { return static_cast<int>(runner.dispatch(kOpGetProgram)); }
+
 private:
   EffectRunner runner;
 };
@@ -49,6 +52,8 @@ public:
   void process(const double* input, double* output, int n) override { plain.process(input, output, n); }
 
   const PlainEvents& events() const { return plain.events; }
+  float parameter(int index) const { return plain.parameter(index); }
+  int program() const { return plain.program(); }
 
 private:
   PlainPedal plain;
