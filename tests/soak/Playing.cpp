@@ -15,7 +15,7 @@ constexpr int kSmallMovingBlock = 32;     // samples: what a moving pedal can al
 constexpr int kBlocksInPhase = 4000;      // at most, lest blocks of one sample take the whole day
 constexpr double kLongestPhase = 10.0;    // s
 constexpr double kChangesPerSecond = 2.5; // of anything but the pedal
-constexpr double kStepsPerSample = 12.0;  // of the plain pedal's sweep, on average
+constexpr double kStepsPerSample = 5.0;   // of the plain pedal's sweep, on average
 
 // How long the smoothed pedal moves after a move, generously: 1.2 s until double precision meets the target,
 // and 22.6 s down through all the smaller exponents to exactly 0.

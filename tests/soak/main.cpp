@@ -12,9 +12,11 @@ namespace {
 constexpr std::int64_t kMostHours = 100000;
 constexpr double kSecondsPerHour = 3600.0;
 
-// Hz. An hour at a high rate is a long one to play, so those come less often.
-const std::vector<float> kRates = {8000.0f,  8000.0f,  8000.0f,  22050.0f, 22050.0f, 22050.0f, 44100.0f,
-                                   44100.0f, 44100.0f, 48000.0f, 48000.0f, 48000.0f, 96000.0f, 192000.0f};
+// Hz. A second at a high rate is a long one to play, so those come less often.
+const std::vector<float> kRates = {8000.0f,  8000.0f,  8000.0f,  8000.0f,  8000.0f,  8000.0f,
+                                   8000.0f,  8000.0f,  22050.0f, 22050.0f, 22050.0f, 22050.0f,
+                                   22050.0f, 22050.0f, 44100.0f, 44100.0f, 44100.0f, 44100.0f,
+                                   48000.0f, 48000.0f, 48000.0f, 48000.0f, 96000.0f, 192000.0f};
 
 constexpr char kHelp[] =
     "usage: treadshift-soak HOURS [SEED [FIRST STEP]]\n"
