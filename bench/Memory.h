@@ -1,7 +1,7 @@
 // What one effect takes from the heap at 48 kHz, and when.
 #pragma once
 
-#include "bench/HeapCount.h"
+#include "tests/support/HeapCount.h"
 
 #include <string>
 

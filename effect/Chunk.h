@@ -21,6 +21,7 @@ struct Chunk {
   alignas(16) double delay1[kLongest];             // samples: where the first tap reads
   alignas(16) double delay2[kLongest];             // samples: where the second tap reads
   alignas(16) double dry[kLongest], wet[kLongest]; // linear gains
+  bool dryIsAmplified;                             // one of `dry` is beyond -1..1, or not a number
 
   alignas(16) double shifted[kLongest]; // both taps, crossfaded
   // States of the tone filter's branches: before sample i in element i, after it in element i + 1.

@@ -174,8 +174,9 @@ protected:
   void endFilters(const FilterRun& filters);
   void mixChunk(const Chunk& chunk, const BlockValues& block, bool steady, double* output) const;
   void passInput(const Chunk& chunk, double* output) const;
-  template <typename Gains>
-  void mixOn(const Chunk& chunk, const BlockValues& block, Gains gainsAt, double* output) const;
+  template <typename Gains, typename Input>
+  void mixOn(const Chunk& chunk, const BlockValues& block, Gains gainsAt, Input inputAt,
+             double* output) const;
   void fadeChunk(const Chunk& chunk, double* output) const;
 
   TreadshiftProgram* programAt(int number) const;

@@ -135,11 +135,14 @@ bool Treadshift::followPitch(Chunk& chunk, const BlockValues& block) {
 }
 
 void Treadshift::followGains(Chunk& chunk) const {
+  bool amplified = false;
   for (int32_t i = 0; i < chunk.samples; ++i) {
     const MixGains gains = mixGains(mixMode, chunk.pedal[i]);
     chunk.dry[i] = gains.dry;
     chunk.wet[i] = gains.wet;
+    amplified |= !(std::fabs(gains.dry) <= 1.0);
   }
+  chunk.dryIsAmplified = amplified;
 }
 
 // Every move of the pedal starts a new glide of the sweep to the end of the block.

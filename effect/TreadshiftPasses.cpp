@@ -5,11 +5,21 @@
 #include "effect/EvenShift.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace {
 
 constexpr float kOn = 1.0f;
 constexpr int32_t kLeastEvenSamples = 4; // a whole vector of any width
+
+// A zero that changes no number when it is added, in the rounding mode in force; the compiler, which takes
+// the mode to be the usual one, must not see that. Under flush-to-zero the sum makes a denormal number a zero
+// of its sign. A product with a gain between -1 and 1 leaves no more of it, but takes thirty times as long.
+double neutralZero() noexcept {
+  const volatile double zero = 0.0;
+  const double z = zero;
+  return -(z - z);
+}
 
 } // namespace
 
@@ -92,33 +102,41 @@ void Treadshift::endFilters(const FilterRun& filters) {
 void Treadshift::mixChunk(const Chunk& chunk, const BlockValues& block, bool steady, double* output) const {
   const auto held = [gains = MixGains{dryGain, wetGain}](int32_t) { return gains; };
   const auto followed = [&chunk](int32_t i) { return MixGains{chunk.dry[i], chunk.wet[i]}; };
+  const auto flushed = [&chunk, zero = neutralZero()](int32_t i) { return chunk.input[i] + zero; };
+  const auto unchanged = [&chunk](int32_t i) { return chunk.input[i]; };
   if (!block.fades && block.onOff != kOn)
     passInput(chunk, output);
+  else if (steady && std::fabs(dryGain) <= 1.0)
+    mixOn(chunk, block, held, flushed, output);
   else if (steady)
-    mixOn(chunk, block, held, output);
+    mixOn(chunk, block, held, unchanged, output);
+  else if (chunk.dryIsAmplified)
+    mixOn(chunk, block, followed, unchanged, output);
   else
-    mixOn(chunk, block, followed, output);
+    mixOn(chunk, block, followed, flushed, output);
   if (block.fades) fadeChunk(chunk, output);
 }
 
 void Treadshift::passInput(const Chunk& chunk, double* output) const {
   const double gain = onOffSwitch->steadyGain;
-  std::transform(chunk.input, chunk.input + chunk.samples, output, [gain](double x) { return gain * x; });
+  const double zero = neutralZero();
+  std::transform(chunk.input, chunk.input + chunk.samples, output,
+                 [gain, zero](double x) { return gain * (x + zero); });
 }
 
 // Dry and shifted sound; the gains of the tone filter's branches are on their ramps.
-template <typename Gains>
-void Treadshift::mixOn(const Chunk& chunk, const BlockValues& block, Gains gainsAt, double* output) const {
+template <typename Gains, typename Input>
+void Treadshift::mixOn(const Chunk& chunk, const BlockValues& block, Gains gainsAt, Input inputAt,
+                       double* output) const {
   const double k3 = prevToneCoef[2], k4 = prevToneCoef[3];
   const double k3Step = block.toneStep[2], k4Step = block.toneStep[3];
-  const double* __restrict input = chunk.input;
   double* __restrict out = output;
   for (int32_t i = 0; i < chunk.samples; ++i) {
     const int32_t inBlock = chunk.first + i;
     const double toned = (k3 + inBlock * k3Step) * (chunk.low[i] + chunk.low[i + 1]) +
                          (k4 + inBlock * k4Step) * (chunk.high[i + 1] - chunk.high[i]);
     const MixGains gains = gainsAt(i);
-    out[i] = gains.dry * input[i] + gains.wet * toned;
+    out[i] = gains.dry * inputAt(i) + gains.wet * toned;
   }
 }
 
@@ -127,6 +145,7 @@ void Treadshift::fadeChunk(const Chunk& chunk, double* output) const {
   const double* __restrict onOffGains = onOffGain + chunk.first;
   const double* __restrict colorGains = colorGain + chunk.first;
   const double* __restrict input = chunk.input;
+  const double zero = neutralZero();
   double* __restrict out = output;
   const float* values = onOffSwitch->valueBuffer + chunk.first;
   for (int32_t i = 0; i < chunk.samples;) {
@@ -140,6 +159,6 @@ void Treadshift::fadeChunk(const Chunk& chunk, double* output) const {
         out[i] = colorGains[i] * onOffGains[i] * out[i];
     else
       for (; i < end; ++i)
-        out[i] = onOffGains[i] * input[i];
+        out[i] = onOffGains[i] * (input[i] + zero);
   }
 }

@@ -34,7 +34,12 @@ public:
   void loadProgram(int number) override;
   void process(const double* input, double* output, int n) override { runner.process(input, output, n); }
 
+<<<<<<< HEAD
   AEffect* record() const { return runner.record(); }
+=======
+  float parameter(int index) const { return runner.parameter(index); }
+  int program() const { return static_cast<int>(runner.dispatch(kOpGetProgram)); }
+>>>>>>> long
 
 private:
   EffectRunner runner;
@@ -53,6 +58,8 @@ public:
   void process(const double* input, double* output, int n) override { plain.process(input, output, n); }
 
   const PlainEvents& events() const { return plain.events; }
+  float parameter(int index) const { return plain.parameter(index); }
+  int program() const { return plain.program(); }
 
 private:
   PlainPedal plain;

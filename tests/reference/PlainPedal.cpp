@@ -83,6 +83,11 @@ void PlainPedal::setParameter(int index, float value) {
   if (index == 4) pedalPos = value;
 }
 
+float PlainPedal::parameter(int index) const {
+  const float values[] = {onOff, mode, tone, color, pedalPos};
+  return values[index];
+}
+
 void PlainPedal::selectProgram(int number) {
   if (number < 16) currentProgram = number;
 }

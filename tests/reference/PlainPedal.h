@@ -21,8 +21,10 @@ public:
   void resume();
   // index: 0 On/Off, 1 Mode, 2 Tone, 3 Color, 4 PedalPos, others are ignored.
   void setParameter(int index, float value);
+  float parameter(int index) const; // index: 0..4
   // The host's program change: only the number counts; 16 and above are refused, negative ones are not.
   void selectProgram(int number);
+  int program() const { return currentProgram; }
   // The effect's own program change: number 0..15 and its five values, others are ignored.
   void loadProgram(int number);
   // One block; input and output may be the same array; n below 1 runs no sample.

@@ -1,8 +1,16 @@
-// Counts what is taken from the heap, by standing in for malloc in this whole process, modules included.
+// Counts what is asked of the heap, by standing in for malloc and its kin in this whole process, modules
+// included. Linking HeapCount.cpp is all it takes; a program that loads modules exports its symbols
+// (ENABLE_EXPORTS), so that they find it.
 #pragma once
 
 #include <cstddef>
 #include <vector>
+
+// Calls that took, changed or gave back memory since the process began.
+long heapCalls();
+
+// Bytes taken and not given back since the process began, as the C library rounds them.
+std::size_t heapLiveBytes();
 
 struct HeapCount {
   std::size_t allocations;         // since the start

@@ -1,9 +1,11 @@
-#include "bench/HeapCount.h"
+#include "tests/support/HeapCount.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <functional>
+#include <malloc.h>
 
 // The C library's own functions under the names that it keeps for those who replace malloc.
 extern "C" {
@@ -23,40 +25,55 @@ struct Block {
   std::size_t bytes;
 };
 
-bool counting = false;
+// Atomic, lest a compiler that knows what malloc does believes that nothing else changes them.
+std::atomic<long> calls = 0;
+std::atomic<std::size_t> liveBytes = 0;
+std::atomic<bool> counting = false;
 std::size_t allocations = 0;
 std::size_t blockCount = 0;
 Block blocks[kMostBlocks]; // fixed: counting must not allocate
 
-void* counted(void* place, std::size_t bytes) {
-  if (counting && place) {
-    ++allocations;
-    if (blockCount == kMostBlocks) std::abort();
-    blocks[blockCount++] = {place, bytes};
-  }
-  return place;
+void remember(void* place, std::size_t bytes) {
+  ++allocations;
+  if (blockCount == kMostBlocks) std::abort();
+  blocks[blockCount++] = {place, bytes};
 }
 
 void forget(void* place) {
-  if (!counting || !place) return;
   Block* const end = blocks + blockCount;
   Block* const found = std::find_if(blocks, end, [place](const Block& b) { return b.place == place; });
   if (found != end) *found = blocks[--blockCount];
 }
 
+void* taken(void* place, std::size_t bytes) {
+  ++calls;
+  if (!place) return nullptr;
+  liveBytes += malloc_usable_size(place);
+  if (counting) remember(place, bytes);
+  return place;
+}
+
+void givenBack(void* place) {
+  ++calls;
+  if (!place) return;
+  liveBytes -= malloc_usable_size(place);
+  if (counting) forget(place);
+}
+
 } // namespace
 
+#pragma GCC visibility push(default) // modules are to find these and not the C library's
 extern "C" {
-void* malloc(std::size_t bytes) noexcept { return counted(__libc_malloc(bytes), bytes); }
+void* malloc(std::size_t bytes) noexcept { return taken(__libc_malloc(bytes), bytes); }
 void* calloc(std::size_t count, std::size_t each) noexcept {
-  return counted(__libc_calloc(count, each), count * each);
+  return taken(__libc_calloc(count, each), count * each);
 }
 void* realloc(void* place, std::size_t bytes) noexcept {
-  forget(place);
-  return counted(__libc_realloc(place, bytes), bytes);
+  givenBack(place);
+  return taken(__libc_realloc(place, bytes), bytes);
 }
 void* memalign(std::size_t alignment, std::size_t bytes) noexcept {
-  return counted(__libc_memalign(alignment, bytes), bytes);
+  return taken(__libc_memalign(alignment, bytes), bytes);
 }
 void* aligned_alloc(std::size_t alignment, std::size_t bytes) noexcept { return memalign(alignment, bytes); }
 int posix_memalign(void** place, std::size_t alignment, std::size_t bytes) noexcept {
@@ -64,10 +81,14 @@ int posix_memalign(void** place, std::size_t alignment, std::size_t bytes) noexc
   return *place ? 0 : ENOMEM;
 }
 void free(void* place) noexcept {
-  forget(place);
+  givenBack(place);
   __libc_free(place);
 }
 }
+#pragma GCC visibility pop
+
+long heapCalls() { return calls; }
+std::size_t heapLiveBytes() { return liveBytes; }
 
 void startHeapCount() {
   allocations = blockCount = 0;

@@ -1,0 +1,58 @@
+#include "tests/soak/WatchedPedal.h"
+
+#include "tests/support/HeapCount.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+WatchedPedal::WatchedPedal(Pedal& watched, double bound) : pedal(watched), bound(bound) {}
+
+template <typename Call> void WatchedPedal::watch(Call call) {
+  const auto before = static_cast<std::int64_t>(heapLiveBytes());
+  call();
+  held += static_cast<std::int64_t>(heapLiveBytes()) - before;
+}
+
+void WatchedPedal::setSampleRate(float rateHz) {
+  watch([&] { pedal.setSampleRate(rateHz); });
+}
+void WatchedPedal::setBlockSize(int samples) {
+  watch([&] { pedal.setBlockSize(samples); });
+}
+void WatchedPedal::resume() {
+  watch([&] { pedal.resume(); });
+}
+void WatchedPedal::suspend() {
+  watch([&] { pedal.suspend(); });
+}
+void WatchedPedal::setParameter(int index, float value) {
+  watch([&] { pedal.setParameter(index, value); });
+}
+void WatchedPedal::selectProgram(int number) {
+  watch([&] { pedal.selectProgram(number); });
+}
+void WatchedPedal::loadProgram(int number) {
+  watch([&] { pedal.loadProgram(number); });
+}
+
+void WatchedPedal::process(const double* input, double* output, int n) {
+  watch([&] { pedal.process(input, output, n); });
+  for (int i = 0; i < n; ++i) {
+    const double magnitude = std::fabs(output[i]);
+    if (!(magnitude <= bound) && firstFault.empty()) { // not-a-numbers too
+      char text[128];
+      std::snprintf(text, sizeof text, "output sample %lld is %g, the bound is %g",
+                    static_cast<long long>(samples + i), output[i], bound);
+      firstFault = text;
+    }
+    peak = std::max(peak, magnitude);
+  }
+  samples += std::max(n, 0);
+}
+
+double WatchedPedal::takePeak() {
+  const double taken = peak;
+  peak = 0.0;
+  return taken;
+}
