@@ -23,7 +23,7 @@ void lfoTriangle::Excute(double rate, double upperDepth, double lowerDepth, int 
   startGlide(rate, numSamples);
   for (int i = 0; i < numSamples; ++i) {
     step = glideStep(i);
-    record(historyOffset + i);
+    record(historyOffset, i);
     value = shaped((phase - 0.5) * 2.0, upperDepth, lowerDepth) * 0.5 + 0.5;
     smoothValue(smoother);
     advance(phase, falling, step);
@@ -37,8 +37,9 @@ void lfoTriangle::settleAt(double rate) {
   firstCall = 0;
 }
 
-void lfoTriangle::record(int slot) {
-  if (slot >= kHistoryLength) return;
-  phaseHistory[slot] = phase;
-  directionHistory[slot] = falling;
+// Compared as a difference, because the sum of an offset far past the end and i may overflow.
+void lfoTriangle::record(int historyOffset, int i) {
+  if (historyOffset >= kHistoryLength - i) return;
+  phaseHistory[historyOffset + i] = phase;
+  directionHistory[historyOffset + i] = falling;
 }

@@ -63,7 +63,7 @@ public:
 
 private:
   void settleAt(double rate);
-  void record(int slot);
+  void record(int historyOffset, int i);
 
   double glideStart = 0.0;  // Hz: rate at the first sample of the run
   double glideRise = 0.0;   // Hz: from there to the last sample

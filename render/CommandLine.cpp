@@ -1,13 +1,13 @@
 #include "render/CommandLine.h"
 
 #include "render/Console.h"
-#include "render/Fault.h"
 #include "render/HelpFormatter.h"
 #include "render/HelpText.h"
 
 #include <charconv>
 #include <filesystem>
 #include <numeric>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -128,6 +128,27 @@ void CommandLine::addOtherOptions() {
 }
 
 void CommandLine::parse(int argc, char** argv) { app.parse(argc, argv); }
+
+// The library's words are "--tone: 1 required VALUE|FILE missing" and "Could not convert: --show = yes".
+Fault CommandLine::faultOf(const CLI::ParseError& error) {
+  constexpr std::string_view kRequired = ": 1 required ", kMissing = " missing";
+  constexpr std::string_view kConversion = "Could not convert: ", kEquals = " = ";
+  const std::string told = error.what();
+  const auto required = told.find(kRequired);
+  if (required != std::string::npos && told.ends_with(kMissing)) {
+    const std::string name = told.substr(0, required);
+    const auto type = required + kRequired.size();
+    return wrongCall(name, {}, "its value is missing",
+                     "give " + name + " " + told.substr(type, told.size() - kMissing.size() - type) +
+                         "; see treadshift-render --help");
+  }
+  const auto equals = told.find(kEquals);
+  if (told.starts_with(kConversion) && equals != std::string::npos) {
+    const std::string name = told.substr(kConversion.size(), equals - kConversion.size());
+    return wrongCall(name, told.substr(equals + kEquals.size()), "takes no value");
+  }
+  return wrongCall("command line", {}, told);
+}
 
 void CommandLine::print(const CLI::Success& asked) const {
   const bool wantsVersion = dynamic_cast<const CLI::CallForVersion*>(&asked) != nullptr;

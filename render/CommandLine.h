@@ -3,6 +3,7 @@
 
 #include "render/Batch.h"
 #include "render/ControlOptions.h"
+#include "render/Fault.h"
 #include "render/RenderJob.h"
 
 #include <CLI/CLI.hpp>
@@ -18,6 +19,9 @@ public:
   // Throws CLI::Success for --help and --version, which print() then answers; CLI::ParseError for what is no
   // option or lacks its value.
   void parse(int argc, char** argv);
+
+  // What a parse error that is no success says, in the manner of the other messages. Allocates.
+  static Fault faultOf(const CLI::ParseError& error);
 
   // Prints the help or the version that ended parse(). Throws Fault (couldNot).
   void print(const CLI::Success& asked) const;

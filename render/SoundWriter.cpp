@@ -68,8 +68,7 @@ SoundWriter::SoundWriter(Output& target, const SoundInfo& info, bool dither)
     : output(target), watchedFile{target.descriptor(), 0}, sound(info), bits(wholeNumberBits(info.format)),
       dithers(dither && bits != 0) {
   open();
-  // The chunk of peaks carries the time of writing: two renderings would differ.
-  sf_command(file.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+  leaveOutPeaks();
   if (bits != 0) wholeNumbers.resize(static_cast<std::size_t>(kSliceFrames) * sound.channels);
 }
 
@@ -83,6 +82,16 @@ void SoundWriter::open() {
   file.reset(output.isStream() ? sf_open_fd(output.descriptor(), SFM_WRITE, &info, SF_FALSE)
                                : sf_open_virtual(&kWatchedOperations, SFM_WRITE, &info, &watchedFile));
   refuseIncomplete(file != nullptr);
+}
+
+// The chunk of peaks carries the time of writing: two renderings would differ. The header of an AIFF file has
+// been written with it by now; what of that stands behind a very short sound would count as sound.
+void SoundWriter::leaveOutPeaks() {
+  sf_command(file.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+  if (isOf(sound.format, SF_FORMAT_AIFF) && ftruncate(output.descriptor(), 0) != 0) {
+    watchedFile.error = errno;
+    refuseIncomplete(false);
+  }
 }
 
 void SoundWriter::write(const double* samples, std::int64_t frames) {

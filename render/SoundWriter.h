@@ -39,6 +39,7 @@ public:
 
 private:
   void open();
+  void leaveOutPeaks();
   void writeSlice(const double* samples, std::int64_t frames);
   void quantize(const double* samples, std::size_t count);
   void refuseTooLong(std::int64_t frames);

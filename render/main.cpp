@@ -16,7 +16,6 @@
 #include <filesystem>
 #include <new>
 #include <optional>
-#include <regex>
 #include <string>
 #include <system_error>
 #include <unistd.h>
@@ -115,14 +114,6 @@ ExitStatus run(const CommandLine& line) {
   return line.renders() ? renderAndFollow(line) : ExitStatus::done;
 }
 
-// "--tone: 1 required VALUE missing" in the manner of the other messages.
-std::string parsingMessage(const CLI::ParseError& error) {
-  const std::string told = error.what();
-  const std::regex missing("(.*): 1 required (.*) missing");
-  return std::regex_replace(told, missing, "$1: its value is missing; give $1 $2") +
-         "; see treadshift-render --help";
-}
-
 ExitStatus runReportingFaults(int argc, char** argv) {
   CommandLine line;
   try {
@@ -132,8 +123,7 @@ ExitStatus runReportingFaults(int argc, char** argv) {
     line.print(helpOrVersion);
     return ExitStatus::done;
   } catch (const CLI::ParseError& error) {
-    printMessage(parsingMessage(error));
-    return ExitStatus::wrongCall;
+    throw CommandLine::faultOf(error);
   }
 }
 

@@ -34,12 +34,9 @@ public:
   void loadProgram(int number) override;
   void process(const double* input, double* output, int n) override { runner.process(input, output, n); }
 
-<<<<<<< HEAD
   AEffect* record() const { return runner.record(); }
-=======
   float parameter(int index) const { return runner.parameter(index); }
   int program() const { return static_cast<int>(runner.dispatch(kOpGetProgram)); }
->>>>>>> long
 
 private:
   EffectRunner runner;

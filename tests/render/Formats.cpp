@@ -54,6 +54,24 @@ TEST_CASE("formats of whole numbers and floats stay, and an idle pedal changes n
   }
 }
 
+TEST_CASE("the shortest sounds keep their length and samples in formats of floats") {
+  for (const char* extension : {".wav", ".aiff", ".aifc", ".au", ".caf", ".w64", ".rf64"}) {
+    for (const char* bits : {"float", "double"}) {
+      for (int frames : {1, 2, 5, 6}) {
+        CAPTURE(extension);
+        CAPTURE(bits);
+        CAPTURE(frames);
+        const Workspace work;
+        const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(frames)};
+        writeSound(work.path("in.wav"), in);
+        const std::string out = work.path(std::string("out") + extension);
+        CHECK(render({work.path("in.wav"), out, "--bits", bits, "--on", "off"}).status == 0);
+        CHECK(readSound(out).samples == in.samples);
+      }
+    }
+  }
+}
+
 TEST_CASE("compressed formats stay") {
   for (const Format& format : {Format{".ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS},
                                Format{".wav", SF_FORMAT_WAV | SF_FORMAT_IMA_ADPCM}}) {

@@ -60,6 +60,13 @@ std::string replaced(std::string bytes, std::size_t offset, const std::string& p
 
 } // namespace
 
+TEST_CASE("a flag that is given a value, of whatever length and characters") {
+  const Refusal refusal;
+  refusal.checkOption("--show 'perhaps': takes no value; see treadshift-render --help", {"--show=perhaps"});
+  refusal.checkOption("--play 'a?b': takes no value; ", {"--play=a\nb"});
+  refusal.checkOption("--verbose 'xxxx", {"--verbose=" + std::string(120000, 'x')});
+}
+
 TEST_CASE("calls that are wrong as they stand") {
   const Refusal refusal;
   refusal.check(2, "input: no recording is named; ", {});

@@ -72,6 +72,16 @@ TEST_CASE("a block past the histories' end gives the same wave and writes nothin
   CHECK(beyond.size() == 40);
 }
 
+TEST_CASE("the largest offset there is records nothing and leaves the wave as it is") {
+  const auto lfo = triangle();
+  std::fill_n(lfo->directionHistory, kSlots, uint8_t{9});
+  const auto inside = triangle();
+  const auto expected = run(*inside, 300.0, 40, 0);
+  const auto actual = run(*lfo, 300.0, 40, INT32_MAX);
+  CHECK(differences(actual.data(), expected.data(), 40) == 0);
+  CHECK(std::count(lfo->directionHistory, lfo->directionHistory + kSlots, 9) == kSlots);
+}
+
 TEST_CASE("going back by the histories restores phase and direction and not the rate") {
   const auto lfo = triangle();
   run(*lfo, 2000.0, 64, 0);
