@@ -16,7 +16,8 @@ using Names = std::vector<std::string>;
 
 const fs::path kRoot = TREADSHIFT_SOURCE_DIR;
 const Names kFolders = {"vst",    "framework", "dsp",    "effect", "module", "host",
-                        "worker", "presets",   "render", "lv2",    "tests",  "bench"};
+                        "worker", "presets",   "render", "lv2",    "tests",  "bench",
+                        "peers",  "quality"};
 
 struct Rule {
   std::string folder;
@@ -40,6 +41,8 @@ const std::vector<Rule> kRules = {
     {"presets", {"presets/"}},
     {"render", with(with(with(kRecordAlone, "host/"), "presets/"), "render/")},
     {"lv2", with(with(kRecordAlone, "host/"), "lv2/")},
+    {"peers", {"peers/"}},
+    {"quality", with(with(with(with(kRecordAlone, "host/"), "peers/"), "render/Colors.h"), "quality/")},
 };
 
 bool startsWith(const std::string& text, const std::string& start) {
