@@ -9,15 +9,13 @@ struct NodeCloser {
 };
 using Node = std::unique_ptr<LilvNode, NodeCloser>;
 
-// Every installed bundle's description, read once and kept as long as somebody uses it.
+// Every installed bundle's description, read once.
 std::shared_ptr<LilvWorld> sharedWorld() {
-  static std::weak_ptr<LilvWorld> known;
-  std::shared_ptr<LilvWorld> world = known.lock();
-  if (!world) {
-    world.reset(lilv_world_new(), lilv_world_free);
-    lilv_world_load_all(world.get());
-    known = world;
-  }
+  static const std::shared_ptr<LilvWorld> world = [] {
+    std::shared_ptr<LilvWorld> made(lilv_world_new(), lilv_world_free);
+    lilv_world_load_all(made.get());
+    return made;
+  }();
   return world;
 }
 
