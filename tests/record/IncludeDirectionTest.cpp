@@ -41,6 +41,8 @@ const std::vector<Rule> kRules = {
     {"render", with(with(with(kRecordAlone, "host/"), "presets/"), "render/")},
     {"lv2", with(with(kRecordAlone, "host/"), "lv2/")},
     {"examples", {"vst/AEffect.h", "vst/Opcodes.h", "vst/HostRecords.h"}},
+    {"peers", {"peers/"}},
+    {"quality", with(with(with(with(kRecordAlone, "host/"), "peers/"), "render/Colors.h"), "quality/")},
 };
 
 bool startsWith(const std::string& text, const std::string& start) {

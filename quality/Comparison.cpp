@@ -1,0 +1,109 @@
+#include "quality/Comparison.h"
+
+#include "quality/SettingReport.h"
+#include "quality/Sweep.h"
+
+#include <cmath>
+#include <stdexcept>
+
+namespace {
+
+struct IntervalReport {
+  SettingReport setting;
+  double chord; // 0..1
+};
+
+IntervalReport reportOn(const Contender& contender, double cents) {
+  const MakeShifter make = [&] { return contender.make(pedalFor(cents), kShortBlock); };
+  const std::optional<SettingReport> setting = reportOn(make, cents);
+  if (!setting) throw std::runtime_error(contender.name + " stays silent");
+  return {*setting, chordShare(make, std::exp2(cents / 1200.0))};
+}
+
+std::vector<std::string> intervalCells(const std::string& name, const IntervalReport& report) {
+  const SettingReport& setting = report.setting;
+  std::vector<std::string> cells = {name, signedDecimal(setting.cents - setting.intendedCents, 2),
+                                    spliceCell(setting), latencyCell(setting.delay),
+                                    decimal(setting.delay.spreadMs, 1),
+                                    decimal(100.0 * setting.delay.lostShare, 0)};
+  for (const std::string& cell : stringCells(setting.strings))
+    cells.push_back(cell);
+  cells.push_back(decimal(100.0 * report.chord, 1));
+  return cells;
+}
+
+// What sentences may quote.
+void quote(Page& page, const std::string& start, const IntervalReport& report) {
+  const SettingReport& setting = report.setting;
+  page.put(start + " latency", decimal(setting.delay.medianMs, 0));
+  page.put(start + " longest", decimal(setting.delay.longestMs, 0));
+  page.put(start + " spread", decimal(setting.delay.spreadMs, 0));
+  page.put(start + " lost", decimal(100.0 * setting.delay.lostShare, 0));
+  page.put(start + " chord", decimal(100.0 * report.chord, 0));
+  if (setting.spliceRate) page.put(start + " splices", decimal(*setting.spliceRate, 1));
+  if (!setting.strings) return;
+  page.put(start + " off", decimal(setting.strings->offCents, 0));
+  page.put(start + " sideband", decimal(-setting.strings->meanSidebandDb, 0));
+  page.put(start + " worst sideband", decimal(-setting.strings->sidebandDb, 0));
+  page.put(start + " ripple", decimal(setting.strings->meanRippleDb, 1));
+  page.put(start + " worst ripple", decimal(setting.strings->rippleDb, 1));
+}
+
+} // namespace
+
+Comparison::Comparison(const std::vector<Contender>& contenders, const CostRows& costRows, Announce hear)
+    : all(contenders), costs(costRows), announce(std::move(hear)) {}
+
+Table Comparison::emptyIntervalTable() {
+  return Table({"Shifter", "error, cents", "splices/s", "latency, ms", "spread, ms", "lost, %", "off, cents",
+                "sideband, dB", "ripple, dB", "chord, %"});
+}
+
+Table Comparison::intervalTable(double cents, Page& page) const {
+  Table table = emptyIntervalTable();
+  const std::string interval = signedDecimal(cents, 0);
+  for (const Contender& contender : all) {
+    if (!contender.reachesOctave && cents != kIntervals[3]) continue;
+    announce(contender.name + ", " + interval + " cents");
+    const IntervalReport report = reportOn(contender, cents);
+    table.add(intervalCells(contender.name, report));
+    quote(page, contender.key + " " + interval, report);
+  }
+  return table;
+}
+
+Table Comparison::emptyMovingTable() {
+  return Table({"Shifter", "step, blocks of 64, %", "step, blocks of 1024, %", "above 4 kHz, 64, dB",
+                "above 4 kHz, 1024, dB", "ns per sample"});
+}
+
+Table Comparison::movingTable(Page& page) const {
+  Table table = emptyMovingTable();
+  for (const Contender& contender : all) {
+    const double ns = costs.nsOf(contender.costRow);
+    page.put(contender.key + " ns", decimal(ns, 0));
+    page.put(contender.key + " times", decimal(ns / costs.nsOf(all.front().costRow), 0));
+    std::vector<std::string> cells = {contender.name, kNothing, kNothing, kNothing, kNothing, decimal(ns, 1)};
+    if (contender.reachesOctave) {
+      announce(contender.name + ", moving");
+      const auto sweep = [&](int blockSamples) {
+        return measuredSweep([&] { return contender.make(pedalFor(-1200.0), blockSamples); }, blockSamples);
+      };
+      const Sweep fine = sweep(kShortBlock), coarse = sweep(kLongBlock);
+      cells[1] = decimal(100.0 * fine.largestStep, 2);
+      cells[2] = decimal(100.0 * coarse.largestStep, 2);
+      cells[3] = decimal(fine.highDb, 1);
+      cells[4] = decimal(coarse.highDb, 1);
+      page.put(contender.key + " high", decimal(fine.highDb, 0));
+      page.put(contender.key + " coarse high", decimal(coarse.highDb, 0));
+    }
+    table.add(cells);
+  }
+  return table;
+}
+
+void Comparison::fill(Page& page) const {
+  for (const double cents : kIntervals)
+    page.put("table " + signedDecimal(cents, 0), intervalTable(cents, page).text());
+  page.put("table moving", movingTable(page).text());
+}

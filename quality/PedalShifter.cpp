@@ -1,0 +1,31 @@
+#include "quality/PedalShifter.h"
+
+double colorValue(int color) { return (color + 0.5) / 8.0; }
+
+PedalShifter::PedalShifter(const std::string& modulePath, const PedalSetting& setting, Heard heard)
+    : effect(modulePath), dry(heard == Heard::all ? 0.0 : dryGain(modulePath, setting)) {
+  setParameter(kOnOff, 1.0);
+  setParameter(kTone, setting.tone);
+  setParameter(kColor, colorValue(setting.color));
+  setPedal(setting.pedal);
+  effect.setSampleRate(static_cast<float>(kRateHz));
+  effect.setBlockSize(kLongBlock);
+  effect.resume();
+}
+
+double PedalShifter::dryGain(const std::string& modulePath, const PedalSetting& setting) {
+  PedalShifter untouched(modulePath, setting, Heard::all);
+  return untouched.play({1.0}, 1).front();
+}
+
+void PedalShifter::setPedal(double position) { setParameter(kPedal, position); }
+
+void PedalShifter::setParameter(int index, double value) {
+  effect.setParameter(index, static_cast<float>(value));
+}
+
+void PedalShifter::process(const double* input, double* output, int samples) {
+  effect.process(input, output, samples);
+  for (int n = 0; n < samples; ++n)
+    output[n] -= dry * input[n];
+}

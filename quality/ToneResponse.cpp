@@ -1,0 +1,26 @@
+#include "quality/ToneResponse.h"
+
+#include "quality/Fourier.h"
+#include "quality/PedalShifter.h"
+#include "quality/TestSounds.h"
+
+#include <cmath>
+
+namespace {
+
+constexpr int kUnshifted = 2; // the colour that sounds shifted only and starts at no shift
+constexpr int kSamples = 1 << 16;
+
+} // namespace
+
+ToneResponse::ToneResponse(const std::string& modulePath, double tone) {
+  PedalShifter pedal(modulePath, {.color = kUnshifted, .pedal = 0.0, .tone = tone}, Heard::all);
+  pedal.play(level(0.0, kLongBlock), kShortBlock); // the first block ramps the tone in
+  for (const std::complex<double>& bin : transform(pedal.play(impulses(kSamples, kSamples), kShortBlock)))
+    power.push_back(std::norm(bin));
+}
+
+double ToneResponse::db(double hz) const {
+  const auto bin = static_cast<std::size_t>(std::lround(hz * kSamples / kRateHz));
+  return 10.0 * std::log10(power[bin]);
+}
