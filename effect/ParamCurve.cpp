@@ -27,7 +27,8 @@ ParamCurve::~ParamCurve() { delete[] coeffs; }
 
 void ParamCurve::setPolynomial(const float* source, int32_t count) {
   const int32_t kept = source ? std::max<int32_t>(count, 0) : 0;
-  float* copy = kept > 0 ? std::copy_n(source, kept, new float[kept]) - kept : nullptr;
+  float* const copy = kept > 0 ? new float[kept] : nullptr;
+  std::copy_n(source, kept, copy);
   delete[] coeffs;
   coeffs = copy;
   order = kept;

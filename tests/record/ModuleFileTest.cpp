@@ -82,6 +82,8 @@ TEST_CASE("two names are exported, as functions, and nothing else") {
 }
 
 TEST_CASE("the libraries it names supply every symbol it wants") {
+  // Under an emulator the plain host below stands for this: it loads the module, which is bound at once.
+  if (*TREADSHIFT_EMULATOR) return;
   const auto lines = linesOf("ldd -r", TREADSHIFT_MODULE);
   CHECK(linesWith(lines, "undefined symbol") == 0);
   CHECK(linesWith(lines, "not found") == 0);

@@ -92,14 +92,18 @@ TEST_CASE("the pitch heard follows the drawn pedal") {
 TEST_CASE("a held pedal in every colour without dry sound has the listed interval") {
   const Workspace work;
   writeSound(work.path("in.wav"), tone(2.0));
-  for (const auto& [options, cents] :
-       {std::pair(std::vector<std::string>{"--color", "octave-up", "--pedal", "1"}, 1200.0),
-        std::pair(std::vector<std::string>{"--color", "octave-up", "--pedal", "0.25"}, 300.0),
-        std::pair(std::vector<std::string>{"--color", "two-octaves-down", "--pedal", "0.5"}, -1200.0),
-        std::pair(std::vector<std::string>{"--color", "two-octaves-down", "--pedal", "1"}, -2400.0),
-        std::pair(std::vector<std::string>{"--color", "five-octaves-down", "--pedal", "1"}, 1200.0)}) {
-    CAPTURE(options);
-    CHECK(std::abs(centsHeard(rendered(work, options), 1.5) - cents) < 6.0);
+  struct Row {
+    std::vector<std::string> options;
+    double cents;
+  };
+  const std::vector<Row> rows = {{{"--color", "octave-up", "--pedal", "1"}, 1200.0},
+                                 {{"--color", "octave-up", "--pedal", "0.25"}, 300.0},
+                                 {{"--color", "two-octaves-down", "--pedal", "0.5"}, -1200.0},
+                                 {{"--color", "two-octaves-down", "--pedal", "1"}, -2400.0},
+                                 {{"--color", "five-octaves-down", "--pedal", "1"}, 1200.0}};
+  for (const Row& row : rows) {
+    CAPTURE(row.options);
+    CHECK(std::abs(centsHeard(rendered(work, row.options), 1.5) - row.cents) < 6.0);
   }
 }
 

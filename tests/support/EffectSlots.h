@@ -13,6 +13,19 @@
 
 class Q_VstListner;
 
+// The place in the table that a pointer to a virtual member function carries in its first word: the byte
+// offset, and 1 more where that marks it as virtual. ARM marks it in the second word.
+template <typename MemberFunction> int slotOf(MemberFunction function) {
+#if defined(__arm__) || defined(__aarch64__)
+  constexpr intptr_t mark = 0;
+#else
+  constexpr intptr_t mark = 1;
+#endif
+  intptr_t firstWord;
+  std::memcpy(&firstWord, &function, sizeof firstWord);
+  return static_cast<int>((firstWord - mark) / static_cast<intptr_t>(sizeof(void*)));
+}
+
 // Every slot in order: name, result, arguments. A slot's number is its place in this list.
 #define TREADSHIFT_AUDIO_EFFECT_SLOTS(SLOT)                                                                  \
   SLOT(dispatcher, intptr_t, int, int, intptr_t, void*, float)                                               \

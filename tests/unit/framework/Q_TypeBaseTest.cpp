@@ -21,12 +21,6 @@ public:
   using Q_TypeBase::headerVersion;
 };
 
-template <typename MemberFunction> int slotOf(MemberFunction function) {
-  intptr_t firstWord;
-  std::memcpy(&firstWord, &function, sizeof firstWord);
-  return static_cast<int>((firstWord - 1) / static_cast<intptr_t>(sizeof(void*)));
-}
-
 std::ptrdiff_t offsetIn(const BareBase& bare, const void* field) {
   return static_cast<const char*>(field) - reinterpret_cast<const char*>(&bare);
 }

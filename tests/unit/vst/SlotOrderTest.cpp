@@ -9,14 +9,6 @@
 
 namespace {
 
-// The place in the table that a pointer to a virtual member function carries: one more than the byte
-// offset, in its first word.
-template <typename MemberFunction> int slotOf(MemberFunction function) {
-  intptr_t firstWord;
-  std::memcpy(&firstWord, &function, sizeof firstWord);
-  return static_cast<int>((firstWord - 1) / static_cast<intptr_t>(sizeof(void*)));
-}
-
 std::string textFrom(BareEffect& bare, Slot slot, int index) {
   char text[] = "untouched";
   bare.slot<void, int, char*>(slot, index, text);
