@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <xmmintrin.h>
 
 namespace {
 
@@ -17,6 +18,19 @@ template <typename Call> auto withoutThrowing(Call call) -> decltype(call()) {
     return decltype(call())();
   }
 }
+
+// The calling thread's control and status word, put back whole at the end of a scope: a host that watches the
+// marks of exceptions, or works with some unusual rounding, finds nothing of the effect's arithmetic in it.
+class HostsArithmetic {
+public:
+  HostsArithmetic() : word(_mm_getcsr()) {}
+  ~HostsArithmetic() { _mm_setcsr(word); }
+  HostsArithmetic(const HostsArithmetic&) = delete;
+  HostsArithmetic& operator=(const HostsArithmetic&) = delete;
+
+private:
+  unsigned word;
+};
 
 void writeEmpty(char* text) {
   if (text) text[0] = '\0';
@@ -50,6 +64,7 @@ AudioEffect::~AudioEffect() { delete editor; }
 
 intptr_t AudioEffect::dispatchEffectClass(AEffect* record, int32_t opcode, int32_t index, intptr_t value,
                                           void* ptr, float opt) {
+  const HostsArithmetic kept;
   AudioEffect* object = objectOf(record);
   const intptr_t answer = withoutThrowing([&] { return object->dispatcher(opcode, index, value, ptr, opt); });
   if (opcode != kOpClose) return answer;

@@ -8,7 +8,8 @@
 
 namespace {
 
-constexpr unsigned kFlags = 0x3F;               // exceptions met so far: every calculation may leave some
+constexpr unsigned kWhole = ~0u;                // of the vector unit's word: all of it, ...
+constexpr unsigned kControl = ~0x3Fu;           // ... or all but the marks of exceptions met so far
 constexpr unsigned kDefaultWord = 0x1F80;       // round to nearest, exceptions masked
 constexpr unsigned short kDefaultX87 = 0x37F;   // the same, with extended precision
 constexpr unsigned short kX87Empty = 0xFFFF;    // tags of eight empty registers
@@ -69,7 +70,7 @@ public:
     }
   }
   template <typename Call> auto call(const std::string& what, Call entry) const {
-    return call(what, ~kFlags, entry);
+    return call(what, kWhole, entry);
   }
 
 private:
@@ -105,7 +106,6 @@ void callEveryOpcode(const Host& host, AEffect* record) {
   }
 }
 
-// A block hands back even the flags, since it puts the whole word back.
 void callEveryProcessEntry(const Host& host, AEffect* record) {
   double input[64], output[64];
   for (int i = 0; i < 64; ++i)
@@ -115,42 +115,46 @@ void callEveryProcessEntry(const Host& host, AEffect* record) {
   float single[64] = {};
   float* singles[] = {single};
   for (int samples : {64, 1, 0, -1, 64}) {
-    host.call("double block", ~0u,
-              [&] { record->processDoubleReplacingEntry(record, inputs, outputs, samples); });
-    host.call("single block", ~0u, [&] { record->processReplacingEntry(record, singles, singles, samples); });
-    host.call("accumulating block", ~0u,
+    host.call("double block", [&] { record->processDoubleReplacingEntry(record, inputs, outputs, samples); });
+    host.call("single block", [&] { record->processReplacingEntry(record, singles, singles, samples); });
+    host.call("accumulating block",
               [&] { record->processAccumulatingEntry(record, singles, singles, samples); });
   }
-  host.call("no block", ~0u, [&] { record->processDoubleReplacingEntry(record, nullptr, nullptr, 64); });
+  host.call("no block", [&] { record->processDoubleReplacingEntry(record, nullptr, nullptr, 64); });
 }
 
 void callParameterEntries(const Host& host, AEffect* record) {
   for (int32_t index = -1; index < 6; ++index) {
-    host.call("set a parameter", ~0u, [&] { record->setParameterEntry(record, index, 0.7f); });
-    host.call("get a parameter", ~0u, [&] { return record->getParameterEntry(record, index); });
+    host.call("set a parameter", [&] { record->setParameterEntry(record, index, 0.7f); });
+    host.call("get a parameter", [&] { return record->getParameterEntry(record, index); });
   }
 }
 
+// The record's entries hand back even the marks of exceptions; what a host calls without them may leave some,
+// as any function may.
 void callSlots(const Host& host, void* object) {
   char text[64] = {};
   for (int index = 0; index < 5; ++index)
-    host.call("display of a value", [&] {
+    host.call("display of a value", kControl, [&] {
       callSlot<void, int, float, char*>(object, Slot::getParameterDisplayOf, index, 0.123f, text);
     });
-  host.call("decibels", [&] { callSlot<void, float, char*, int>(object, Slot::dB2string, 0.3f, text, 8); });
-  host.call("milliseconds",
+  host.call("decibels", kControl,
+            [&] { callSlot<void, float, char*, int>(object, Slot::dB2string, 0.3f, text, 8); });
+  host.call("milliseconds", kControl,
             [&] { callSlot<void, float, char*, int>(object, Slot::ms2string, 77.0f, text, 8); });
-  host.call("hertz", [&] { callSlot<void, float, char*, int>(object, Slot::Hz2string, 77.0f, text, 8); });
-  host.call("host's rate", [&] { return callSlot<float>(object, Slot::updateSampleRate); });
-  host.call("automation", [&] { callSlot<void, int, float>(object, Slot::setParameterAutomated, 4, 0.25f); });
-  host.call("program", [&] { callSlot<void, long>(object, Slot::setProgramLong, 3); });
+  host.call("hertz", kControl,
+            [&] { callSlot<void, float, char*, int>(object, Slot::Hz2string, 77.0f, text, 8); });
+  host.call("host's rate", kControl, [&] { return callSlot<float>(object, Slot::updateSampleRate); });
+  host.call("automation", kControl,
+            [&] { callSlot<void, int, float>(object, Slot::setParameterAutomated, 4, 0.25f); });
+  host.call("program", kControl, [&] { callSlot<void, long>(object, Slot::setProgramLong, 3); });
 }
 
 void liveUnder(const Arithmetic& arithmetic, const char* factoryName) {
   const Host host(arithmetic);
   const ModuleFactory factory = moduleFactory(factoryName);
-  CHECK(host.call("factory without a host", [&] { return factory(nullptr); }) == nullptr);
-  PlainHandle* handle = host.call(factoryName, [&] { return factory(plainHost); });
+  CHECK(host.call("factory without a host", kControl, [&] { return factory(nullptr); }) == nullptr);
+  PlainHandle* handle = host.call(factoryName, kControl, [&] { return factory(plainHost); });
   REQUIRE(handle);
   AEffect* record = handle->effect;
   callEveryProcessEntry(host, record); // no rate yet: it passes through
@@ -162,7 +166,7 @@ void liveUnder(const Arithmetic& arithmetic, const char* factoryName) {
   callSlots(host, record->objectRef);
   callEveryProcessEntry(host, record);
   host.call("close", [&] { return record->dispatchEntry(record, kOpClose, 0, 0, nullptr, 0.0f); });
-  host.call("delete the handle", [&] { deleteHandle(handle); });
+  host.call("delete the handle", kControl, [&] { deleteHandle(handle); });
 }
 
 } // namespace

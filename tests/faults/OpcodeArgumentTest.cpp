@@ -78,8 +78,9 @@ TEST_CASE("every opcode with extreme arguments, and the sound goes on") {
 
 TEST_CASE("opcodes that there are not answer 0 to anything") {
   Duo duo(8000.0f);
-  for (int32_t opcode : {INT_MIN, INT_MIN + 1, -65536, -1, 80, 81, 255, 256, 1000, 65536, 65537, 1 << 24,
-                         0x10000 + kOpClose, INT_MAX - 1, INT_MAX}) {
+  for (int32_t opcode : {INT_MIN, INT_MIN + 1, -65536, -1, 80, 81, 255, 256, 1000, 256 + kOpIdentify,
+                         65536 + kOpClose, 65536 + kOpIdentify, (1 << 24) + kOpGetVstVersion,
+                         INT_MIN + kOpGetVendorVersion, INT_MAX - 1, INT_MAX}) {
     CAPTURE(opcode);
     sendExtremes(duo.record(), opcode);
     duo.block(50);

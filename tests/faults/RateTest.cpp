@@ -1,6 +1,8 @@
 // Sample rates that cannot be run, before, between and after good ones, and a pedal that has none yet.
 #include "OddNumbers.h"
 #include "tests/property/Duo.h"
+#include "tests/record/Module.h"
+#include "vst/Opcodes.h"
 
 #include <algorithm>
 
@@ -102,6 +104,17 @@ TEST_CASE("before any rate a block passes, and resume, programs and parameters d
   duo->setSampleRate(44100.0f);
   play(duo);
   CHECK(duo.count(PlainEvent::OnSample) > 500);
+}
+
+TEST_CASE("a first rate of exactly -1 is the one in force: not even resuming follows") {
+  for (float rate : {-1.0f, 0.0f}) {
+    CAPTURE(rate);
+    const ModuleEffect effect;
+    SlotExchange exchange(effect.object(), kTreadshiftSlots);
+    exchange.record(Slot::resume);
+    effect.send(kOpSetSampleRate, 0, 0, nullptr, rate);
+    CHECK(slotCalls.size() == (rate == -1.0f ? 0u : 1u));
+  }
 }
 
 TEST_CASE("a first rate of exactly -1 leaves the pedal without one") {
