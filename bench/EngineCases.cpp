@@ -8,11 +8,13 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <span>
 #include <stdexcept>
 
 namespace {
 
 constexpr int32_t kBlocks[] = {1, 16, 64, 256, 1024, 4096}; // samples
+constexpr int32_t kFaintBlocks[] = {64, 256};               // samples: for what differs in its input alone
 constexpr int32_t kApproachBlock = 64;                      // samples: blocks that lead up to a timed run
 
 constexpr float kOctaveUp = 0.3f;         // Color: 0 cents at the heel, 1200 at the toe
@@ -23,10 +25,11 @@ constexpr int32_t kFadeSamples = 1536;    // out and in: twice 16 ms
 // One effect that has been running for a while.
 struct Engine {
   EffectRunner runner;
-  int32_t block;                     // samples
-  std::array<double, 4096> output{}; // largest block
-  int64_t played = 0;                // samples of timed runs
-  int64_t tailLeft = 0;              // samples of the decay still to come
+  int32_t block;                       // samples
+  std::array<double, 4096> output{};   // largest block
+  int64_t played = 0;                  // samples of timed runs
+  int64_t tailLeft = 0;                // samples of the decay still to come
+  const double* heard = benchSignal(); // in timed runs
 
   Engine(const std::string& modulePath, int32_t block, float color);
 
@@ -61,7 +64,7 @@ void Engine::moveAndWait(float pedal, int64_t samples) {
 template <typename Action> void Engine::play(Action beforeBlock) {
   for (int32_t done = 0; done < kBenchSamples; done += block, played += block) {
     beforeBlock(*this);
-    runner.process(benchSignal() + done, output.data(), block);
+    runner.process(heard + done, output.data(), block);
   }
 }
 
@@ -140,21 +143,58 @@ Case decaying(const EnginePointer& e) {
   return playing("decay", e, nothing, go);
 }
 
+// From the end of a loud passage: the line empties itself, and a tenth of a second later the filters' states
+// have decayed to where flush-to-zero ends them.
+template <typename Action> Case fallingSilent(const char* state, const EnginePointer& e, Action beforeBlock) {
+  e->heard = benchSilence();
+  e->set(kTone, 0.5f);
+  return playing(state, e, beforeBlock, [e](int32_t) { e->approach(kBenchSamples); });
+}
+
+Case silence(const EnginePointer& e) { return fallingSilent("silence", e, nothing); }
+Case movingSilence(const EnginePointer& e) { return fallingSilent("silence+moving", e, movePedal); }
+
+template <typename Action>
+Case hearingDenormals(const char* state, const EnginePointer& e, Action beforeBlock) {
+  e->heard = benchDenormals();
+  return playing(state, e, beforeBlock);
+}
+
+Case denormals(const EnginePointer& e) { return hearingDenormals("denormals", e, nothing); }
+Case movingDenormals(const EnginePointer& e) { return hearingDenormals("denormals+moving", e, movePedal); }
+Case denormalsWhileOff(const EnginePointer& e) {
+  e->set(kOnOff, 0.0f);
+  e->approach(kFadeSamples);
+  return hearingDenormals("denormals+off", e, nothing);
+}
+
+struct State {
+  Case (*make)(const EnginePointer&);
+  float color;
+};
+
+void addCases(std::vector<Case>& cases, const std::string& modulePath, std::span<const State> states,
+              std::span<const int32_t> blocks) {
+  for (const State& state : states) {
+    for (const int32_t block : blocks)
+      cases.push_back(state.make(std::make_shared<Engine>(modulePath, block, state.color)));
+  }
+}
+
 } // namespace
 
 std::vector<Case> engineCases(const std::string& modulePath) {
-  struct State {
-    Case (*make)(const EnginePointer&);
-    float color;
-  };
   constexpr State kStates[] = {{atRest, kOctaveUp},          {moving, kOctaveUp}, {afterMove, kOctaveUp},
                                {decaying, kOctaveEitherWay}, {fading, kOctaveUp}, {turningTone, kOctaveUp},
                                {fadingAndTurning, kOctaveUp}};
+  constexpr State kFaintStates[] = {{silence, kOctaveEitherWay},
+                                    {movingSilence, kOctaveEitherWay},
+                                    {denormals, kOctaveEitherWay},
+                                    {movingDenormals, kOctaveEitherWay},
+                                    {denormalsWhileOff, kOctaveEitherWay}};
   std::vector<Case> cases;
-  for (const State& state : kStates) {
-    for (const int32_t block : kBlocks)
-      cases.push_back(state.make(std::make_shared<Engine>(modulePath, block, state.color)));
-  }
+  addCases(cases, modulePath, kStates, kBlocks);
+  addCases(cases, modulePath, kFaintStates, kFaintBlocks);
   return cases;
 }
 

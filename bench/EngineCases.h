@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-// All states in blocks of 1, 16, 64, 256, 1024 and 4096 samples. modulePath: the module to load. Throws
-// EffectError when it cannot be.
+// All states in blocks of 1, 16, 64, 256, 1024 and 4096 samples, those with next to nothing to hear in blocks
+// of 64 and 256. modulePath: the module to load. Throws EffectError when it cannot be.
 std::vector<Case> engineCases(const std::string& modulePath);
 
 // One of them: at rest in blocks of `block` samples.

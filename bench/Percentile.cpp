@@ -10,3 +10,8 @@ double percentile(std::vector<double> values, double share) {
   std::nth_element(values.begin(), values.begin() + rank, values.end());
   return values[static_cast<std::size_t>(rank)];
 }
+
+Spread spreadOf(const std::vector<double>& values) {
+  return {percentile(values, 0.5), percentile(values, 0.99), percentile(values, 0.999),
+          percentile(values, 1.0)};
+}

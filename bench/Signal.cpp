@@ -1,6 +1,7 @@
 #include "bench/Signal.h"
 
 #include <cmath>
+#include <limits>
 #include <numbers>
 #include <random>
 #include <vector>
@@ -21,10 +22,28 @@ std::vector<double> makeSignal() {
   return signal;
 }
 
+std::vector<double> makeDenormals() {
+  std::minstd_rand noise(21); // any seed
+  std::vector<double> signal(kBenchSamples);
+  for (double& x : signal)
+    x = (static_cast<double>(noise()) / std::minstd_rand::max() - 0.5) * std::numeric_limits<double>::min();
+  return signal;
+}
+
 } // namespace
 
 const double* benchSignal() {
   static const std::vector<double> signal = makeSignal();
+  return signal.data();
+}
+
+const double* benchSilence() {
+  static const std::vector<double> silence(kBenchSamples);
+  return silence.data();
+}
+
+const double* benchDenormals() {
+  static const std::vector<double> signal = makeDenormals();
   return signal.data();
 }
 

@@ -1,4 +1,4 @@
-// The signal that every case hears: a plucked tone with some noise, the same in each run.
+// What the cases hear: a plucked tone with some noise, the same in each run, or next to nothing.
 #pragma once
 
 #include <cstdint>
@@ -9,5 +9,9 @@ inline constexpr int32_t kBenchSamples = 12288; // a multiple of every block siz
 // kBenchSamples samples within -1..1, none of them denormal.
 const double* benchSignal();
 
-// The same, narrowed.
+// As many zeros, and as many denormal numbers of both signs.
+const double* benchSilence();
+const double* benchDenormals();
+
+// The signal, narrowed.
 const float* benchSignalFloat();

@@ -1,13 +1,11 @@
 // The longest block of a long performance in which everything moves.
 #pragma once
 
+#include "bench/Percentile.h"
+
 #include <string>
 
 // Of all blocks of 64 samples but the first thousand, ns per block.
-struct Spread {
-  double p50, p99, p999, worst;
-};
-
 struct WorstBlock {
   int runs;     // performances played, all the same
   Spread best;  // the run whose worst block was the shortest

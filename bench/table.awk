@@ -3,11 +3,13 @@
 #
 # Rows are tab separated. A case has four, one per statistic of its runs:
 #   case, name, statistic (p10, median, p90, p99), ns per sample, ratio to the floor, engine's time over its own
-# and treadshift-limits writes "worst" and "memory".
+# and treadshift-limits writes "worst", "load" (one per block size) and "memory".
 BEGIN {
   FS = "\t"
   width_count = split("64 32", widths, " ")
   state_blocks = "64 256 1024 4096" # those that the goals are about
+  faint_blocks = "64 256"           # the same for next to nothing to hear
+  load_count = split("64 128 256", load_blocks, " ")
 }
 
 $1 == "case" {
@@ -15,6 +17,8 @@ $1 == "case" {
   ns[width, $2, $3] = $4; floor[width, $2, $3] = $5; engine[width, $2, $3] = $6
 }
 $1 == "worst" || $1 == "memory" { once[width, $1] = $0 }
+
+$1 == "load" { load[width, $2] = $0 }
 
 # The four statistics of a ratio, or room for them.
 function spread(ratio, width, name) {
@@ -69,6 +73,18 @@ function print_worst(width,    part) {
          width, part[3], part[4], part[5], part[6], part[2]
   printf "  each block in its fastest run: 50 %% %d, 99.9 %% %d, worst %d\n", part[7], part[8], part[9]
 }
+# Shares of the period in per cent.
+function print_load(width,    k, part) {
+  for (k = 1; k <= load_count; ++k) {
+    split(load[width, load_blocks[k]], part, FS)
+    printf "200 effects in blocks of %d, %d bits, %% of the period: 50 %% %.1f, 99 %% %.1f, 99.9 %% %.1f, worst %.1f," \
+           " late %d (best of %d runs)\n", load_blocks[k], width, 100 * part[4], 100 * part[5], 100 * part[6],
+           100 * part[7], part[12], part[3]
+    printf "  each period in its fastest run: 50 %% %.1f, 99 %% %.1f, 99.9 %% %.1f, worst %.1f, late %d;" \
+           " each block, ns: 50 %% %d, 99 %% %d, 99.9 %% %d, worst %d\n", 100 * part[8], 100 * part[9],
+           100 * part[10], 100 * part[11], part[13], part[14], part[15], part[16], part[17]
+  }
+}
 function print_memory(width,    part) {
   split(once[width, "memory"], part, FS)
   printf "Memory, %d bits: %d bytes created, %d ready at 48 kHz\n", width, part[2], part[3]
@@ -96,6 +112,17 @@ function least(width, state,    sizes, count, k, found) {
     if (ratio(width, state, sizes[k]) < found) found = ratio(width, state, sizes[k])
   return found
 }
+# What a state costs at most over another one, in the blocks of next to nothing.
+function dearest(width, state, other,    sizes, count, k, value, found) {
+  count = split(faint_blocks, sizes, " ")
+  found = ""
+  for (k = 1; k <= count; ++k) {
+    value = over(ratio(width, state, sizes[k]), ratio(width, other, sizes[k]))
+    if (value == "") return ""
+    if (found == "" || value > found) found = value
+  }
+  return found
+}
 function less(minuend, subtrahend) { return minuend == "" || subtrahend == "" ? "" : minuend - subtrahend }
 function over(dividend, divisor) { return dividend == "" || !divisor ? "" : dividend / divisor }
 
@@ -115,11 +142,20 @@ function judge_states(width,    pow) {
   goal(width, "decay less rest, over the floor", most(width, "decay", "rest"), 0.3)
   goal(width, "fades running and Tone changing, over rest, block 256",
        over(ratio(width, "fades+tone", 256), ratio(width, "rest", 256)), 1.6)
+  goal(width, "silence after loud playing, over rest", dearest(width, "silence", "rest"), 1.1)
+  goal(width, "silence after loud playing, over moving", dearest(width, "silence+moving", "moving"), 1.1)
+  goal(width, "denormal input, over rest", dearest(width, "denormals", "rest"), 1.1)
+  goal(width, "denormal input, over moving", dearest(width, "denormals+moving", "moving"), 1.1)
+  goal(width, "denormal input while off, over rest", dearest(width, "denormals+off", "rest"), 1.1)
 }
-function judge_limits(width,    worst, memory) {
+function judge_limits(width,    worst, memory, part, k) {
   split(once[width, "worst"], worst, FS)
   split(once[width, "memory"], memory, FS)
   goal(width, "worst block over the median, each in its fastest run", over(worst[9], worst[7]), 3)
+  for (k = 1; k <= load_count; ++k) {
+    split(load[width, load_blocks[k]], part, FS)
+    goal(width, "200 effects, late periods in their fastest run, block " load_blocks[k], part[13], 0)
+  }
   goal(width, "allocations in 1000 blocks of the same size", memory[4], 0)
   goal(width, "allocations in 1000 blocks of changing size, announced", memory[5], 0)
 }
@@ -132,6 +168,7 @@ END {
   for (w = 1; w <= width_count; ++w) {
     print_set_up(widths[w])
     print_worst(widths[w])
+    print_load(widths[w])
     print_memory(widths[w])
   }
   print "\nGoals, judged by medians"

@@ -17,10 +17,13 @@ constexpr double kLongestPhase = 10.0;    // s
 constexpr double kChangesPerSecond = 2.5; // of anything but the pedal
 constexpr double kStepsPerSample = 5.0;   // of the plain pedal's sweep, on average
 
-// How long the smoothed pedal moves after a move, generously: 1.2 s until double precision meets the target,
-// and 22.6 s down through all the smaller exponents to exactly 0.
-constexpr double kSettleSeconds = 1.3;
-constexpr double kSettleToZeroSeconds = 23.0;
+// How long the smoothed pedal moves after a move to `value`, generously: until double precision meets the
+// target, which takes longer for small ones, and 22.6 s down through all the exponents to exactly 0.
+double settleSeconds(float value) {
+  constexpr double kTimeConstant = 0.032; // s, of the smoother's 5 Hz
+  const double distance = std::fabs(static_cast<double>(value));
+  return distance > 0.0 ? 1.4 + kTimeConstant * std::max(0.0, -std::log(distance)) : 23.0;
+}
 
 } // namespace
 
@@ -111,7 +114,7 @@ void Playing::changeProgram() {
     return;
   }
   pair.loadProgram(random.below(kPrograms));
-  notePedal(-1.0f); // the program's, whatever it is
+  notePedal(0.0f); // or whatever the program has: none takes longer
 }
 
 void Playing::movePedal() {
@@ -141,13 +144,12 @@ void Playing::movePedal() {
 void Playing::set(int index, float value) {
   ++played.parameters;
   pair.setParameter(index, value);
-  if (index == kPedalPos) notePedal(value);
+  if (index == kPedalPos && value != pedal) notePedal(value);
 }
 
 void Playing::notePedal(float value) {
-  if (value == pedal) return;
   pedal = value;
-  movingSamples = (value > 0.0f ? kSettleSeconds : kSettleToZeroSeconds) * rate;
+  movingSamples = settleSeconds(value) * rate;
 }
 
 void Playing::setRate(float value) {
@@ -155,7 +157,7 @@ void Playing::setRate(float value) {
   ++played.rates;
   rate = value;
   pair.setSampleRate(value);
-  movingSamples = kSettleSeconds * rate; // the new smoother starts at 0
+  movingSamples = settleSeconds(pedal) * rate; // the new smoother starts at 0
 }
 
 void Playing::settle(float rateHz) {

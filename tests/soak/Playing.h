@@ -53,7 +53,7 @@ private:
   std::vector<double> input;
   PlayedCounts played;
   float rate = 0.0f;        // Hz in force; 0: none yet
-  float pedal = -1.0f;      // as last set; -1: unknown
+  float pedal = 0.0f;       // as last set, as far as is known
   double secondsLeft = 0.0; // of audio
 
   // The plain pedal runs the rest of a block anew in every sample in which the pedal moves. Steps that are

@@ -10,6 +10,8 @@ namespace {
 
 constexpr float kClosingRate = 48000.0f; // Hz
 constexpr int kPrograms = 16, kParameters = 5;
+constexpr std::int64_t kResidentSlackKb =
+    16384; // the plain pedal's vectors grow up to their largest, 7 MB in all
 
 std::int64_t residentKb() {
   std::int64_t all = 0, resident = 0;
@@ -60,8 +62,15 @@ std::string Soak::lookAtPrograms() {
 }
 
 std::string Soak::lookAtMemory() {
-  const std::int64_t held = watched.heldBytes();
-  if (heldBefore == 0) heldBefore = held;
-  if (held == heldBefore) return {};
-  return "the module holds " + std::to_string(held) + " bytes where it held " + std::to_string(heldBefore);
+  const std::int64_t held = watched.heldBytes(), resident = residentKb();
+  if (heldBefore == 0) {
+    heldBefore = held;
+    residentBefore = resident;
+  }
+  if (held != heldBefore)
+    return "the module holds " + std::to_string(held) + " bytes where it held " + std::to_string(heldBefore);
+  if (resident > residentBefore + kResidentSlackKb)
+    return "the process takes " + std::to_string(resident) + " kB where it took " +
+           std::to_string(residentBefore);
+  return {};
 }

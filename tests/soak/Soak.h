@@ -21,8 +21,8 @@ class Soak {
 public:
   Soak();
 
-  // Plays, then looks: an impulse and a tail, every program's values, and the module's memory at 48 kHz. Of
-  // all reports heldBytes must be the same; the second and later ones check that. seed, rates: as for
+  // Plays, then looks: an impulse and a tail, every program's values, and the module's memory at 48 kHz. The
+  // second and later reports hold heldBytes and residentKb against the first one's. seed, rates: as for
   // Playing.
   SoakReport play(std::uint64_t seed, const std::vector<float>& rates, double seconds);
 
@@ -36,5 +36,7 @@ private:
   ModulePedal module;
   WatchedPedal watched;
   PedalPair pair;
-  std::int64_t heldBefore = 0; // bytes, at the end of the first report; 0: none yet
+  // At the end of the first report; 0: none yet.
+  std::int64_t heldBefore = 0;     // bytes
+  std::int64_t residentBefore = 0; // kB
 };
