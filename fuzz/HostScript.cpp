@@ -17,9 +17,11 @@ constexpr std::size_t kMostEffects = 3;
 constexpr int kDeepestNesting = 2;
 constexpr int kMostSamples = 130000; // of all blocks
 
-// Building for a rate clears memory in proportion to it, and as much again whatever the rate.
-constexpr double kMostHertz = 1.1e6;
-constexpr double kHertzPerBuilding = 2e5;
+// Building for a rate clears memory in proportion to it, and as much as for kHertzPerBuilding whatever the
+// rate. Most scripts may take a few builds at usual rates, some may take much.
+constexpr double kHertzPerBuilding = 5e4;
+constexpr double kUsualHertz = 2.5e5;
+constexpr double kMostHertz = 1.3e6;
 constexpr float kHighestRate = 1e6f; // Hz, of those that can be run
 constexpr float kCheapRate = 1000.0f;
 
@@ -35,7 +37,9 @@ constexpr std::uint32_t kWords[] = {0x1F80, 0x1F80, 0x9F80, 0x1FC0, 0x9FC0, 0x3F
 
 HostScript* HostScript::current = nullptr;
 
-HostScript::HostScript(ScriptBytes& bytes) : script(bytes), hertzLeft(kMostHertz), samplesLeft(kMostSamples) {
+HostScript::HostScript(ScriptBytes& bytes)
+    : script(bytes), hertzLeft(script.byte() % 16 == 0 ? kMostHertz : kUsualHertz),
+      samplesLeft(kMostSamples) {
   current = this;
 }
 

@@ -3,7 +3,7 @@
 // allocations that a host's or a file's numbers make too large fail as they do without a sanitizer.
 
 extern "C" __attribute__((visibility("default"), used)) const char* __asan_default_options() {
-  return "quarantine_size_mb=8:thread_local_quarantine_size_kb=64:malloc_context_size=8:"
+  return "quarantine_size_mb=8:thread_local_quarantine_size_kb=64:malloc_context_size=4:"
          "allocator_may_return_null=1:detect_stack_use_after_return=0";
 }
 

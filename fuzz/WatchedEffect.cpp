@@ -18,7 +18,7 @@ namespace {
 constexpr std::uint32_t kUsualWord = 0x1F80;
 constexpr std::uint32_t kRoundingBits = 0x6000;
 
-constexpr double kTwinSteps = 4e5;       // oscillator steps that the plain pedal may take in a life
+constexpr double kTwinSteps = 1.5e5;     // oscillator steps that the plain pedal may take in a life
 constexpr double kTwinHighestRate = 1e5; // Hz
 constexpr double kLoudestInput = 1e6;    // beyond, sums of samples could leave the range of doubles
 constexpr std::size_t kNameBytes = 24, kNumberedNameBytes = 32, kDisplayBytes = 9, kStringBytes = 32;

@@ -17,6 +17,9 @@ namespace {
 // The Vorbis encoder keeps a whole call's frames on the stack.
 constexpr std::int64_t kSliceFrames = 4096;
 
+// The encoders of music fail on numbers far out of range: MP3's ends the program, Vorbis writes silence.
+constexpr double kLoudestForEncoders = 1e6;
+
 // File operations for libsndfile that remember a failure: its encoders drop what a write answers.
 WatchedFile& watched(void* file) { return *static_cast<WatchedFile*>(file); }
 
@@ -62,6 +65,15 @@ std::string plainReason(std::string text) {
 
 bool isOf(int format, int container) { return (format & SF_FORMAT_TYPEMASK) == container; }
 
+double held(double number, double lowest, double highest) {
+  return std::isnan(number) ? 0.0 : std::clamp(number, lowest, highest);
+}
+
+bool isEncodedMusic(int format) {
+  const int codec = format & SF_FORMAT_SUBMASK;
+  return wholeNumberBits(format) == 0 && codec != SF_FORMAT_FLOAT && codec != SF_FORMAT_DOUBLE;
+}
+
 } // namespace
 
 SoundWriter::SoundWriter(Output& target, const SoundInfo& info, bool dither)
@@ -69,7 +81,9 @@ SoundWriter::SoundWriter(Output& target, const SoundInfo& info, bool dither)
       dithers(dither && bits != 0) {
   open();
   leaveOutPeaks();
-  if (bits != 0) wholeNumbers.resize(static_cast<std::size_t>(kSliceFrames) * sound.channels);
+  const std::size_t sliceSamples = static_cast<std::size_t>(kSliceFrames) * sound.channels;
+  if (bits != 0) wholeNumbers.resize(sliceSamples);
+  if (isEncodedMusic(sound.format)) limited.resize(sliceSamples);
 }
 
 // A pipe is known to libsndfile by its descriptor alone.
@@ -115,9 +129,18 @@ void SoundWriter::writeSlice(const double* samples, std::int64_t frames) {
     quantize(samples, static_cast<std::size_t>(frames * sound.channels));
     written = sf_writef_int(file.get(), wholeNumbers.data(), frames);
   } else {
+    if (!limited.empty()) samples = limit(samples, static_cast<std::size_t>(frames * sound.channels));
     written = sf_writef_double(file.get(), samples, frames);
   }
   refuseIncomplete(written == frames);
+}
+
+const double* SoundWriter::limit(const double* samples, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) {
+    limited[i] = held(samples[i], -kLoudestForEncoders, kLoudestForEncoders);
+    if (limited[i] != samples[i]) ++clipped;
+  }
+  return limited.data();
 }
 
 // Done here because the library's conversion wraps, or clips without counting. Scaling by a power of two is
@@ -128,9 +151,9 @@ void SoundWriter::quantize(const double* samples, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) {
     const double steps = samples[i] * scale;
     const double exact = std::nearbyint(dithers ? steps + noise() : steps);
-    const double held = std::isnan(exact) ? 0.0 : std::clamp(exact, -scale, highest);
-    if (held != exact) ++clipped;
-    wholeNumbers[i] = static_cast<int>(std::ldexp(held, 32 - bits));
+    const double whole = held(exact, -scale, highest);
+    if (whole != exact) ++clipped;
+    wholeNumbers[i] = static_cast<int>(std::ldexp(whole, 32 - bits));
   }
 }
 

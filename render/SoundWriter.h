@@ -27,14 +27,15 @@ public:
   SoundWriter(Output& target, const SoundInfo& info, bool dither);
 
   // Writes frames with interleaved channels. Formats of whole numbers get the nearest number, and the end
-  // of their range for samples outside it (0 for a sample that is no number). Throws Fault (couldNot) when
+  // of their range for samples outside it (0 for a sample that is no number); encoders of music get samples
+  // up to a million times full scale. Throws Fault (couldNot) when
   // the disk is full or the like.
   void write(const double* samples, std::int64_t frames);
 
   // Closes the file and makes it the output. Throws Fault (couldNot).
   void publish();
 
-  // Samples so far that did not fit into the format's range.
+  // Samples so far that did not fit into the format's or the encoder's range.
   std::int64_t clippedSamples() const { return clipped; }
 
 private:
@@ -42,6 +43,7 @@ private:
   void leaveOutPeaks();
   void writeSlice(const double* samples, std::int64_t frames);
   void quantize(const double* samples, std::size_t count);
+  const double* limit(const double* samples, std::size_t count);
   void refuseTooLong(std::int64_t frames);
   void refuseIncomplete(bool libraryIsContent) const;
   double noise();
@@ -53,6 +55,7 @@ private:
   bool dithers;
   std::mt19937 random;           // starts alike for every file
   std::vector<int> wholeNumbers; // one slice, each number in the upper bits
+  std::vector<double> limited;   // one slice, for an encoder of music
   std::int64_t framesWritten = 0;
   std::int64_t clipped = 0;
   std::unique_ptr<SNDFILE, SoundFileCloser> file;

@@ -88,6 +88,25 @@ TEST_CASE("compressed formats stay") {
   }
 }
 
+TEST_CASE("samples far beyond full scale stop no encoder and are told as clipped") {
+  for (const char* extension : {".mp3", ".ogg", ".opus"}) {
+    for (double huge : {1e12, -1e300}) {
+      CAPTURE(extension);
+      CAPTURE(huge);
+      const Workspace work;
+      Sound in = {48000, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(6000)};
+      in.samples[3000] = huge;
+      writeSound(work.path("in.wav"), in);
+      const std::string out = work.path(std::string("out") + extension);
+      const Outcome outcome = render({work.path("in.wav"), out, "--on", "off"});
+      CHECK(outcome.status == 0);
+      CHECK(outcome.err.find("1 sample was beyond full scale and clipped") != std::string::npos);
+      const Sound heard = readSound(out);
+      CHECK(std::any_of(heard.samples.begin(), heard.samples.end(), [](double x) { return x != 0.0; }));
+    }
+  }
+}
+
 TEST_CASE("a container that cannot hold the format gets the nearest one and says so") {
   struct Change {
     int from;
