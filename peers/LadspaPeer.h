@@ -9,9 +9,9 @@
 
 class LadspaPeer : public Peer {
 public:
-  // Loads a plug-in from Debian's directory. file: the library's name in it. label: the plug-in's. rateHz: above
-  // 0. controls: those that shall not have their default. Result: null when it is not installed. Throws as a
-  // peer does. The library stays loaded. Allocates.
+  // Loads a plug-in from Debian's directory. file: the library's name in it. label: the plug-in's. rateHz:
+  // above 0. controls: those that shall not have their default. Result: null when it is not installed. Throws
+  // as a peer does. The library stays loaded. Allocates.
   static std::unique_ptr<LadspaPeer> open(const std::string& file, const std::string& label, double rateHz,
                                           const PeerControls& controls);
 

@@ -21,8 +21,10 @@ const LV2_Worker_Interface* workerOf(LilvInstance* instance) {
 
 Lv2HostServices::Lv2HostServices(int32_t blockSamples)
     : blockLength(blockSamples), map{nullptr, mapUri}, schedule{this, work},
-      options{option(LV2_BUF_SIZE__minBlockLength), option(LV2_BUF_SIZE__maxBlockLength),
-              option(LV2_BUF_SIZE__nominalBlockLength), {}},
+      options{option(LV2_BUF_SIZE__minBlockLength),
+              option(LV2_BUF_SIZE__maxBlockLength),
+              option(LV2_BUF_SIZE__nominalBlockLength),
+              {}},
       listed{{LV2_URID__map, &map},
              {LV2_WORKER__schedule, &schedule},
              {LV2_OPTIONS__options, options},
@@ -42,6 +44,6 @@ LV2_Worker_Status Lv2HostServices::work(LV2_Worker_Schedule_Handle handle, uint3
 }
 
 LV2_Options_Option Lv2HostServices::option(const char* key) const {
-  return {LV2_OPTIONS_INSTANCE, 0, mapUri(nullptr, key), sizeof(int32_t), mapUri(nullptr, LV2_ATOM__Int),
-          &blockLength};
+  return {LV2_OPTIONS_INSTANCE,           0,           mapUri(nullptr, key), sizeof(int32_t),
+          mapUri(nullptr, LV2_ATOM__Int), &blockLength};
 }

@@ -10,8 +10,8 @@
 class Lv2Peer : public Peer {
 public:
   // Finds a plug-in among those that are installed. rateHz: above 0. blockSamples: of every block that will
-  // come. controls: those that shall not have their default, by the port's symbol. Result: null when it is not
-  // installed. Throws as a peer does. Reads every installed bundle the first time. Allocates.
+  // come. controls: those that shall not have their default, by the port's symbol. Result: null when it is
+  // not installed. Throws as a peer does. Reads every installed bundle the first time. Allocates.
   static std::unique_ptr<Lv2Peer> open(const std::string& uri, double rateHz, int32_t blockSamples,
                                        const PeerControls& controls);
 

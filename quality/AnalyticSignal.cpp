@@ -16,7 +16,8 @@ AnalyticSignal::AnalyticSignal(const Sound& sound, double aroundHz) {
   const auto values = oneSidedInverse(bins, size);
   for (int n = kEdgeSamples; n < size - kEdgeSamples; ++n) {
     magnitudes.push_back(std::abs(values[n]));
-    frequencies.push_back(std::arg(values[n] * std::conj(values[n - 1])) * kRateHz / (2.0 * std::numbers::pi));
+    frequencies.push_back(std::arg(values[n] * std::conj(values[n - 1])) * kRateHz /
+                          (2.0 * std::numbers::pi));
   }
 }
 

@@ -22,8 +22,10 @@ IntervalReport reportOn(const Contender& contender, double cents) {
 
 std::vector<std::string> intervalCells(const std::string& name, const IntervalReport& report) {
   const SettingReport& setting = report.setting;
-  std::vector<std::string> cells = {name, signedDecimal(setting.cents - setting.intendedCents, 2),
-                                    spliceCell(setting), latencyCell(setting.delay),
+  std::vector<std::string> cells = {name,
+                                    signedDecimal(setting.cents - setting.intendedCents, 2),
+                                    spliceCell(setting),
+                                    latencyCell(setting.delay),
                                     decimal(setting.delay.spreadMs, 1),
                                     decimal(100.0 * setting.delay.lostShare, 0)};
   for (const std::string& cell : stringCells(setting.strings))
@@ -63,7 +65,7 @@ Table Comparison::intervalTable(double cents, Page& page) const {
   Table table = emptyIntervalTable();
   const std::string interval = signedDecimal(cents, 0);
   for (const Contender& contender : all) {
-    if (!contender.reachesOctave && cents != kIntervals[3]) continue;
+    if (!contender.reachesOctave && cents != kSmallInterval) continue;
     announce(contender.name + ", " + interval + " cents");
     const IntervalReport report = reportOn(contender, cents);
     table.add(intervalCells(contender.name, report));

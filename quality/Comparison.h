@@ -11,16 +11,17 @@ public:
   // all: who is compared, the pedal first. costs: where each one's time stands. Both must outlive this.
   Comparison(const std::vector<Contender>& all, const CostRows& costs, Announce announce);
 
-  // Measures and fills the places "table +1200", "table -1200", "table +700", "table -50" and "table moving", and
-  // for each number one of the form "KEY INTERVAL MEASURE" or "KEY MEASURE", such as "r3 +1200 latency" or
-  // "own ns". [minutes] Allocates.
+  // Measures and fills the places "table +1200", "table -1200", "table +700", "table -50" and "table moving",
+  // and for each number one of the form "KEY INTERVAL MEASURE" or "KEY MEASURE", such as "r3 +1200 latency"
+  // or "own ns". [minutes] Allocates.
   void fill(Page& page) const;
 
   // The tables without their rows. Allocate.
   static Table emptyIntervalTable();
   static Table emptyMovingTable();
 
-  static constexpr double kIntervals[] = {1200.0, -1200.0, 700.0, -50.0}; // cents
+  static constexpr double kSmallInterval = -50.0;                                  // cents
+  static constexpr double kIntervals[] = {1200.0, -1200.0, 700.0, kSmallInterval}; // cents
 
 private:
   Table intervalTable(double cents, Page& page) const;

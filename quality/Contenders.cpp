@@ -50,9 +50,14 @@ const LadspaName kLadspa[] = {
     {"tap", "TAP pitch", "tap_pitch.so", "tap_pitch", steerSemitones},
     {"scale", "swh pitchScale", "pitch_scale_1193.so", "pitchScale", steerCoefficient},
     {"scalehq", "swh pitchScaleHQ", "pitch_scale_1194.so", "pitchScaleHQ", steerCoefficient},
-    {"r2", "rubberband R2", "ladspa-rubberband.so", "rubberband-pitchshifter-mono", steerSemitonesAndCents,
+    {"r2",
+     "rubberband R2",
+     "ladspa-rubberband.so",
+     "rubberband-pitchshifter-mono",
+     steerSemitonesAndCents,
      {{"Crispness", 0.0f}}}, // else bare tones are taken for drum hits
-    {"r3", "rubberband R3", "ladspa-rubberband.so", "rubberband-r3-pitchshifter-mono", steerSemitonesAndCents},
+    {"r3", "rubberband R3", "ladspa-rubberband.so", "rubberband-r3-pitchshifter-mono",
+     steerSemitonesAndCents},
 };
 
 struct Lv2Name {
@@ -66,9 +71,19 @@ struct Lv2Name {
 };
 
 const Lv2Name kLv2[] = {
-    {"gx", "guitarix detune", "guitarix detune", "http://guitarix.sourceforge.net/plugins/gx_detune_#_detune_",
-     {{"WET", 100.0f}, {"DRY", 0.0f}}, true, steerDetune},
-    {"mda", "mda Detune", "mda Detune (stereo)", "http://drobilla.net/plugins/mda/Detune", {{"mix", 1.0f}}, false,
+    {"gx",
+     "guitarix detune",
+     "guitarix detune",
+     "http://guitarix.sourceforge.net/plugins/gx_detune_#_detune_",
+     {{"WET", 100.0f}, {"DRY", 0.0f}},
+     true,
+     steerDetune},
+    {"mda",
+     "mda Detune",
+     "mda Detune (stereo)",
+     "http://drobilla.net/plugins/mda/Detune",
+     {{"mix", 1.0f}},
+     false,
      steerCubedDetune},
 };
 
@@ -86,7 +101,8 @@ Contender ownContender(const std::string& modulePath) {
 
 Contender contenderOf(const LadspaName& peer) {
   return {peer.key, peer.name, peer.name, true, [&peer](double pedal, int blockSamples) {
-            auto opened = installed(LadspaPeer::open(peer.file, peer.label, kRateHz, peer.controls), peer.name);
+            auto opened =
+                installed(LadspaPeer::open(peer.file, peer.label, kRateHz, peer.controls), peer.name);
             return std::make_unique<PeerShifter>(std::move(opened), peer.steer, pedal, blockSamples);
           }};
 }

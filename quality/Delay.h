@@ -13,9 +13,9 @@ struct Delay {
   double lostShare;  // 0..1: impulses of which less than a tenth of the loudest one's energy comes back
 };
 
-// Sends kImpulses impulses at uneven distances around a third of a second, so that they meet the shifter at every
-// stage of its own motion, and looks at the energy that comes back after each. The first three answers are of
-// all impulses together. ratio: the intended one. Result: nothing when nothing comes back. Allocates.
+// Sends kImpulses impulses at uneven distances around a third of a second, so that they meet the shifter at
+// every stage of its own motion, and looks at the energy that comes back after each. The first three answers
+// are of all impulses together. ratio: the intended one. Result: nothing when nothing comes back. Allocates.
 std::optional<Delay> measuredDelay(const MakeShifter& make, double ratio);
 
 inline constexpr int kImpulses = 128;

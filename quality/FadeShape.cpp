@@ -48,7 +48,8 @@ double FadeShape::bend() const {
   const int turn = quietest(), end = arrival();
   double largest = 0.0;
   for (int n = 0; n < end; ++n) {
-    const double line = n < turn ? 1.0 - static_cast<double>(n) / turn : static_cast<double>(n - turn) / (end - turn);
+    const double line =
+        n < turn ? 1.0 - static_cast<double>(n) / turn : static_cast<double>(n - turn) / (end - turn);
     largest = std::max(largest, std::abs(gain[n] - line));
   }
   return largest;

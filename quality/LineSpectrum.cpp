@@ -14,8 +14,8 @@ Sound windowed(const Sound& sound) {
   const double step = 2.0 * std::numbers::pi / static_cast<double>(sound.size());
   for (std::size_t n = 0; n < sound.size(); ++n) {
     const double x = step * static_cast<double>(n);
-    seen[n] = sound[n] * (0.35875 - 0.48829 * std::cos(x) + 0.14128 * std::cos(2.0 * x) -
-                          0.01168 * std::cos(3.0 * x));
+    seen[n] = sound[n] *
+              (0.35875 - 0.48829 * std::cos(x) + 0.14128 * std::cos(2.0 * x) - 0.01168 * std::cos(3.0 * x));
   }
   return seen;
 }

@@ -12,9 +12,9 @@ struct SpectrumLine {
 
 class LineSpectrum {
 public:
-  // sound: an even number of samples. It is seen through a four-term window whose side lobes lie 92 dB down and
-  // whose lines are kHalfWidth bins wide to either side (F. J. Harris, "On the use of windows for harmonic
-  // analysis with the discrete Fourier transform", Proc. IEEE 66, 1978). Allocates.
+  // sound: an even number of samples. It is seen through a four-term window whose side lobes lie 92 dB down
+  // and whose lines are kHalfWidth bins wide to either side (F. J. Harris, "On the use of windows for
+  // harmonic analysis with the discrete Fourier transform", Proc. IEEE 66, 1978). Allocates.
   explicit LineSpectrum(const Sound& sound);
 
   static constexpr int kHalfWidth = 4; // bins
@@ -22,7 +22,8 @@ public:
   // The strongest line, frequency and power by the parabola through the logarithms of its three highest bins.
   SpectrumLine strongest() const;
 
-  // The strongest line besides that one, in dB under it: 0 when they are alike, kQuietestDb when there is none.
+  // The strongest line besides that one, in dB under it: 0 when they are alike, kQuietestDb when there is
+  // none.
   double strongestSidebandDb() const;
 
   static constexpr double kQuietestDb = -92.0;
@@ -44,6 +45,6 @@ private:
   int strongestBin() const;
   SpectrumLine lineAt(int bin) const;
 
-  int size; // samples
+  int size;                  // samples
   std::vector<double> power; // by bin
 };

@@ -25,7 +25,8 @@ std::string Page::text() const {
   std::size_t done = 0;
   for (std::sregex_iterator place(form.begin(), form.end(), kPlace), end; place != end; ++place) {
     const auto found = texts.find((*place)[1]);
-    if (found == texts.end()) throw std::runtime_error("the page's place '" + (*place)[1].str() + "' has no text");
+    if (found == texts.end())
+      throw std::runtime_error("the page's place '" + (*place)[1].str() + "' has no text");
     filled.append(form, done, static_cast<std::size_t>(place->position()) - done).append(found->second);
     done = static_cast<std::size_t>(place->position() + place->length());
   }

@@ -28,8 +28,8 @@ public:
   // Any parameter by its number in the record. value: 0..1.
   void setParameter(int index, double value);
 
-  // How loud the dry sound is beside the shifted one, linear. Nothing shifted comes back within a sample, so it
-  // is the first answer to an impulse, taken from an effect of its own. Allocates.
+  // How loud the dry sound is beside the shifted one, linear. Nothing shifted comes back within a sample, so
+  // it is the first answer to an impulse, taken from an effect of its own. Allocates.
   static double dryGain(const std::string& modulePath, const PedalSetting& setting);
 
 protected:

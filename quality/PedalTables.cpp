@@ -29,7 +29,8 @@ MakeShifter pedalAt(const std::string& modulePath, const PedalSetting& setting, 
   return [=] { return std::make_unique<PedalShifter>(modulePath, setting, heard); };
 }
 
-// The steepest step of a sine at the highest pitch that a sweep of the colour sounds, in percent of its amplitude.
+// The steepest step of a sine at the highest pitch that a sweep of the colour sounds, in percent of its
+// amplitude.
 double ownStep(int color) {
   const double highest = std::max({0.0, centsAt(color, 0.0), centsAt(color, 1.0)});
   return 200.0 * std::sin(std::numbers::pi * kSweptHz * std::exp2(highest / 1200.0) / kRateHz);
@@ -49,7 +50,8 @@ Table emptyColorTable() {
 std::vector<std::string> colorRow(const std::string& modulePath, int color, double pedal) {
   const PedalSetting setting{.color = color, .pedal = pedal};
   const double intended = centsAt(color, pedal);
-  std::vector<std::string> cells = {std::to_string(color) + ", " + decimal(pedal, 2), signedDecimal(intended, 1)};
+  std::vector<std::string> cells = {std::to_string(color) + ", " + decimal(pedal, 2),
+                                    signedDecimal(intended, 1)};
   const std::string dry = decimal(PedalShifter::dryGain(modulePath, setting), 2);
   const auto report = reportOn(pedalAt(modulePath, setting, Heard::shiftedOnly), intended);
   if (!report) {

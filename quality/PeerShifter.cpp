@@ -3,8 +3,8 @@
 #include <algorithm>
 
 PeerShifter::PeerShifter(std::unique_ptr<Peer> shifter, SteerPeer steering, double pedal, int blockSamples)
-    : peer(std::move(shifter)), steer(std::move(steering)), narrowInput(static_cast<std::size_t>(blockSamples)),
-      narrowOutput(narrowInput.size()) {
+    : peer(std::move(shifter)), steer(std::move(steering)),
+      narrowInput(static_cast<std::size_t>(blockSamples)), narrowOutput(narrowInput.size()) {
   setPedal(pedal);
 }
 

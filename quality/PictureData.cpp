@@ -16,10 +16,10 @@
 
 namespace {
 
-constexpr double kStringHz = 110.0;
+constexpr double kOctave = 2.0;
 constexpr int kStringSamples = 1 << 17;
 constexpr double kShownSeconds = 0.4;
-constexpr double kLowestHz = 100.0, kHighestHz = 340.0, kStepHz = 0.25;
+constexpr double kShownHz = 120.0, kStepHz = 0.25; // to either side of the intended pitch
 constexpr int kTonePoints = 300;
 
 class Columns {
@@ -43,9 +43,28 @@ private:
   std::ofstream stream;
 };
 
-double db(double amplitude, double loudest) {
-  return 20.0 * std::log10(std::max(amplitude / loudest, 1e-6));
+struct StringHeard {
+  double intendedHz;
+  Sound sound;
+  AnalyticSignal analytic;
+};
+
+StringHeard hear(const Contender& contender, double freqHz) {
+  const Sound tone = sine(freqHz, settlingFor(kOctave) + kStringSamples);
+  const Sound played = contender.make(pedalFor(1200.0), kShortBlock)->play(tone, kShortBlock);
+  const Sound heard = lastOf(played, kStringSamples);
+  return {kOctave * freqHz, heard, AnalyticSignal(heard, kOctave * freqHz)};
 }
+
+StringHeard worstString(const Contender& contender) {
+  StringHeard worst = hear(contender, kOpenStringsHz.front());
+  for (const double freqHz : kOpenStringsHz)
+    if (StringHeard next = hear(contender, freqHz); next.analytic.rippleDb() > worst.analytic.rippleDb())
+      worst = std::move(next);
+  return worst;
+}
+
+double db(double amplitude, double loudest) { return 20.0 * std::log10(std::max(amplitude / loudest, 1e-6)); }
 
 } // namespace
 
@@ -74,20 +93,17 @@ void writeFades(const std::string& modulePath, const std::string& directory) {
 }
 
 void writeString(const Contender& contender, const std::string& directory) {
-  const Sound played = contender.make(pedalFor(1200.0), kShortBlock)
-                           ->play(sine(kStringHz, settlingFor(2.0) + kStringSamples), kShortBlock);
-  const Sound heard = lastOf(played, kStringSamples);
-
-  const AnalyticSignal analytic(heard, 2.0 * kStringHz);
-  const double loudest = *std::ranges::max_element(analytic.envelope());
+  const StringHeard worst = worstString(contender);
+  const Sound& envelope = worst.analytic.envelope();
+  const double loudest = *std::ranges::max_element(envelope);
   Columns level(directory, contender.key + ".level");
   for (int n = 0; n < samplesIn(kShownSeconds); n += 24)
-    level.add({n / kRateHz, db(analytic.envelope()[n], loudest)});
+    level.add({n / kRateHz, db(envelope[n], loudest)});
   level.finish();
 
-  const LineSpectrum spectrum(heard);
+  const LineSpectrum spectrum(worst.sound);
   Columns lines(directory, contender.key + ".lines");
-  for (double hz = kLowestHz; hz <= kHighestHz; hz += kStepHz)
-    lines.add({hz, spectrum.levelDb(hz)});
+  for (double hz = -kShownHz; hz <= kShownHz; hz += kStepHz)
+    lines.add({hz, spectrum.levelDb(worst.intendedHz + hz)});
   lines.finish();
 }

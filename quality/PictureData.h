@@ -14,5 +14,6 @@ void writeToneCurves(const std::string& modulePath, const std::string& directory
 // fades: ms, gain of On/Off, gain of Color.
 void writeFades(const std::string& modulePath, const std::string& directory);
 
-// An open A string an octave up. KEY.level: seconds, dB under its loudest. KEY.lines: Hz, dB under the strongest.
+// The open string whose level moves most, an octave up. KEY.level: seconds, dB under its loudest. KEY.lines:
+// Hz from the intended pitch, dB under the strongest.
 void writeString(const Contender& contender, const std::string& directory);

@@ -11,8 +11,8 @@ std::optional<SettingReport> reportOn(const MakeShifter& make, double intendedCe
   const std::optional<Delay> delay = measuredDelay(make, ratio);
   if (!delay) return {};
   const std::optional<double> spliceRate = splicesPerSecond(make, ratio);
-  return SettingReport{intendedCents, measuredCents(make, ratio, spliceRate), spliceRate, stringSounds(make, ratio),
-                       *delay};
+  return SettingReport{intendedCents, measuredCents(make, ratio, spliceRate), spliceRate,
+                       stringSounds(make, ratio), *delay};
 }
 
 std::string spliceCell(const SettingReport& report) {
@@ -20,8 +20,8 @@ std::string spliceCell(const SettingReport& report) {
 }
 
 std::string latencyCell(const Delay& delay) {
-  return decimal(delay.medianMs, 1) + " (" + decimal(delay.shortestMs, 1) + " to " + decimal(delay.longestMs, 1) +
-         ")";
+  return decimal(delay.medianMs, 1) + " (" + decimal(delay.shortestMs, 1) + " to " +
+         decimal(delay.longestMs, 1) + ")";
 }
 
 std::vector<std::string> stringCells(const std::optional<StringSounds>& strings) {

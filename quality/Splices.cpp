@@ -17,7 +17,8 @@ Sound squaredMotion(const Sound& envelope) {
   Sound squares(envelope.begin(), envelope.begin() + static_cast<std::ptrdiff_t>(envelope.size() / 2 * 2));
   for (double& value : squares)
     value *= value;
-  const double mean = std::accumulate(squares.begin(), squares.end(), 0.0) / static_cast<double>(squares.size());
+  const double mean =
+      std::accumulate(squares.begin(), squares.end(), 0.0) / static_cast<double>(squares.size());
   for (double& value : squares)
     value -= mean;
   return squares;

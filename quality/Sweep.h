@@ -4,12 +4,13 @@
 #include "quality/Shifter.h"
 
 struct Sweep {
-  double largestStep; // from one sample to the next, as a share of the amplitude that a sine as loud would have
-  double highDb;      // power from kHighHz up, dB relative to all
+  double
+      largestStep; // from one sample to the next, as a share of the amplitude that a sine as loud would have
+  double highDb;   // power from kHighHz up, dB relative to all
 };
 
-// A sine of 220 Hz while the pedal goes from the heel to the toe and back once per second, set anew before each
-// block. blockSamples: kShortBlock or kLongBlock. Allocates.
+// A sine of 220 Hz while the pedal goes from the heel to the toe and back once per second, set anew before
+// each block. blockSamples: kShortBlock or kLongBlock. Allocates.
 Sweep measuredSweep(const MakeShifter& make, int blockSamples);
 
 inline constexpr double kHighHz = 4000.0;

@@ -27,7 +27,8 @@ std::string printed(const char* format, double value, int places) {
 Table::Table(std::vector<std::string> columns) : headings(std::move(columns)) {}
 
 void Table::add(std::vector<std::string> cells) {
-  if (cells.size() != headings.size()) throw std::logic_error("a row has another number of cells than the table");
+  if (cells.size() != headings.size())
+    throw std::logic_error("a row has another number of cells than the table");
   rows.push_back(std::move(cells));
 }
 

@@ -5,8 +5,8 @@
 
 #include <string>
 
-// Level of the shifted path by frequency while the pedal asks for no shift, from the answer to an impulse: low
-// pass, halving and tone filter together. tone: 0..1.
+// Level of the shifted path by frequency while the pedal asks for no shift, from the answer to an impulse:
+// low pass, halving and tone filter together. tone: 0..1.
 class ToneResponse {
 public:
   // modulePath: see PedalShifter. Allocates.

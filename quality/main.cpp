@@ -1,5 +1,5 @@
-// treadshift-quality: puts the built module and its peers through the same measures and writes what it found as a
-// page and as columns for its pictures.
+// treadshift-quality: puts the built module and its peers through the same measures and writes what it found
+// as a page and as columns for its pictures.
 
 #include "host/EffectRunner.h"
 #include "quality/Comparison.h"
@@ -69,11 +69,13 @@ void writeSheet(const Wanted& wanted) {
 } // namespace
 
 int main(int count, char** arguments) {
-  CLI::App line("Measures the pedal and other pitch shifters, and writes the quality sheet.", "treadshift-quality");
+  CLI::App line("Measures the pedal and other pitch shifters, and writes the quality sheet.",
+                "treadshift-quality");
   Wanted wanted;
   line.add_option("--module", wanted.module, "the module to measure [the one built along]");
   line.add_option("--form", wanted.form, "the page with places for the numbers")->required();
-  line.add_option("--costs", wanted.costs, "the page of the benchmarks, for the cost of a sample")->required();
+  line.add_option("--costs", wanted.costs, "the page of the benchmarks, for the cost of a sample")
+      ->required();
   line.add_option("--out", wanted.directory, "directory for the page and the pictures' columns")->required();
   try {
     line.parse(count, arguments);

@@ -6,7 +6,7 @@
 set terminal pngcairo size 900,420 font "DejaVu Sans,11" background "#ffffff"
 set border linewidth 1 linecolor rgb "#404040"
 set tics out nomirror textcolor rgb "#202020"
-set grid linecolor rgb "#d0d0d0" dashtype 3
+set grid linecolor rgb "#b8b8b8" linewidth 1 dashtype (6, 6)
 
 set output pictures."/quality-tone.png"
 set logscale x
@@ -57,7 +57,7 @@ unset multiplot
 
 set output pictures."/quality-lines.png"
 set multiplot layout 3,1 margins 0.085,0.97,0.12,0.94 spacing 0,0.07
-set xrange [100:340]
+set xrange [-120:120]
 set yrange [-80:5]
 set xtics 20
 set ytics 20
@@ -66,7 +66,7 @@ unset xlabel
 do for [k=1:3] {
   set title word(names, k) offset 0,-0.7
   set ylabel (k == 2 ? "level (dB)" : "")
-  if (k == 3) { set format x "%g"; set xlabel "frequency (Hz); 220 is intended" }
+  if (k == 3) { set format x "%g"; set xlabel "frequency, from the intended pitch (Hz)" }
   plot columns."/".word(shown, k).".lines" using 1:2 with lines linewidth 1.5 linecolor rgb word(colours, k)
 }
 unset multiplot

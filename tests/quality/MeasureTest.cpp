@@ -23,7 +23,8 @@ MakeShifter ideal(double ratio) {
   return made([=](const Sound& past, double, int n) { return ago(past, n, (1.0 - ratio) * n); });
 }
 
-// The plainest one that splices: two voices, half a window apart, each fading in and out as a sine's half wave.
+// The plainest one that splices: two voices, half a window apart, each fading in and out as a sine's half
+// wave.
 MakeShifter twoVoices(double ratio, double window) {
   return made([=](const Sound& past, double, int n) {
     const double turn = std::abs(1.0 - ratio) * n / window;
@@ -90,8 +91,9 @@ TEST_CASE("a delay is measured to the sample") {
 }
 
 TEST_CASE("an echo widens range and spread") {
-  const MakeShifter echo =
-      made([](const Sound& past, double, int n) { return 0.8 * ago(past, n, 480.0) + 0.6 * ago(past, n, 1440.0); });
+  const MakeShifter echo = made([](const Sound& past, double, int n) {
+    return 0.8 * ago(past, n, 480.0) + 0.6 * ago(past, n, 1440.0);
+  });
   const auto delay = measuredDelay(echo, 1.0);
   REQUIRE(delay);
   CHECK(delay->medianMs == doctest::Approx(10.0)); // 64 % of the energy
@@ -112,7 +114,8 @@ TEST_CASE("a sawtooth of delays shows half its height as the median, its ends as
 }
 
 TEST_CASE("impulses that fall into a hole are counted as lost") {
-  const MakeShifter hole = made([](const Sound& past, double, int n) { return n / 24000 % 2 ? past[n] : 0.0; });
+  const MakeShifter hole =
+      made([](const Sound& past, double, int n) { return n / 24000 % 2 ? past[n] : 0.0; });
   const auto delay = measuredDelay(hole, 1.0);
   REQUIRE(delay);
   CHECK(delay->lostShare > 0.3);
@@ -124,13 +127,13 @@ TEST_CASE("open strings through a clean shifter stay clean") {
   REQUIRE(strings);
   CHECK(strings->offCents < 0.1);
   CHECK(strings->rippleDb < 0.2);
-  CHECK(strings->sidebandDb < -60.0); // images of the interpolation
+  CHECK(strings->sidebandDb < -60.0);      // images of the interpolation
   CHECK(!stringSounds(delayed(0.0), 0.1)); // 33 Hz at most
 }
 
 TEST_CASE("ripple and sidebands of the strings are the worst ones and the means") {
-  // a tremolo of depth 0.1, whose sidebands are a twentieth, for the lower three strings of six: after
-  // 42 samples these have not risen as far as 170 Hz would have
+  // a tremolo of depth 0.1, whose sidebands are a twentieth, for the lower three strings of six: after 42
+  // samples these have not risen as far as 170 Hz would have
   const MakeShifter tremolo = made([](const Sound& past, double, int n) {
     const bool low = n > 42 && past[42] < 0.5 * std::sin(2.0 * kPi * 170.0 / kRateHz * 42);
     return past[n] * (low ? 1.0 + 0.1 * std::cos(2.0 * kPi * 9.0 / kRateHz * n) : 1.0);

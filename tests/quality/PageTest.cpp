@@ -1,7 +1,7 @@
 // The parts of the page, and the page that is checked in.
+#include "quality/Page.h"
 #include "quality/Comparison.h"
 #include "quality/CostRows.h"
-#include "quality/Page.h"
 #include "quality/PedalTables.h"
 
 #include <algorithm>
@@ -62,7 +62,8 @@ std::string departure(const Lines& form, const Lines& page) {
   const std::map<std::string, Table> known = tables();
   std::size_t at = 0;
   for (const std::string& line : form) {
-    const auto table = line.starts_with("@table ") ? known.find(line.substr(1, line.size() - 2)) : known.end();
+    const auto table =
+        line.starts_with("@table ") ? known.find(line.substr(1, line.size() - 2)) : known.end();
     if (table == known.end()) {
       if (at >= page.size() || !std::regex_match(page[at++], patternOf(line))) return "form: " + line;
       continue;
@@ -113,7 +114,8 @@ TEST_CASE("a page is filled at its places, and an empty place is an error") {
 }
 
 TEST_CASE("a cost is the first number of the row that begins so") {
-  const CostRows costs("TAP pitch above\n  engine rest        64  4.52 1.93\nengine rest 256  3.95\nTAP pitch   11.27 4.8\n");
+  const CostRows costs(
+      "TAP pitch above\n  engine rest        64  4.52 1.93\nengine rest 256  3.95\nTAP pitch   11.27 4.8\n");
   CHECK(costs.nsOf("engine rest 256") == 3.95);
   CHECK(costs.nsOf("TAP pitch") == 11.27);
   CHECK_THROWS(costs.nsOf("TAP"));
@@ -121,8 +123,9 @@ TEST_CASE("a cost is the first number of the row that begins so") {
 
 TEST_CASE("every row that a cost is taken from stands on the page of the benchmarks") {
   const CostRows costs(contentsOf(kSource / "docs/performance.md"));
-  for (const char* row : {"engine rest 256", "swh amPitchshift", "TAP pitch", "swh pitchScale", "swh pitchScaleHQ",
-                          "rubberband R2", "rubberband R3", "guitarix detune", "mda Detune (stereo)"})
+  for (const char* row :
+       {"engine rest 256", "swh amPitchshift", "TAP pitch", "swh pitchScale", "swh pitchScaleHQ",
+        "rubberband R2", "rubberband R3", "guitarix detune", "mda Detune (stereo)"})
     CHECK(costs.nsOf(row) > 0.0);
 }
 
@@ -132,12 +135,14 @@ TEST_CASE("the page that is checked in has the form's words and the program's ta
 
 TEST_CASE("a changed sentence, a changed heading and a missing table are noticed") {
   Lines changed = page();
-  const auto sentence = std::ranges::find_if(changed, [](const std::string& line) { return line.size() > 60; });
+  const auto sentence =
+      std::ranges::find_if(changed, [](const std::string& line) { return line.size() > 60; });
   *sentence += "!";
   CHECK(departure(form(), changed) != "");
 
   changed = page();
-  const auto heading = std::ranges::find_if(changed, [](const std::string& line) { return line.starts_with("|"); });
+  const auto heading =
+      std::ranges::find_if(changed, [](const std::string& line) { return line.starts_with("|"); });
   heading->insert(2, "x");
   CHECK(departure(form(), changed) != "");
 

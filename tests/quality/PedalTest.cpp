@@ -19,14 +19,16 @@ constexpr double kSweepSamples = 3145.0; // how far a tap's delay travels at 48 
 
 MakeShifter pedalAt(int color, double pedal, Heard heard = Heard::shiftedOnly) {
   return [=] {
-    return std::make_unique<PedalShifter>(TREADSHIFT_MODULE, PedalSetting{.color = color, .pedal = pedal}, heard);
+    return std::make_unique<PedalShifter>(TREADSHIFT_MODULE, PedalSetting{.color = color, .pedal = pedal},
+                                          heard);
   };
 }
 
 // Gain of the unshifted path by its recurrences. k1 to k4: the tone filter's coefficients.
 double pathDb(double hz, double k1, double k2, double k3, double k4) {
-  const std::complex<double> z = std::polar(1.0, -2.0 * std::numbers::pi * hz / kRateHz); // one sample's delay
-  const std::complex<double> lowPass = (1.0 + z) / 2.0; // first order, a quarter of the rate
+  const std::complex<double> z =
+      std::polar(1.0, -2.0 * std::numbers::pi * hz / kRateHz); // one sample's delay
+  const std::complex<double> lowPass = (1.0 + z) / 2.0;        // first order, a quarter of the rate
   const std::complex<double> low = (1.0 - k1) / (1.0 - k1 * z), high = (1.0 + k2) / (1.0 - k2 * z);
   const std::complex<double> toned = k3 * (1.0 + z) * low + k4 * (1.0 - z) * high;
   return 20.0 * std::log10(std::abs(lowPass * 0.5 * toned));
@@ -76,7 +78,8 @@ TEST_CASE("dry sound is told from shifted sound") {
     CHECK(PedalShifter::dryGain(TREADSHIFT_MODULE, {.color = 0, .pedal = pedal}) == doctest::Approx(pedal));
     CHECK(PedalShifter::dryGain(TREADSHIFT_MODULE, {.color = 2, .pedal = pedal}) == 0.0);
     CHECK(PedalShifter::dryGain(TREADSHIFT_MODULE, {.color = 4, .pedal = pedal}) == 1.0);
-    CHECK(PedalShifter::dryGain(TREADSHIFT_MODULE, {.color = 6, .pedal = pedal}) == doctest::Approx(1.0 - pedal));
+    CHECK(PedalShifter::dryGain(TREADSHIFT_MODULE, {.color = 6, .pedal = pedal}) ==
+          doctest::Approx(1.0 - pedal));
   }
   CHECK(!reportOn(pedalAt(0, 1.0), 0.0));
   // what is left of an impulse at its own moment: all of it, or nothing
