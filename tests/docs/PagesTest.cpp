@@ -272,6 +272,22 @@ TEST_CASE("every file that a page names exists") {
     checkNone(file, "there is no such file", missingFiles(page));
 }
 
+TEST_CASE("every script that a page names can be started") {
+  std::size_t scripts = 0;
+  for (const auto& [file, page] : pages()) {
+    for (const std::string& code : codeOf(page)) {
+      for (const std::string& word : wordsOf(code)) {
+        if (!word.starts_with("script/") || !files().contains(word)) continue;
+        ++scripts;
+        CAPTURE(word);
+        const fs::perms perms = fs::status(kRoot / word).permissions();
+        CHECK((perms & fs::perms::owner_exec) != fs::perms::none);
+      }
+    }
+  }
+  CHECK(scripts > 5);
+}
+
 TEST_CASE("every function that a page names exists") {
   const std::set<std::string> words = identifiers();
   for (const auto& [file, page] : pages())
