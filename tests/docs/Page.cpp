@@ -83,6 +83,7 @@ Page::Page(const std::string& text) {
 }
 
 void Page::takeProse(std::string text, const std::string& row) {
+  text = std::regex_replace(text, std::regex("\\s+"), " "); // lines of a list are indented
   append(spans, takeAll(text, std::regex("`([^`]+)`")));
   append(links, takeAll(text, std::regex("\\]\\(([^)\\s]+)\\)")));
   takeAll(text, std::regex("\\*\\*([^*]+)\\*\\*"));
