@@ -16,7 +16,7 @@ struct IntervalReport {
 IntervalReport reportOn(const Contender& contender, double cents) {
   const MakeShifter make = [&] { return contender.make(pedalFor(cents), kShortBlock); };
   const std::optional<SettingReport> setting = reportOn(make, cents);
-  if (!setting) throw std::runtime_error(contender.name + " stays silent");
+  if (!setting) throw std::runtime_error(contender.name + " gives no sound that could be measured");
   return {*setting, chordShare(make, std::exp2(cents / 1200.0))};
 }
 

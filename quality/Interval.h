@@ -12,4 +12,4 @@
 // spliceRate: per second, see splicesPerSecond. Allocates.
 double measuredCents(const MakeShifter& make, double ratio, std::optional<double> spliceRate);
 
-inline constexpr int kIntervalTones = 16;
+inline constexpr int kIntervalTones = 8;

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int kChordSamples = 1 << 19; // 11 s: a quarter tone at 41 Hz is 13 bins wide
+constexpr int kChordSamples = 1 << 18; // 5 s: a quarter tone at 41 Hz is 6 bins wide to either side
 constexpr double kQuarterToneCents = 50.0;
 
 struct Readings {

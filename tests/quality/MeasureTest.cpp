@@ -60,6 +60,14 @@ TEST_CASE("an interval that is not the intended one is read as it is") {
   CHECK(measuredCents(ideal(real), intended, {}) == doctest::Approx(-1185.0).epsilon(0.00005));
 }
 
+TEST_CASE("a shifter that takes its time to begin is waited for") {
+  const double ratio = 0.99;
+  const int begin = samplesIn(6.5); // not shifted until then
+  const MakeShifter late = made(
+      [=](const Sound& past, double, int n) { return ago(past, n, (1.0 - ratio) * std::max(0, n - begin)); });
+  CHECK(std::abs(measuredCents(late, ratio, {}) - 1200.0 * std::log2(ratio)) < 0.05);
+}
+
 TEST_CASE("two voices that pull each other do not pull the measured interval") {
   for (double ratio : {2.0, 0.5, std::exp2(500.0 / 1200.0)}) {
     const double window = 2376.0; // the voices meet 1 kHz a quarter turn apart, where they pull most
