@@ -15,7 +15,7 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 copy=$work/another/path/of/another/depth
 mkdir -p "$copy"
-(cd "$sources" && cp -R CMakeLists.txt cmake vst framework dsp effect host module "$copy")
+tar -C "$sources" --exclude=./build --exclude=./.git -cf - . | tar -C "$copy" -xf -
 
 unset CMAKE_C_COMPILER_LAUNCHER CMAKE_CXX_COMPILER_LAUNCHER
 export CCACHE_DISABLE=1 LC_ALL=C TZ=Pacific/Kiritimati
