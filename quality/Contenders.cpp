@@ -31,7 +31,8 @@ void steerSemitonesAndCents(Peer& peer, double cents) {
 
 void steerDetune(Peer& peer, double cents) { peer.setControl("DETUNE", static_cast<float>(cents / 100.0)); }
 
-// The knob has no unit; the first channel goes down by three semitones times its cube, as measured.
+// The knob has no unit; the first channel goes down by three semitones times its cube, which the measured
+// interval confirms.
 void steerCubedDetune(Peer& peer, double cents) {
   peer.setControl("detune", static_cast<float>(std::cbrt(std::abs(cents) / 300.0)));
 }

@@ -15,7 +15,7 @@ constexpr int kSamples = 1 << 16;
 
 ToneResponse::ToneResponse(const std::string& modulePath, double tone) {
   PedalShifter pedal(modulePath, {.color = kUnshifted, .pedal = 0.0, .tone = tone}, Heard::all);
-  pedal.play(level(0.0, kLongBlock), kShortBlock); // the first block ramps the tone in
+  // The first block ramps the tone in; that is over before the impulse comes back.
   for (const std::complex<double>& bin : transform(pedal.play(impulses(kSamples, kSamples), kShortBlock)))
     power.push_back(std::norm(bin));
 }

@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <fftw3.h>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
@@ -50,6 +51,7 @@ void writeSheet(const Wanted& wanted) {
   Page page(contentsOf(wanted.form));
   const CostRows costs(contentsOf(wanted.costs));
   std::filesystem::create_directories(wanted.directory);
+  fftwf_set_timelimit(0.0); // peers that have transforms timed and chosen would sound different in each run
   const std::vector<Contender> all = contenders(wanted.module);
 
   page.put("table colors", colorTable(wanted.module, announce).text());
