@@ -36,8 +36,9 @@ public:
   // memory cannot be had, blocks try again. [host, processing stopped]
   void setBlockSize(int samples) override;
 
-  // Clears the delay line; filters, fades and the sweep go on from where they were.
-  // [host, processing stopped]
+  // Clears the delay line; filters, fades and the sweep go on from where they were. Only when a parameter or
+  // a sample that was no finite number has spoilt one of them for good, everything is built anew, as by a new
+  // rate; then it allocates. [host, processing stopped]
   void resume() override;
 
   // One block: `frames` samples of inputs[0] to outputs[0], which may be the same array. Fewer than 1 frame
@@ -117,11 +118,13 @@ protected:
   // Takes the first program and fills the record, through the virtual table as everywhere: a call made by
   // the constructor itself, or inlined into it, would skip the table.
   [[gnu::noinline]] void presentToHost();
+  void setUp(double rate);
   void adoptRate(double rate);
   void chooseToneBounds();
   void zeroControlState();
   bool canRun(double rate) const;
   bool isBuilt() const;
+  bool isPoisoned() const;
   void buildProcessing();
   void buildToneCurves();
   void buildFilters();

@@ -5,6 +5,8 @@
 #include "effect/SharedField.h"
 #include "effect/WholeSamples.h"
 
+#include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <memory>
 #include <new>
@@ -78,9 +80,14 @@ Treadshift::~Treadshift() {
 void Treadshift::setSampleRate(float rate) {
   const double x = rate;
   if (x == rateHz && (isBuilt() || !canRun(x))) return; // in force, or as useless as before
-  adoptRate(x);
+  setUp(x);
+  resume();
+}
+
+void Treadshift::setUp(double rate) {
+  adoptRate(rate);
   releaseProcessing();
-  if (canRun(x)) {
+  if (canRun(rate)) {
     try {
       buildProcessing();
       reserveAnnounced();
@@ -90,7 +97,6 @@ void Treadshift::setSampleRate(float rate) {
   }
   setColor();
   setPitch(loadShared(pedalPos));
-  resume();
 }
 
 void Treadshift::adoptRate(double rate) {
@@ -207,7 +213,17 @@ void Treadshift::setBlockSize(int samples) {
   if (isBuilt()) reserveAnnounced();
 }
 
+// A recursion that took in a value that is no number, or ran off to infinity, never comes back by itself.
+bool Treadshift::isPoisoned() const {
+  const double states[] = {
+      pedalSmoother->state1, lastPedal,       lastSmoothedPedal, cents,   shiftFilter->state1,
+      toneLowState,          toneHighState,   tapPos1,           tapPos2, prevToneCoef[0],
+      prevToneCoef[1],       prevToneCoef[2], prevToneCoef[3]};
+  return !std::ranges::all_of(states, [](double state) { return std::isfinite(state); });
+}
+
 void Treadshift::resume() {
+  if (isBuilt() && isPoisoned()) setUp(rateHz);
   if (delayLine) std::memset(delayLine, 0, sizeof(double) * static_cast<std::size_t>(delayLength));
   AudioEffectX::resume();
 }

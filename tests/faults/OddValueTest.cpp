@@ -216,8 +216,9 @@ TEST_CASE("what an odd value leaves nowhere goes by itself") {
     CHECK(recoversByItself(kParameters, loud));
 }
 
-// A recursive filter never forgets what is not finite, and clearing the delay line is all that resuming does.
-TEST_CASE("what an odd value leaves in a filter outlasts good values and resuming, until a new rate") {
+// A recursive filter never forgets what is not finite.
+TEST_CASE(
+    "what an odd value leaves in a filter outlasts good values, until the host resumes or sets a new rate") {
   const std::pair<int, double> lasting[] = {{kTone, kAudioNaN},           {kTone, kAudioInfinity},
                                             {kPedalPos, kAudioNaN},       {kPedalPos, kAudioInfinity},
                                             {kPedalPos, -kAudioInfinity}, {kParameters, kAudioNaN},
@@ -226,11 +227,13 @@ TEST_CASE("what an odd value leaves in a filter outlasts good values and resumin
     CAPTURE(index);
     CAPTURE(value);
     CHECK_FALSE(recoversByItself(index, value));
+    Listener resumed(kRate);
+    meetOddity(resumed, index, value);
+    resumed.module.resume();
+    resumed.play(4000);
+    CHECK(isSound(resumed.play(400)));
     Listener listener(kRate);
     meetOddity(listener, index, value);
-    listener.module.resume();
-    listener.play(4000);
-    CHECK_FALSE(isSound(listener.play(400)));
     listener.module.setSampleRate(kOtherRate);
     listener.play(400);
     CHECK(isSound(listener.play(400)));

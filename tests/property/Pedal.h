@@ -22,8 +22,9 @@ public:
 // The built module.
 class ModulePedal : public Pedal {
 public:
-  // host: the host's services; null: the plainest host there is.
-  explicit ModulePedal(HostCallback host = nullptr) : runner(TREADSHIFT_MODULE, host) {}
+  // host: the module's host; null: the plainest there is.
+  explicit ModulePedal(const std::string& file = TREADSHIFT_MODULE, HostCallback host = nullptr)
+      : runner(file, host) {}
   void setSampleRate(float rateHz) override { runner.setSampleRate(rateHz); }
   void setBlockSize(int samples) override { runner.setBlockSize(samples); }
   void resume() override { runner.resume(); }

@@ -10,6 +10,7 @@ constexpr const char* kNames[] = {
     "block beyond histories",
     "rewind beyond histories",
     "resume",
+    "resume of a spoilt state",
     "set up",
     "set up after first block",
     "set up after unusable rate",

@@ -14,6 +14,7 @@ enum class PlainEvent : std::size_t {
   BlockBeyondHistories, // longer than the 48000 entries of the oscillator's histories
   RewindBeyondHistories,
   Resume,
+  ResumeOfSpoilt,
   // rates
   SetUp,
   SetUpAfterFirstBlock,

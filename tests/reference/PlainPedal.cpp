@@ -156,8 +156,21 @@ void PlainPedal::setUpSwitch(FadeSwitch& fade, float value) const {
   fade.lastValue = value;
 }
 
+bool PlainPedal::isSpoilt() const {
+  for (const double state : {lastPedal, lastSmoothedPedal, pedalSmoother->state1, cents, tapPos1, tapPos2,
+                             shiftFilter->state1, toneLow, toneHigh})
+    if (!std::isfinite(state)) return true;
+  for (const double coefficient : prevToneCoef)
+    if (!std::isfinite(coefficient)) return true;
+  return false;
+}
+
 void PlainPedal::resume() {
   if (running) events.count(PlainEvent::Resume);
+  if (running && isSpoilt()) {
+    events.count(PlainEvent::ResumeOfSpoilt);
+    setUp();
+  }
   std::fill(delayLine.begin(), delayLine.end(), 0.0);
 }
 

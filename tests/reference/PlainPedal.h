@@ -17,7 +17,7 @@ class PlainPedal {
 public:
   // rateHz: any float; at a rate that leaves nothing to run, blocks pass through.
   void setSampleRate(float rateHz);
-  // Silences the delay line and nothing else.
+  // Silences the delay line and nothing else, unless a state is no finite number: then all starts anew.
   void resume();
   // index: 0 On/Off, 1 Mode, 2 Tone, 3 Color, 4 PedalPos, others are ignored.
   void setParameter(int index, float value);
@@ -47,6 +47,7 @@ private:
   };
 
   void setUp();
+  bool isSpoilt() const;
   void setUpToneCurves();
   void setUpSwitch(FadeSwitch& fade, float value) const;
   void setColor();

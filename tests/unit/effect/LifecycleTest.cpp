@@ -4,9 +4,12 @@
 #include "tests/unit/dsp/Bits.h"
 #include "vst/Opcodes.h"
 
+#include <algorithm>
+#include <cmath>
 #include <doctest/doctest.h>
 #include <functional>
 #include <initializer_list>
+#include <limits>
 
 namespace {
 
@@ -41,6 +44,10 @@ Names pointers() {
           "onOffSwitch tables", "colorSwitch tables", "delayLine place", "block buffers", "curves"};
 }
 
+bool allFinite(const std::vector<double>& samples) {
+  return std::ranges::all_of(samples, [](double sample) { return std::isfinite(sample); });
+}
+
 Names without(Names names, const Names& taken) {
   for (const std::string& name : taken)
     names.erase(name);
@@ -51,6 +58,61 @@ Names without(Names names, const Names& taken) {
 
 TEST_CASE("resume clears the delay line and nothing else") {
   CHECK(changedBy([](BusyEffect& e) { e.resume(); }) == Names{"delayLine"});
+}
+
+// What a parameter or a sample that is no finite number leaves behind. `mend` is called once they are good
+// again.
+void checkMended(const std::function<void(ExposedTreadshift&)>& spoil, void mend(ExposedTreadshift&)) {
+  ExposedTreadshift e(44100.0f, 1.0f, 0.8f, colorOfRow(4), 0.3f);
+  e.block(testSound(500));
+  spoil(e);
+  e.setParameter(kTone, 0.8f);
+  e.setParameter(kPedalPos, 0.3f);
+  for (int blocks = 0; blocks < 4; ++blocks)
+    e.block(testSound(44100)); // twice the delay line
+  const bool pedalLost =
+      !std::isfinite(e.lastSmoothedPedal); // then the sound is finite and the pedal moves nothing
+  CHECK((pedalLost || !allFinite(e.block(testSound(500)))));
+  mend(e);
+  ExposedTreadshift fresh;
+  for (int index = 0; index < kParameterCount; ++index)
+    fresh.setParameter(index, e.getParameter(index));
+  fresh.setSampleRate(static_cast<float>(e.rateHz));
+  CHECK(without(changedFields(snapshotOf(fresh), snapshotOf(e)), pointers()) == Names{"firstBlock"});
+  for (int blocks = 0; blocks < 4; ++blocks)
+    CHECK(allFinite(e.block(testSound(1000))));
+}
+
+TEST_CASE("what no finite number has spoilt for good is whole again after a resume or a new rate") {
+  const double infinity = std::numeric_limits<double>::infinity();
+  const auto resume = [](ExposedTreadshift& e) { e.resume(); };
+  const auto newRate = [](ExposedTreadshift& e) { e.setSampleRate(48000.0f); };
+  for (const double bad : {std::nan(""), infinity, -infinity}) {
+    CAPTURE(bad);
+    const auto sample = [bad](ExposedTreadshift& e) { e.sample(bad); };
+    checkMended(sample, resume);
+    checkMended(sample, newRate);
+    for (const int parameter : {kTone, kPedalPos}) {
+      CAPTURE(parameter);
+      const auto setting = [=](ExposedTreadshift& e) {
+        e.setParameter(parameter, static_cast<float>(bad));
+        e.block(testSound(100));
+      };
+      checkMended(setting, resume);
+      checkMended(setting, newRate);
+    }
+  }
+}
+
+TEST_CASE("a resume while a parameter is no number still ends, and the next one with good values mends") {
+  ExposedTreadshift e(44100.0f, 1.0f, 0.8f, colorOfRow(4), 0.3f);
+  e.setParameter(kPedalPos, std::nanf(""));
+  e.block(testSound(100));
+  e.resume();
+  e.block(testSound(100));
+  e.setParameter(kPedalPos, 0.3f);
+  e.resume();
+  CHECK(allFinite(e.block(testSound(1000))));
 }
 
 TEST_CASE("the rate in force, suspend and the block size announced change nothing") {
