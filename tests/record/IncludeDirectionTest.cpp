@@ -26,6 +26,9 @@ struct Rule {
 
 const Names kRecordAlone = {"vst/AEffect.h", "vst/Opcodes.h", "vst/HostRecords.h", "framework/Q_TypeIF.h"};
 
+// The system's headers whose directory bears the name of a folder of ours.
+const Names kInterfaceOfLv2 = {"lv2/atom/", "lv2/buf-size/", "lv2/options/", "lv2/urid/", "lv2/worker/"};
+
 Names with(Names names, const std::string& more) {
   names.push_back(more);
   return names;
@@ -41,7 +44,7 @@ const std::vector<Rule> kRules = {
     {"presets", {"presets/"}},
     {"render", with(with(with(kRecordAlone, "host/"), "presets/"), "render/")},
     {"lv2", with(with(kRecordAlone, "host/"), "lv2/")},
-    {"peers", {"peers/"}},
+    {"peers", with(kInterfaceOfLv2, "peers/")},
     {"quality", with(with(with(with(kRecordAlone, "host/"), "peers/"), "render/Colors.h"), "quality/")},
 };
 
