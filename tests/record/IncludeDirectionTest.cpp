@@ -15,9 +15,8 @@ namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
 const fs::path kRoot = TREADSHIFT_SOURCE_DIR;
-const Names kFolders = {"vst",    "framework", "dsp",    "effect", "module", "host",
-                        "worker", "presets",   "render", "lv2",    "tests",  "bench",
-                        "peers",  "quality"};
+const Names kFolders = {"vst",     "framework", "dsp", "effect", "module", "host",  "worker",
+                        "presets", "render",    "lv2", "tests",  "bench",  "peers", "quality"};
 
 struct Rule {
   std::string folder;
