@@ -15,13 +15,8 @@ namespace fs = std::filesystem;
 using Names = std::vector<std::string>;
 
 const fs::path kRoot = TREADSHIFT_SOURCE_DIR;
-<<<<<<< HEAD
 const Names kFolders = {"vst",    "framework", "dsp",   "effect", "module",  "host", "worker",   "presets",
                         "render", "lv2",       "peers", "bench",  "quality", "fuzz", "examples", "tests"};
-=======
-const Names kFolders = {"vst",     "framework", "dsp", "effect", "module", "host",  "worker",
-                        "presets", "render",    "lv2", "tests",  "bench",  "peers", "quality"};
->>>>>>> quality
 
 struct Rule {
   std::string folder;
@@ -48,13 +43,8 @@ const std::vector<Rule> kRules = {
     {"presets", {"presets/"}},
     {"render", with(with(with(kRecordAlone, "host/"), "presets/"), "render/")},
     {"lv2", with(with(kRecordAlone, "host/"), "lv2/")},
-<<<<<<< HEAD
     {"examples", {"vst/AEffect.h", "vst/Opcodes.h", "vst/HostRecords.h"}},
-    {"peers", // the last five are folders of the LV2 headers, not of ours
-     {"peers/", "lv2/atom/", "lv2/buf-size/", "lv2/options/", "lv2/urid/", "lv2/worker/"}},
-=======
     {"peers", with(kInterfaceOfLv2, "peers/")},
->>>>>>> quality
     {"quality", with(with(with(with(kRecordAlone, "host/"), "peers/"), "render/Colors.h"), "quality/")},
 };
 
