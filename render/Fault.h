@@ -12,7 +12,7 @@ public:
   // The line reads "<subject> '<value>': <wrong>; <right>".
   // subject: "input", "output" or an option's name; value: what the user gave, if anything; wrong: what is
   // the matter; right: what would work instead, left out when empty. Control characters become '?', so that
-  // the line stays one line. Allocates.
+  // the line stays one line, and a value of more than 1000 bytes is cut. Allocates.
   Fault(ExitStatus status, const std::string& subject, const std::optional<std::string>& value,
         const std::string& wrong, const std::string& right = "");
 
@@ -22,6 +22,7 @@ private:
   ExitStatus exitStatus;
 };
 
-// "<subject> '<value>': <text>" with control characters made visible; for faults and notices alike.
+// "<subject> '<value>': <text>" with control characters made visible and long values cut; for faults and
+// notices alike.
 std::string messageLine(const std::string& subject, const std::optional<std::string>& value,
                         const std::string& text);

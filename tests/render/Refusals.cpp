@@ -64,7 +64,10 @@ TEST_CASE("a flag that is given a value, of whatever length and characters") {
   const Refusal refusal;
   refusal.checkOption("--show 'perhaps': takes no value; see treadshift-render --help", {"--show=perhaps"});
   refusal.checkOption("--play 'a?b': takes no value; ", {"--play=a\nb"});
-  refusal.checkOption("--verbose 'xxxx", {"--verbose=" + std::string(120000, 'x')});
+  refusal.checkOption("--verbose '" + std::string(1000, 'x') + "...': takes no value; ",
+                      {"--verbose=" + std::string(120000, 'x')});
+  refusal.checkOption("--verbose '" + std::string(999, 'x') + "...': ",
+                      {"--verbose=" + std::string(999, 'x') + "ü!"});
 }
 
 TEST_CASE("calls that are wrong as they stand") {
