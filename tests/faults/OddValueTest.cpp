@@ -223,7 +223,9 @@ TEST_CASE(
                                             {kPedalPos, kAudioNaN},       {kPedalPos, kAudioInfinity},
                                             {kPedalPos, -kAudioInfinity}, {kParameters, kAudioNaN},
                                             {kParameters, kAudioInfinity}};
-  for (const auto& [index, value] : lasting) {
+  for (const std::pair<int, double>& oddity : lasting) { // clang 14 captures no names of a pair's parts
+    const int index = oddity.first;
+    const double value = oddity.second;
     CAPTURE(index);
     CAPTURE(value);
     CHECK_FALSE(recoversByItself(index, value));
