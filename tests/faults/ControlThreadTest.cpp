@@ -2,17 +2,15 @@
 // plain run only survives.
 #include "tests/property/PedalPair.h"
 #include "tests/record/Module.h"
+#include "tests/support/Meanwhile.h"
 #include "vst/Opcodes.h"
 
 #include <doctest/doctest.h>
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cmath>
-#include <functional>
 #include <optional>
-#include <thread>
 
 namespace {
 
@@ -22,24 +20,6 @@ constexpr float kRate = 1000.0f;
 constexpr int kChangesHeard = 300;
 
 using Samples = std::array<double, kBlock>;
-
-// Repeats an action in a thread of its own until the scope ends.
-class Meanwhile {
-public:
-  explicit Meanwhile(std::function<void(int)> action)
-      : thread([this, action = std::move(action)] {
-          for (int round = 0; !ended; ++round)
-            action(round);
-        }) {}
-  ~Meanwhile() {
-    ended = true;
-    thread.join();
-  }
-
-private:
-  std::atomic<bool> ended{false};
-  std::thread thread;
-};
 
 Samples sound(int block) {
   Samples samples;

@@ -1,34 +1,14 @@
 // Parameters and programs from other threads against a running block. A thread checker sees what a plain
 // run only survives.
 #include "ExposedTreadshift.h"
+#include "tests/support/Meanwhile.h"
 
-#include <atomic>
 #include <cmath>
 #include <doctest/doctest.h>
-#include <functional>
-#include <thread>
 
 namespace {
 
 constexpr int kBlocks = 300;
-
-// Repeats an action in a thread of its own until the scope ends.
-class Meanwhile {
-public:
-  explicit Meanwhile(std::function<void(int)> action)
-      : thread([this, action = std::move(action)] {
-          for (int round = 0; !ended; ++round)
-            action(round);
-        }) {}
-  ~Meanwhile() {
-    ended = true;
-    thread.join();
-  }
-
-private:
-  std::atomic<bool> ended{false};
-  std::thread thread;
-};
 
 } // namespace
 
