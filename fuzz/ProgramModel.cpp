@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 namespace {
 
@@ -18,7 +19,9 @@ void ProgramModel::setParameter(std::int32_t index, float value) {
 float ProgramModel::parameter(std::int32_t index) const { return isParameter(index) ? live[index] : 0.0f; }
 
 void ProgramModel::selectProgram(std::intptr_t number) {
-  if (number < kPrograms) current = static_cast<std::int32_t>(number);
+  if (number >= kPrograms) return;
+  constexpr std::intptr_t kLeast = std::numeric_limits<std::int32_t>::min();
+  current = static_cast<std::int32_t>(std::max(number, kLeast)); // a negative number stays negative
 }
 
 void ProgramModel::loadProgram(std::int64_t number) {
