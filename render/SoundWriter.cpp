@@ -17,8 +17,9 @@ namespace {
 // The Vorbis encoder keeps a whole call's frames on the stack.
 constexpr std::int64_t kSliceFrames = 4096;
 
-// The encoders of music fail on numbers far out of range: MP3's ends the program, Vorbis writes silence.
-constexpr double kLoudestForEncoders = 1e6;
+// The encoders of music fail on numbers far out of range: MP3's ends the program, Vorbis writes silence. What
+// is more than 24 dB above full scale is held there.
+constexpr double kLoudestForEncoders = 16.0;
 
 // File operations for libsndfile that remember a failure: its encoders drop what a write answers.
 WatchedFile& watched(void* file) { return *static_cast<WatchedFile*>(file); }
