@@ -111,6 +111,7 @@ protected:
   bool movePitch(float pedal);
   // The two steps of movePitch: the pitch itself, and what follows from it once it stays.
   void bendPitch(float pedal);
+  double centsAt(double pedal) const;
   void settlePitch();
   double sweepRateFor(double ratio) const; // Hz
   // Sets the tone targets from a Tone value of 0..1.
@@ -164,6 +165,8 @@ protected:
   double smoothed(double state, double pedal) const;
   void followPedal(Chunk& chunk, const BlockValues& block);
   bool followPitch(Chunk& chunk, const BlockValues& block);
+  int32_t followSmoother(Chunk& chunk, const BlockValues& block);
+  void bendPitches(Chunk& chunk, int32_t bent);
   void followGains(Chunk& chunk) const;
   void followRate(Chunk& chunk, const BlockValues& block);
   void followEveryRate(Chunk& chunk, const BlockValues& block);

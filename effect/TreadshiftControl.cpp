@@ -2,6 +2,7 @@
 // [audio; host, processing stopped]
 #include "effect/Treadshift.h"
 
+#include "dsp/PowersOfTwo.h"
 #include "effect/ColorTable.h"
 #include "effect/SharedField.h"
 
@@ -40,9 +41,11 @@ bool Treadshift::movePitch(float pedal) {
 
 void Treadshift::bendPitch(float pedal) {
   pitchPedal = pedal;
-  cents = centsAtHeel + (centsAtToe - centsAtHeel) * static_cast<double>(pedal);
+  cents = centsAt(pedal);
   pitchRatio = std::pow(2.0, cents * centsToOctaves);
 }
+
+double Treadshift::centsAt(double pedal) const { return centsAtHeel + (centsAtToe - centsAtHeel) * pedal; }
 
 void Treadshift::settlePitch() {
   sweepRate = sweepRateFor(pitchRatio);
@@ -115,23 +118,43 @@ void Treadshift::followPedal(Chunk& chunk, const BlockValues& block) {
     followRate(chunk, block);
 }
 
-// A pedal that narrows to the float of the latest pitch has that pitch. True when every sample moves it.
+// True when every sample moves the pedal.
 bool Treadshift::followPitch(Chunk& chunk, const BlockValues& block) {
+  const int32_t bent = followSmoother(chunk, block);
+  std::fill_n(chunk.pitchRatio, bent, pitchRatio);
+  bendPitches(chunk, bent);
+  settlePitch();
+  return std::find(chunk.moved, chunk.moved + chunk.samples, false) == chunk.moved + chunk.samples;
+}
+
+// A pedal that narrows to the float of the latest pitch has that pitch. Result: the first sample whose pitch
+// is another one.
+int32_t Treadshift::followSmoother(Chunk& chunk, const BlockValues& block) {
+  int32_t bent = chunk.samples;
   double pedal = pedalSmoother->state1;
-  bool alwaysMoves = true;
   for (int32_t i = 0; i < chunk.samples; ++i) {
     pedal = smoothed(pedal, lastPedal + (chunk.first + i) * block.pedalStep);
     const float narrowed = static_cast<float>(pedal);
     chunk.moved[i] = pedal != lastSmoothedPedal;
-    alwaysMoves &= chunk.moved[i];
-    if (chunk.moved[i] && !sameBits(narrowed, pitchPedal)) bendPitch(narrowed);
+    if (chunk.moved[i] && !sameBits(narrowed, pitchPedal)) {
+      pitchPedal = narrowed;
+      bent = std::min(bent, i);
+    }
     lastSmoothedPedal = pedal;
-    chunk.pitchRatio[i] = pitchRatio;
     chunk.pedal[i] = pitchPedal;
   }
   pedalSmoother->state1 = pedal;
-  settlePitch();
-  return alwaysMoves;
+  return bent;
+}
+
+// The same as bendPitch for each sample from the first that is bent.
+void Treadshift::bendPitches(Chunk& chunk, int32_t bent) {
+  if (bent == chunk.samples) return;
+  for (int32_t i = bent; i < chunk.samples; ++i)
+    chunk.pitchRatio[i] = centsAt(chunk.pedal[i]) * centsToOctaves;
+  powersOfTwo(chunk.pitchRatio + bent, chunk.samples - bent);
+  cents = centsAt(pitchPedal);
+  pitchRatio = chunk.pitchRatio[chunk.samples - 1];
 }
 
 void Treadshift::followGains(Chunk& chunk) const {
