@@ -93,7 +93,8 @@ enum EffectFlag {
 #define TREADSHIFT_STATIC_ASSERT(condition) static_assert(condition, #condition)
 #elif defined(__STDC_VERSION__) && __STDC_VERSION__ >= 201112L
 #define TREADSHIFT_STATIC_ASSERT(condition) _Static_assert(condition, #condition)
-#else /* older C: an array of size -1 is no type; the same declaration may stand there any number of times */
+#else
+/* Older C: an array of size -1 is no type; the same declaration may stand there any number of times. */
 #define TREADSHIFT_STATIC_ASSERT(condition) extern char treadshiftAsserted[(condition) ? 1 : -1]
 #endif
 

@@ -6,7 +6,8 @@
 #include <cmath>
 #include <cstdio>
 
-WatchedPedal::WatchedPedal(Pedal& watched, double bound) : pedal(watched), bound(bound) {}
+// Bytes are counted as they are asked for: what the C library makes of them changes with its state.
+WatchedPedal::WatchedPedal(Pedal& watched, double bound) : pedal(watched), bound(bound) { startHeapCount(); }
 
 template <typename Call> void WatchedPedal::watch(Call call) {
   const auto before = static_cast<std::int64_t>(heapLiveBytes());

@@ -1,4 +1,5 @@
-// A pedal whose output and whose memory are watched while it plays.
+// A pedal whose output and whose memory are watched while it plays. One at a time, in one thread: the count
+// of the heap is the process's.
 #pragma once
 
 #include "tests/property/Pedal.h"

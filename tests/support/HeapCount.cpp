@@ -5,7 +5,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <functional>
-#include <malloc.h>
 
 // The C library's own functions under the names that it keeps for those who replace malloc.
 extern "C" {
@@ -27,9 +26,9 @@ struct Block {
 
 // Atomic, lest a compiler that knows what malloc does believes that nothing else changes them.
 std::atomic<long> calls = 0;
-std::atomic<std::size_t> liveBytes = 0;
 std::atomic<bool> counting = false;
 std::size_t allocations = 0;
+std::size_t liveBytes = 0;
 std::size_t blockCount = 0;
 Block blocks[kMostBlocks]; // fixed: counting must not allocate
 
@@ -37,18 +36,20 @@ void remember(void* place, std::size_t bytes) {
   ++allocations;
   if (blockCount == kMostBlocks) std::abort();
   blocks[blockCount++] = {place, bytes};
+  liveBytes += bytes;
 }
 
 void forget(void* place) {
   Block* const end = blocks + blockCount;
   Block* const found = std::find_if(blocks, end, [place](const Block& b) { return b.place == place; });
-  if (found != end) *found = blocks[--blockCount];
+  if (found == end) return;
+  liveBytes -= found->bytes;
+  *found = blocks[--blockCount];
 }
 
 void* taken(void* place, std::size_t bytes) {
   ++calls;
   if (!place) return nullptr;
-  liveBytes += malloc_usable_size(place);
   if (counting) remember(place, bytes);
   return place;
 }
@@ -56,7 +57,6 @@ void* taken(void* place, std::size_t bytes) {
 void givenBack(void* place) {
   ++calls;
   if (!place) return;
-  liveBytes -= malloc_usable_size(place);
   if (counting) forget(place);
 }
 
@@ -91,17 +91,15 @@ long heapCalls() { return calls; }
 std::size_t heapLiveBytes() { return liveBytes; }
 
 void startHeapCount() {
-  allocations = blockCount = 0;
+  allocations = blockCount = liveBytes = 0;
   counting = true;
 }
 
 HeapCount endHeapCount() {
   counting = false;
-  HeapCount found{allocations, 0, {}};
-  for (std::size_t k = 0; k < blockCount; ++k) {
-    found.liveBytes += blocks[k].bytes;
+  HeapCount found{allocations, liveBytes, {}};
+  for (std::size_t k = 0; k < blockCount; ++k)
     found.blocks.push_back(blocks[k].bytes);
-  }
   std::ranges::sort(found.blocks, std::greater());
   return found;
 }

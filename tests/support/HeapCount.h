@@ -9,9 +9,6 @@
 // Calls that took, changed or gave back memory since the process began.
 long heapCalls();
 
-// Bytes taken and not given back since the process began, as the C library rounds them.
-std::size_t heapLiveBytes();
-
 struct HeapCount {
   std::size_t allocations;         // since the start
   std::size_t liveBytes;           // as asked for; of the allocations since the start
@@ -20,6 +17,9 @@ struct HeapCount {
 
 // Starts to count from nothing. One thread only.
 void startHeapCount();
+
+// Bytes asked for since the start and not given back. While counting only.
+std::size_t heapLiveBytes();
 
 // Ends counting and tells what was counted. [allocates]
 HeapCount endHeapCount();
