@@ -3,8 +3,8 @@
 #include "vst/Opcodes.h"
 
 #include <atomic>
+#include <cfenv>
 #include <cstring>
-#include <xmmintrin.h>
 
 namespace {
 
@@ -19,17 +19,18 @@ template <typename Call> auto withoutThrowing(Call call) -> decltype(call()) {
   }
 }
 
-// The calling thread's control and status word, put back whole at the end of a scope: a host that watches the
-// marks of exceptions, or works with some unusual rounding, finds nothing of the effect's arithmetic in it.
+// The calling thread's floating-point environment, put back whole at the end of a scope: a host that watches
+// the marks of exceptions, or works with some unusual rounding, finds nothing of the effect's arithmetic in
+// it.
 class HostsArithmetic {
 public:
-  HostsArithmetic() : word(_mm_getcsr()) {}
-  ~HostsArithmetic() { _mm_setcsr(word); }
+  HostsArithmetic() { std::fegetenv(&environment); }
+  ~HostsArithmetic() { std::fesetenv(&environment); }
   HostsArithmetic(const HostsArithmetic&) = delete;
   HostsArithmetic& operator=(const HostsArithmetic&) = delete;
 
 private:
-  unsigned word;
+  std::fenv_t environment;
 };
 
 void writeEmpty(char* text) {
