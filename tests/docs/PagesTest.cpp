@@ -236,19 +236,6 @@ void checkNone(const std::string& file, const std::string& what, const Names& wr
     FAIL_CHECK(file, ": ", what, ": ", name);
 }
 
-// A command's output, standard error included. It must succeed.
-std::string outputOf(const std::string& command) {
-  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
-  REQUIRE(pipe);
-  std::string all;
-  char piece[4096];
-  while (const std::size_t count = std::fread(piece, 1, sizeof piece, pipe))
-    all.append(piece, count);
-  CAPTURE(all);
-  CHECK(pclose(pipe) == 0);
-  return all;
-}
-
 } // namespace
 
 TEST_CASE("every test that a page names exists") {
@@ -336,6 +323,23 @@ TEST_CASE("the page for host authors shows the example as it is") {
 }
 
 #ifdef TREADSHIFT_HOST_EXAMPLE
+namespace {
+
+// A command's output, standard error included. It must succeed.
+std::string outputOf(const std::string& command) {
+  FILE* pipe = popen((command + " 2>&1").c_str(), "r");
+  REQUIRE(pipe);
+  std::string all;
+  char piece[4096];
+  while (const std::size_t count = std::fread(piece, 1, sizeof piece, pipe))
+    all.append(piece, count);
+  CAPTURE(all);
+  CHECK(pclose(pipe) == 0);
+  return all;
+}
+
+} // namespace
+
 // Seven periods of the example's tone fit between the taps: 213.67 Hz, an octave up 427.34 Hz, counted in
 // half a second.
 TEST_CASE("the example bends a tone up by an octave in this width") {
