@@ -80,7 +80,7 @@ void Treadshift::beginFirstBlock(const BlockValues& block) {
   onOffSwitch->lastValue = block.onOff;
   colorSwitch->lastValue = block.color;
   lastPedal = block.pedalPos;
-  lastCents = centsAtHeel + (centsAtToe - centsAtHeel) * block.pedalPos;
+  lastCents = centsAt(block.pedalPos);
   setColor();
   setPitch(block.pedalPos);
   pedalSmoother->state1 = (1.0 - pedalSmoother->fb1) * block.pedalPos / pedalSmoother->ff0;
