@@ -120,8 +120,10 @@ void HostScript::drive(WatchedEffect& effect, int choice) {
     return effect.setParameter(kTone, script.float32());
   case 8:
     return effect.setParameter(kOnOff, script.float32());
-  case 9:
-    return effect.setParameter(script.int32(), script.float32());
+  case 9: {
+    const std::int32_t index = script.int32();
+    return effect.setParameter(index, script.float32());
+  }
   default:
     break;
   }
@@ -137,8 +139,10 @@ void HostScript::call(WatchedEffect& effect, int choice) {
     return effect.selectProgram(static_cast<std::intptr_t>(script.int64()));
   case 11:
     return effect.loadProgram(static_cast<long>(script.int64()));
-  case 12:
-    return effect.setName(script.text(), script.flag());
+  case 12: {
+    const std::string name = script.text();
+    return effect.setName(name, script.flag());
+  }
   case 13:
     return effect.checkTexts(script.int32());
   case 14:

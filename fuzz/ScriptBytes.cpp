@@ -39,7 +39,8 @@ template <typename Number> Number ScriptBytes::raw() {
 }
 
 int ScriptBytes::below(int bound) {
-  const int number = bound > 256 ? byte() << 8 | byte() : byte();
+  int number = byte();
+  if (bound > 256) number = number << 8 | byte();
   return number % bound;
 }
 
@@ -68,12 +69,14 @@ double ScriptBytes::float64() {
   const int choice = byte();
   if (choice < static_cast<int>(std::size(kDoubles))) return kDoubles[choice];
   if (choice >= kFirstRaw) return raw<double>();
-  const double number = byte() << 8 | byte();
+  const int upper = byte();
+  const double number = upper << 8 | byte();
   return choice < 0x80 ? number : number / 65536.0;
 }
 
 std::string ScriptBytes::text() {
-  const auto length = std::min<std::size_t>(byte(), static_cast<std::size_t>(end - next));
+  const std::size_t wanted = byte();
+  const std::size_t length = std::min(wanted, static_cast<std::size_t>(end - next));
   const std::string taken(reinterpret_cast<const char*>(next), length);
   next += length;
   return taken;

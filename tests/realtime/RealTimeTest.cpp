@@ -161,12 +161,21 @@ TEST_CASE("the heap's watch sees every way to take memory, also the module's own
 }
 
 TEST_CASE("the heap's watch knows what is held") {
-  const std::size_t before = heapLiveBytes();
-  void* held = ::operator new(100000);
-  CHECK(heapLiveBytes() >= before + 100000);
-  CHECK(heapLiveBytes() < before + 101000);
+  void* const older = ::operator new(1000);
+  startHeapCount();
+  void* const held = ::operator new(100000);
+  void* grown = std::malloc(10);
+  grown = std::realloc(grown, 3000);
+  const std::size_t most = heapLiveBytes();
+  ::operator delete(older); // taken before the start
+  std::free(grown);
+  const std::size_t after = heapLiveBytes();
   ::operator delete(held);
-  CHECK(heapLiveBytes() == before);
+  const std::size_t none = heapLiveBytes();
+  endHeapCount();
+  CHECK(most == 103000);
+  CHECK(after == 100000);
+  CHECK(none == 0);
 }
 
 TEST_CASE("the locks' watch sees each of them") {
