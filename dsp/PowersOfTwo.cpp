@@ -126,16 +126,15 @@ void powersOfGroup(double* numbers, int32_t count) {
 // True when the calling thread rounds to nearest, in all the digits that pow needs.
 bool roundsToNearest() {
   constexpr unsigned kRounding = 0x6000; // of MXCSR: 0 is to nearest
-  if ((controlWord() & kRounding) != 0) return false;
+  bool isUsual = (controlWord() & kRounding) == 0;
 #ifdef __i386__
   // Here pow computes in the older registers, which have a word of their own.
   constexpr unsigned kRoundingAndDoubles = 0xE00, kNearestInDoubles = 0x200;
   unsigned short word;
   asm volatile("fnstcw %0" : "=m"(word));
-  return (word & kRoundingAndDoubles) == kNearestInDoubles;
-#else
-  return true;
+  isUsual = isUsual && (word & kRoundingAndDoubles) == kNearestInDoubles;
 #endif
+  return isUsual;
 }
 
 #endif

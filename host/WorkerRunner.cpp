@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstring>
+#include <exception>
 #include <system_error>
 
 namespace {
@@ -61,10 +62,14 @@ WorkerRunner::WorkerRunner(const std::string& workerPath, const std::string& mod
 
 WorkerRunner::~WorkerRunner() {
   if (!loss.empty()) return;
-  add({.task = WorkerTask::close});
-  if (worker->send(orders, kClosingPatience) != WorkerProcess::Transfer::done) return;
-  char nothing[1]; // the worker says no more; its end is a hang-up
-  worker->receive(nothing, kClosingPatience);
+  try {
+    add({.task = WorkerTask::close});
+    if (worker->send(orders, kClosingPatience) != WorkerProcess::Transfer::done) return;
+    char nothing[1]; // the worker says no more; its end is a hang-up
+    worker->receive(nothing, kClosingPatience);
+  } catch (const std::exception&) { // memory is short: the worker ends without having been asked
+    return;
+  }
 }
 
 void WorkerRunner::open() { receiveAnswer(writableBytesOf(&openedFacts, 1), kOpening); }

@@ -51,7 +51,7 @@ std::string listOf(const std::vector<fs::path>& places) {
 
 std::string ownModule() {
   const auto places = usualPlaces(kModuleName, {TREADSHIFT_LIBDIR, "lib"}, TREADSHIFT_FULL_LIBDIR);
-  const std::string found = firstOf(places);
+  std::string found = firstOf(places);
   if (found.empty()) {
     throw Fault(ExitStatus::couldNot, "module", kModuleName, "not found at " + listOf(places),
                 "build it, install it, or name it with --module");
@@ -62,7 +62,7 @@ std::string ownModule() {
 } // namespace
 
 std::string findModule(const std::string& given) {
-  const std::string path = given.empty() ? ownModule() : fs::absolute(given).string();
+  std::string path = given.empty() ? ownModule() : fs::absolute(given).string();
   openerOf(path);
   return path;
 }
@@ -70,7 +70,7 @@ std::string findModule(const std::string& given) {
 std::string findWorker(const std::string& modulePath) {
   const auto places =
       usualPlaces(kWorkerName, {TREADSHIFT_LIBEXECDIR, "libexec"}, TREADSHIFT_FULL_LIBEXECDIR);
-  const std::string found = firstOf(places);
+  std::string found = firstOf(places);
   if (found.empty()) {
     throw Fault(ExitStatus::couldNot, "module", modulePath,
                 "a 32-bit module, and the worker that opens those is not found at " + listOf(places),

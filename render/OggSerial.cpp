@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::size_t kHeaderBytes = 27; // up to the count of segments, its last byte
 constexpr std::size_t kSerialOffset = 14;
-constexpr std::size_t kLargestPageBytes = kHeaderBytes + 255 + 255 * 255;
+constexpr std::size_t kLargestPageBytes = kHeaderBytes + 255 + std::size_t{255} * 255;
 constexpr unsigned char kSerial[4] = {'t', 's', 'f', 't'};
 
 // The length of the page at the start of `bytes`, or 0 when none stands there whole.

@@ -216,7 +216,7 @@ void Rendering::addNotices(RenderStatistics& result) const {
                       " of the recording, not finite numbers, were taken as silence");
   }
   if (settings.dithers && wholeNumberBits(outputInfo.format) == 0)
-    notices.push_back("not dithered: it does not hold whole numbers");
+    notices.emplace_back("not dithered: it does not hold whole numbers");
 }
 
 } // namespace

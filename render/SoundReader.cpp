@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace {
 
@@ -27,10 +29,12 @@ bool promisesMore(SNDFILE* file) {
   sf_command(file, SFC_GET_LOG_INFO, log, sizeof log);
   for (const char* chunk : {"\ndata : ", "\n SSND : "}) {
     const char* line = std::strstr(log, chunk);
-    unsigned long promised = 0, present = 0;
-    if (line && std::sscanf(line + std::strlen(chunk), "%lu (should be %lu)", &promised, &present) == 2) {
-      return promised > present && promised < kUnknownLengthBytes;
-    }
+    if (!line) continue;
+    constexpr std::string_view kBetween = " (should be ";
+    char* rest = nullptr;
+    const unsigned long promised = std::strtoul(line + std::strlen(chunk), &rest, 10);
+    if (!std::string_view(rest).starts_with(kBetween)) continue;
+    return promised > std::strtoul(rest + kBetween.size(), nullptr, 10) && promised < kUnknownLengthBytes;
   }
   return false;
 }

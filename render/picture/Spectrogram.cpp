@@ -74,12 +74,12 @@ void Spectrogram::makeProbes() {
     const double hz = std::exp2(range.octaveOf(row));
     const double binWidth = size / (2.0 * std::numbers::pi * windowSeconds(hz) * rateHz); // of the bell
     const double centre = hz * size / rateHz;
-    const auto first = std::max(0.0, std::ceil(centre - kReach * binWidth));
-    const auto last = std::min(size / 2.0, std::floor(centre + kReach * binWidth));
-    Probe probe = {static_cast<int>(first), {}};
-    for (double bin = first; bin <= last; ++bin) {
+    const auto first = static_cast<int>(std::max(0.0, std::ceil(centre - kReach * binWidth)));
+    const auto last = static_cast<int>(std::min(size / 2.0, std::floor(centre + kReach * binWidth)));
+    Probe probe = {first, {}};
+    for (int bin = first; bin <= last; ++bin) {
       const double x = (bin - centre) / binWidth;
-      const double sign = std::fmod(bin, 2.0) == 0.0 ? 1.0 : -1.0; // half a turn per bin: the window's middle
+      const double sign = bin % 2 == 0 ? 1.0 : -1.0; // half a turn per bin: the window's middle
       probe.weights.push_back(static_cast<float>(sign * std::exp(-0.5 * x * x) / size));
     }
     probes.push_back(std::move(probe));
@@ -135,7 +135,7 @@ double Spectrogram::secondsOf(int column) const {
 }
 
 double Spectrogram::levelDb(int column, int row) const {
-  const float share = levels[static_cast<std::size_t>(column * range.rows() + row)] / loudest;
+  const float share = levels[static_cast<std::size_t>(column) * range.rows() + row] / loudest;
   return std::max(20.0 * std::log10(std::max(share, 1e-9f)), kQuietestDb);
 }
 
