@@ -74,7 +74,9 @@ private:
     const int32_t index = writeIndex + i - wholeSamples(delay);
     if (index > 0) return samples;
     if (index > -2 || index < 2 - length) return 0;
-    const double times = (-1 - index) / (1.0 - move);
+    const double closing = 1.0 - move;
+    if (!(closing > 0.0)) return samples; // 0 may be -0, and a little less, as the host has it rounded
+    const double times = (-1 - index) / closing;
     return times < samples ? static_cast<int32_t>(times) : samples;
   }
 };

@@ -5,6 +5,7 @@
 #include "effect/TapSweep.h"
 #include "tests/unit/dsp/Bits.h"
 
+#include <cfenv>
 #include <cmath>
 #include <doctest/doctest.h>
 #include <memory>
@@ -142,6 +143,24 @@ TEST_CASE("a tap that passes the line's end, or has outgrown the line, has no st
   CHECK(samples(40.25) == 28); // 29 samples until it reads sample -1 as its nearer one
   CHECK(samples(108.5) == 40); // samples -98 and -99: the line's second and first
   CHECK(samples(109.5) == 0);  // -100 is the newest sample again
+}
+
+TEST_CASE(
+    "a tap that lengthens by a sample per sample stays as far from the line's end, however numbers round") {
+  const std::vector<double> line = noisyLine(100);
+  const DelayLineView view(line.data(), 100, 10, 90.0);
+  const auto samples = [&](double move) {
+    return view.beforeSeam(0, {40, 0.5, 0.0, 40.25, move, 5.0, 0.0}).samples;
+  };
+  for (const int mode : {FE_TONEAREST, FE_DOWNWARD, FE_UPWARD, FE_TOWARDZERO}) {
+    CAPTURE(mode);
+    std::fesetround(mode);
+    const int32_t level = samples(1.0);
+    const int32_t beyond = samples(1.0 + 0x1p-40);
+    std::fesetround(FE_TONEAREST);
+    CHECK(level == 40);
+    CHECK(beyond == 40);
+  }
 }
 
 TEST_CASE("a pitch far above the pedal's range has no stretch") {
