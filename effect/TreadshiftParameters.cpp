@@ -12,6 +12,8 @@ namespace {
 constexpr const char* kParameterNames[kParameterCount] = {"On/Off", "Mode", "Tone", "Color", "PedalPos"};
 constexpr char kEffectName[] = "NEW Treadshift";
 constexpr char kVendor[] = "QUON Corporation";
+// The model, for whoever looks into the file. No operation answers it, so an attribute has to keep it there.
+[[gnu::used]] constexpr char kModel[] = "QUON X3p H6.4p";
 
 constexpr int kDisplayCharacters = 8; // hosts give a display 9 bytes
 constexpr float kKnobScale = 10.0f;   // continuous parameters show 0..10

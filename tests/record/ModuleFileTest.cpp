@@ -128,6 +128,10 @@ TEST_CASE("it names no folder of the machine that built it") {
   CHECK(linesWith(texts, TREADSHIFT_SOURCE_DIR) == 0);
 }
 
+TEST_CASE("it holds its model's name, which no operation answers") {
+  CHECK(linesWith(linesOf("strings -a", TREADSHIFT_MODULE), "QUON X3p H6.4p") == 1);
+}
+
 TEST_CASE("it is a shared object of this program's width and machine") {
   const auto header = linesOf("readelf -hW", TREADSHIFT_MODULE);
   CHECK(linesWith(header, sizeof(void*) == 8 ? "ELF64" : "ELF32") == 1);
