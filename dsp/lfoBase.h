@@ -25,7 +25,8 @@ public:
   // Writes numSamples values into out; fewer than 1 write nothing. [audio]
   // rate: Hz, 0 or more. upperDepth, lowerDepth: 0..1, tenfold gain of the wave above and below its middle,
   // then clipped: 0.1 leaves the plain wave, more flattens it. historyOffset: slot of the block's first
-  // sample in the histories, 0 or more. out: room for numSamples. Nothing is checked.
+  // sample in the histories; a slot outside 0..47999 is written by none. out: room for numSamples. Nothing
+  // else is checked.
   virtual void Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out,
                       int historyOffset) = 0;
 

@@ -37,9 +37,9 @@ void lfoTriangle::settleAt(double rate) {
   firstCall = 0;
 }
 
-// Compared as a difference, because the sum of an offset far past the end and i may overflow.
+// Compared as differences, because the sum of an offset far past the end and i may overflow.
 void lfoTriangle::record(int historyOffset, int i) {
-  if (historyOffset >= kHistoryLength - i) return;
+  if (historyOffset < -i || historyOffset >= kHistoryLength - i) return;
   phaseHistory[historyOffset + i] = phase;
   directionHistory[historyOffset + i] = falling;
 }

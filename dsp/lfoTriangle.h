@@ -13,7 +13,7 @@ public:
   lfoTriangle(double smoothFreq, double startPhase, double sampleRate, double rateFilterFreq);
   ~lfoTriangle() override;
 
-  // Records phase and direction before each sample in the histories; slots past their end are skipped.
+  // Records phase and direction before each sample in the histories; slots before and past them are skipped.
   // [audio]
   void Excute(double rate, double upperDepth, double lowerDepth, int numSamples, double* out,
               int historyOffset) override;

@@ -86,7 +86,7 @@ Block blockFrom(ScriptBytes& script) {
   const int more = script.byte();
   block.upper = (more & 1) != 0 ? script.float64() : 0.1;
   block.lower = (more & 2) != 0 ? script.float64() : 0.1;
-  if ((more & 4) != 0) block.historyOffset = std::max(0, script.int32());
+  if ((more & 4) != 0) block.historyOffset = script.int32();
   if ((more & 8) != 0) block.historyOffset = lfoBase::kHistoryLength - script.below(100);
   return block;
 }

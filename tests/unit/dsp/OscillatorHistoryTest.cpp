@@ -72,6 +72,20 @@ TEST_CASE("a block past the histories' end gives the same wave and writes nothin
   CHECK(beyond.size() == 40);
 }
 
+TEST_CASE("a block from before the histories records what falls into them, and writes nothing before them") {
+  const auto lfo = triangle();
+  std::fill_n(lfo->phaseHistory, kSlots, 5.0);
+  const auto inside = triangle();
+  const auto expected = run(*inside, 300.0, 40, 0);
+  const auto actual = run(*lfo, 300.0, 40, -35);
+  CHECK(differences(actual.data(), expected.data(), 40) == 0);
+  CHECK(differences(lfo->phaseHistory, inside->phaseHistory + 35, 5) == 0);
+  CHECK(std::count(lfo->phaseHistory, lfo->phaseHistory + kSlots, 5.0) == kSlots - 5);
+  const auto before = run(*lfo, 300.0, 40, INT32_MIN);
+  CHECK(before.size() == 40);
+  CHECK(std::count(lfo->phaseHistory, lfo->phaseHistory + kSlots, 5.0) == kSlots - 5);
+}
+
 TEST_CASE("the largest offset there is records nothing and leaves the wave as it is") {
   const auto lfo = triangle();
   std::fill_n(lfo->directionHistory, kSlots, uint8_t{9});
