@@ -207,13 +207,14 @@ bool AudioEffectX::copySpeaker(VstSpeakerProperties* to, VstSpeakerProperties* f
   std::memmove(to->name, from->name, length);
   std::memset(to->name + length, 0, sizeof to->name - length);
   to->type = from->type;
-  std::memcpy(to->position, from->position, sizeof to->position);
-  std::memcpy(to->reserved, from->reserved, sizeof to->reserved);
+  std::memmove(to->position, from->position, sizeof to->position);
+  std::memmove(to->reserved, from->reserved, sizeof to->reserved);
   return true;
 }
 
 bool AudioEffectX::matchArrangement(VstSpeakerArrangement** to, VstSpeakerArrangement* from) {
   if (!from) return false;
+  if (to && *to == from) return true;
   if (!deallocateArrangement(to)) return false;
   if (!allocateArrangement(to, from->channelCount)) return false;
   (*to)->type = from->type;

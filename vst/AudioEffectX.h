@@ -133,7 +133,8 @@ public:
   virtual bool deallocateArrangement(VstSpeakerArrangement** arrangement);
   // Copies one speaker; the name is cut to 63 characters. False when either is null.
   virtual bool copySpeaker(VstSpeakerProperties* to, VstSpeakerProperties* from);
-  // Replaces the record held by a copy of `from`. False, with `to` untouched, when from is null. Allocates.
+  // Replaces the record held by a copy of `from`. False, with `to` untouched, when from is null; a record
+  // that is its own copy already stays. Allocates.
   virtual bool matchArrangement(VstSpeakerArrangement** to, VstSpeakerArrangement* from);
 
   // Requests.

@@ -191,6 +191,20 @@ TEST_CASE("matching nothing fails and leaves the record held") {
   bare.deallocateArrangement(&held);
 }
 
+TEST_CASE("a record that is matched to itself, and a speaker copied to itself, stay as they are") {
+  BareEffect bare;
+  VstSpeakerArrangement* held = filled(bare, 3);
+  VstSpeakerArrangement* const kept = held;
+  CHECK(bare.matchArrangement(&held, held));
+  CHECK(bare.copySpeaker(&held->speakers[1], &held->speakers[1]));
+  REQUIRE(held == kept);
+  CHECK(held->type == 7);
+  CHECK(held->channelCount == 3);
+  for (int channel = 0; channel < 3; ++channel)
+    CHECK(same(held->speakers[channel], speaker(channel)));
+  bare.deallocateArrangement(&held);
+}
+
 TEST_CASE("matching fails without memory, and then holds nothing") {
   BareEffect bare;
   const long before = allocations::live();
