@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <exception>
 #include <filesystem>
 #include <map>
 #include <mutex>
@@ -78,6 +79,7 @@ public:
   ExitStatus run(int parallel);
 
 private:
+  void startHelpers(std::vector<std::jthread>& helpers, std::size_t wanted);
   void work();
   Result runOne(const RenderJob& job);
   void report(std::size_t index, Result result);
@@ -91,27 +93,42 @@ private:
   std::atomic<std::size_t> nextJob = 0;
   std::mutex held; // for all below
   std::vector<std::optional<Result>> results;
-  std::size_t jsonPrinted = 0; // results
+  std::exception_ptr unreported; // why a report could not be printed; no job begins after that
+  std::size_t jsonPrinted = 0;   // results
   Progress progress;
 };
 
 ExitStatus Batch::run(int parallel) {
   {
     std::vector<std::jthread> helpers;
-    const std::size_t wanted = std::min(static_cast<std::size_t>(parallel), jobs.size());
-    while (helpers.size() + 1 < wanted)
-      helpers.emplace_back(&Batch::work, this);
+    startHelpers(helpers, std::min(static_cast<std::size_t>(parallel), jobs.size()) - 1);
     work();
   }
+  if (unreported) std::rethrow_exception(unreported);
   const bool allDone = std::all_of(results.begin(), results.end(),
                                    [](const auto& result) { return result->status == ExitStatus::done; });
   if (allDone) return ExitStatus::done;
   return jobs.size() == 1 ? results.front()->status : ExitStatus::couldNot;
 }
 
-void Batch::work() {
+// Fewer helpers than wanted, where the system grants no more, do the same work.
+void Batch::startHelpers(std::vector<std::jthread>& helpers, std::size_t wanted) {
+  helpers.reserve(wanted);
+  try {
+    while (helpers.size() < wanted)
+      helpers.emplace_back(&Batch::work, this);
+  } catch (const std::exception&) {
+    return;
+  }
+}
+
+void Batch::work() try {
   for (std::size_t index; (index = nextJob++) < jobs.size();)
     report(index, runOne(jobs[index]));
+} catch (...) {
+  nextJob = jobs.size();
+  const std::lock_guard<std::mutex> hold(held);
+  if (!unreported) unreported = std::current_exception();
 }
 
 Result Batch::runOne(const RenderJob& job) {

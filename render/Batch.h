@@ -24,6 +24,6 @@ std::vector<RenderJob> jobsInto(const std::string& directory, const std::vector<
 
 // Runs all jobs, so many at a time; what is wrong with one does not keep the others. Prints errors, and what
 // the reports say. picture: for a single job. Result: done when all went well; a single job's own status;
-// couldNot when any of several failed. Allocates.
+// couldNot when any of several failed. Throws Fault (couldNot) when a report cannot be printed. Allocates.
 ExitStatus runBatch(const std::vector<RenderJob>& jobs, const RenderSettings& settings, int parallel,
                     const BatchReports& reports, PitchPicture* picture);

@@ -142,6 +142,20 @@ TEST_CASE("statistics that nobody takes are an error") {
   CHECK(outcome.err == "treadshift-render: standard output: cannot be written: No space left on device\n");
 }
 
+TEST_CASE("statistics of several recordings that nobody takes are one error") {
+  const Workspace work;
+  writeInput(work);
+  for (const char* copy : {"one.wav", "two.wav", "three.wav"})
+    writeBytes(work.path(copy), fileBytes(work.path("in.wav")));
+  Surroundings surroundings;
+  surroundings.directory = work.path("");
+  const Outcome outcome = shell("treadshift-render in.wav one.wav two.wav three.wav --out-dir bent --jobs 4 "
+                                "--stats json > /dev/full",
+                                surroundings);
+  CHECK(outcome.status == 1);
+  CHECK(outcome.err == "treadshift-render: standard output: cannot be written: No space left on device\n");
+}
+
 TEST_CASE("a name that is no UTF-8 leaves the JSON valid") {
   const Workspace work;
   writeInput(work);
@@ -320,6 +334,16 @@ TEST_CASE("a picture replaces neither recording nor output, nor anything with --
   CHECK(render({"in.png", "--plot", "old.png"}, withPath(work, path)).status == 0);
   CHECK(fileBytes(work.path("old.png")) == "new\n");
   CHECK(work.names() == Names{"in.png", "old.png", "programs"});
+}
+
+TEST_CASE("picture and preset cannot be one file") {
+  const Workspace work;
+  writeInput(work);
+  const std::string path = pathWith(work, "gnuplot", "echo new > picture.png\n");
+  const Outcome outcome = render({"in.wav", "--plot", "both", "--save-preset", "both"}, withPath(work, path));
+  CHECK(outcome.status == 2);
+  CHECK(outcome.err == "treadshift-render: --plot 'both': the same file as 'both'; give another name\n");
+  CHECK(work.names() == Names{"in.wav", "programs"});
 }
 
 TEST_CASE("the player gets the finished output, whatever its name") {
