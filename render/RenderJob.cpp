@@ -94,7 +94,9 @@ public:
     open();
     renderAll(progress);
     if (rendered) deliverNormalized();
-    writer->publish();
+    if (settings.measuresLatency)
+      latency = measureLatency(settings.modulePath, settings.controls, outputInfo.rateHz);
+    writer->publish(); // the last step that can fail
     return statistics();
   }
 
@@ -116,6 +118,7 @@ private:
   std::string formatNotice;
   double gain = 1.0;
   double peak = 0.0; // of what was rendered, before the gain
+  std::optional<Latency> latency;
   std::unique_ptr<Renderer> renderer;
   std::unique_ptr<Output> output;
   std::unique_ptr<SoundWriter> writer;
@@ -197,8 +200,7 @@ RenderStatistics Rendering::statistics() const {
   result.gainDb = 20.0 * std::log10(gain);
   result.clippedSamples = writer->clippedSamples();
   result.unusableSamples = input.unusableSamples();
-  if (settings.measuresLatency)
-    result.latency = measureLatency(settings.modulePath, settings.controls, outputInfo.rateHz);
+  result.latency = latency;
   addNotices(result);
   return result;
 }
