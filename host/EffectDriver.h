@@ -72,7 +72,7 @@ public:
   virtual float parameter(std::int32_t index) const = 0;
 
   // Runs one block of `samples` samples. Input and output may be the same array. [audio] The effect
-  // allocates only when the block size changes.
+  // allocates only for a block longer than announced and than any before.
   virtual void process(const double* input, double* output, std::int32_t samples) const = 0;
 
   // Runs many blocks at once, which takes an effect in another process one journey instead of one per block,
@@ -83,13 +83,14 @@ public:
   // Waits until the output of the run that was started is complete. [audio]
   virtual void finish() const {}
 
-  // rateHz: any float; the effect passes audio through at rates it cannot run. [host] The effect allocates.
+  // After setBlockSize, so that the effect makes its blocks' memory once. rateHz: any float; it passes audio
+  // through at rates it cannot run. [host] The effect allocates.
   void setSampleRate(float rateHz) const { request(kOpSetSampleRate, 0, 0, {}, rateHz); }
 
   // samples: the largest block that will come. [host]
   void setBlockSize(std::int32_t samples) const { request(kOpSetBlockSize, 0, samples); }
 
-  // Clears what the effect remembers of the audio so far. [host]
+  // Empties the effect's delay line; filters, fades and pedal go on as they were. [host]
   void resume() const { request(kOpResumeOrSuspend, 0, 1); }
   void suspend() const { request(kOpResumeOrSuspend, 0, 0); }
 

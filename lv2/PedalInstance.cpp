@@ -55,8 +55,8 @@ bool holdsNumber(const float* port) { return port && !std::isnan(*port); }
 std::unique_ptr<EffectRunner> makeEffect(int color, double rateHz, int32_t largestBlock) {
   auto effect = std::make_unique<EffectRunner>(getinterface);
   effect->setParameter(kParameterColor, colorParameter(color));
-  effect->setSampleRate(static_cast<float>(rateHz));
   effect->setBlockSize(largestBlock);
+  effect->setSampleRate(static_cast<float>(rateHz));
   effect->resume();
   return effect;
 }

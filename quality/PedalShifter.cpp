@@ -8,8 +8,8 @@ PedalShifter::PedalShifter(const std::string& modulePath, const PedalSetting& se
   setParameter(kTone, setting.tone);
   setParameter(kColor, colorValue(setting.color));
   setPedal(setting.pedal);
-  effect.setSampleRate(static_cast<float>(kRateHz));
   effect.setBlockSize(kLongBlock);
+  effect.setSampleRate(static_cast<float>(kRateHz));
   effect.resume();
 }
 

@@ -21,8 +21,8 @@ void setUp(const EffectDriver& effect, const Controls& controls, float pedal, in
   }
   effect.setParameter(kParameterOn, 1.0f);
   effect.setParameter(kParameterPedal, pedal);
-  effect.setSampleRate(static_cast<float>(rateHz));
   effect.setBlockSize(kBlockFrames);
+  effect.setSampleRate(static_cast<float>(rateHz));
   effect.resume();
 }
 

@@ -68,8 +68,8 @@ void Renderer::setUp() {
   for (const auto& effect : effects) {
     for (const ParameterMove& move : moves)
       effect->setParameter(move.index, move.value);
-    effect->setSampleRate(static_cast<float>(rateHz));
     effect->setBlockSize(blockFrames);
+    effect->setSampleRate(static_cast<float>(rateHz));
     effect->resume();
   }
 }
