@@ -44,7 +44,7 @@ public:
     if (firstUnfinished) {
       for (Unfinished* each = firstUnfinished; each; each = each->next)
         each->abandon();
-      printMessage("interrupted; no unfinished output is left");
+      printLastMessage("interrupted; no unfinished output is left");
     }
     endBySignal(number, watched);
   }

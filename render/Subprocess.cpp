@@ -127,12 +127,16 @@ SubprocessEnd Subprocess::wait() {
   return {WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status), firstLineOf(said)};
 }
 
+// Off the list before it is collected, which frees its number for another process.
 int Subprocess::collect() {
-  int status = 0;
-  while (waitpid(process, &status, 0) < 0 && errno == EINTR)
+  siginfo_t ended;
+  while (waitid(P_PID, static_cast<id_t>(process), &ended, WEXITED | WNOWAIT) < 0 && errno == EINTR)
     continue;
   const Holding hold;
   finish();
+  int status = 0;
+  while (waitpid(process, &status, 0) < 0 && errno == EINTR)
+    continue;
   process = -1;
   return status;
 }
