@@ -158,7 +158,8 @@ void CommandLine::print(const CLI::Success& asked) const {
 void CommandLine::check() const {
   refuseExtras();
   refuseRepeats();
-  if (given("--stats") && stats != "json") throw wrongCall("--stats", stats, "no such form", "give json");
+  refuseEmptyNames();
+  refuseValues();
   refuseFilesBesideLists();
   if (onlyLists()) return;
   refuseNumberOfFiles();
@@ -196,6 +197,22 @@ void CommandLine::refuseRepeats() const {
     if (!option->get_positional() && option->count() > 1)
       throw wrongCall(option->get_name(), {}, "given more than once");
   }
+}
+
+void CommandLine::refuseEmptyNames() const {
+  const std::pair<const char*, const std::string&> names[] = {
+      {"--plot", plot}, {"--save-preset", controlOptions.savePreset}, {"--module", module}};
+  for (const auto& [option, name] : names) {
+    if (given(option) && name.empty()) throw wrongCall(option, name, "no file", "give its name");
+  }
+}
+
+// Before anything is written or listed, and whether it is needed or not.
+void CommandLine::refuseValues() const {
+  if (given("--stats") && stats != "json") throw wrongCall("--stats", stats, "no such form", "give json");
+  if (given("--type")) static_cast<void>(typeNamed(type));
+  static_cast<void>(settingsWithoutControls());
+  static_cast<void>(parallelJobs());
 }
 
 bool CommandLine::onlyLists() const {
@@ -244,9 +261,15 @@ void CommandLine::refuseUnheardOutput() const {
 }
 
 RenderSettings CommandLine::settings() const {
+  RenderSettings result = settingsWithoutControls();
+  result.controls = controls();
+  return result;
+}
+
+// Apart from the files that controls may come from, which may be read only once.
+RenderSettings CommandLine::settingsWithoutControls() const {
   RenderSettings result;
   result.modulePath = module;
-  result.controls = controls();
   if (given("--block")) {
     result.blockFrames =
         numberOf("--block", block, 1, kLargestBlock,

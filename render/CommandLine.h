@@ -27,7 +27,8 @@ public:
   void print(const CLI::Success& asked) const;
 
   // Throws Fault (wrongCall) for what does not go together: unknown and repeated options, lists beside files,
-  // several recordings without a directory, and so on. The operations below count on it.
+  // several recordings without a directory, values that are none, and so on. The operations below count on
+  // it.
   void check() const;
 
   // Whether there are recordings to render, so that the rest below applies.
@@ -62,11 +63,14 @@ private:
   void addOtherOptions();
   void refuseExtras() const;
   void refuseRepeats() const;
+  void refuseEmptyNames() const;
+  void refuseValues() const;
   void refuseFilesBesideLists() const;
   void refuseNumberOfFiles() const;
   void refuseSeveralAtOnce() const;
   void refuseUnheardOutput() const;
   void refuseDirectory(const std::string& output) const;
+  RenderSettings settingsWithoutControls() const;
   std::string nearestOption(const std::string& name) const;
   bool given(const char* option) const { return app.count(option) != 0; }
   bool onlyLists() const;

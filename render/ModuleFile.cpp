@@ -15,9 +15,14 @@ namespace {
 
 constexpr int kPointerBits = 8 * sizeof(void*);
 
-[[noreturn]] void fail(const std::string& path, const std::string& wrong) {
-  throw Fault(ExitStatus::couldNot, "module", path, wrong,
-              "give a " + std::to_string(kPointerBits) + "-bit treadshift.so");
+[[noreturn]] void fail(const std::string& path, const std::string& wrong,
+                       const std::string& right = "give a treadshift.so") {
+  throw Fault(ExitStatus::couldNot, "module", path, wrong, right);
+}
+
+[[noreturn]] void failWidth(const std::string& path, bool isWide) {
+  fail(path, isWide ? "a 64-bit module" : "a 32-bit module",
+       "give a " + std::to_string(kPointerBits) + "-bit treadshift.so");
 }
 
 template <typename Record> bool readAt(std::ifstream& file, std::uint64_t offset, Record& record) {
@@ -56,6 +61,6 @@ ModuleOpener openerOf(const std::string& path) {
       isWide ? isWhole<Elf64_Ehdr, Elf64_Phdr>(file, bytes) : isWhole<Elf32_Ehdr, Elf32_Phdr>(file, bytes);
   if (!isComplete) fail(path, "cut short");
   if (isWide == (kPointerBits == 64)) return ModuleOpener::thisProgram;
-  if (isWide || header.e_machine != EM_386) fail(path, isWide ? "a 64-bit module" : "a 32-bit module");
+  if (isWide || header.e_machine != EM_386) failWidth(path, isWide);
   return ModuleOpener::worker;
 }

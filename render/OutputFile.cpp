@@ -23,6 +23,14 @@ unsigned newFileMode() {
   return mode;
 }
 
+// Where a chain of links ends, whether something is there or not.
+std::filesystem::path endOfLinks(std::filesystem::path path) {
+  std::error_code error;
+  while (std::filesystem::is_symlink(path, error))
+    path = path.parent_path() / std::filesystem::read_symlink(path);
+  return path;
+}
+
 } // namespace
 
 OutputFile::OutputFile(const std::string& name, bool mayReplace)
@@ -35,6 +43,10 @@ OutputFile::OutputFile(const std::string& name, bool mayReplace)
     if (access(path.c_str(), W_OK) != 0) fail(std::strerror(errno), "give a file that may be written");
     mode = status.st_mode & 07777;
     target = std::filesystem::canonical(path);
+  } else if (errno == ELOOP) {
+    fail(std::strerror(errno), "give the name of a file");
+  } else {
+    target = endOfLinks(path);
   }
   createTemporary();
 }

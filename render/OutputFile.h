@@ -11,9 +11,10 @@
 // unfinished, and when a signal ends the program.
 class OutputFile final : public Output, private Unfinished {
 public:
-  // name: where the file shall appear; a link is followed. mayReplace: whether it may take the place of a
-  // file that is there, now or when it is whole. Throws Fault (couldNot) when the place cannot take a file:
-  // taken, not a regular file, write-protected, or its directory missing or not writable. Allocates.
+  // name: where the file shall appear; links are followed, wherever they lead. mayReplace: whether it may
+  // take the place of a file that is there, now or when it is whole. Throws Fault (couldNot) when the place
+  // cannot take a file: taken, not a regular file, write-protected, or its directory missing or not writable.
+  // Allocates.
   explicit OutputFile(const std::string& name, bool mayReplace = true);
 
   // Removes the temporary file unless publish() has come.

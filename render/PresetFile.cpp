@@ -65,10 +65,10 @@ std::vector<Preset> loadPresets(const std::string& option, const std::string& pa
   return readPresets(option + " '" + path + "'", text);
 }
 
-void savePreset(const std::string& path, const Controls& controls) {
+void savePreset(const std::string& path, const Controls& controls, bool mayReplace) {
   const std::string text = presetText(nameFrom(path), controls);
-  refuseToReplaceOther(path);
-  OutputFile file(path);
+  if (mayReplace) refuseToReplaceOther(path);
+  OutputFile file(path, mayReplace);
   writeAll(file, text);
   file.publish();
 }

@@ -11,6 +11,6 @@
 std::vector<Preset> loadPresets(const std::string& option, const std::string& path);
 
 // Writes what the controls hold as one preset (see presetText), named after the file. An existing file is
-// replaced only when it holds a single preset. Throws Fault: wrongCall when the controls make no preset,
-// couldNot when the place cannot take it. Allocates.
-void savePreset(const std::string& path, const Controls& controls);
+// replaced only when it holds a single preset, and not at all unless mayReplace. Throws Fault: wrongCall when
+// the controls make no preset, couldNot when the place cannot take it. Allocates.
+void savePreset(const std::string& path, const Controls& controls, bool mayReplace = true);

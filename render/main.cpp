@@ -69,14 +69,16 @@ std::vector<std::string> soundsOf(const CommandLine& line) {
   return sounds;
 }
 
+void refuseSamePath(const std::string& option, const std::string& path, const std::string& other) {
+  if (path == other || isSameFile(path, other))
+    throw Fault(ExitStatus::wrongCall, option, path, "the same file as '" + other + "'", "give another name");
+}
+
 // Refuses to write an option's file over a sound of the same call.
 void refuseOverSounds(const std::string& option, const std::string& path, const CommandLine& line) {
   if (path.empty() || !line.renders()) return;
-  for (const std::string& sound : soundsOf(line)) {
-    if (path == sound || isSameFile(path, sound))
-      throw Fault(ExitStatus::wrongCall, option, path, "the same file as '" + sound + "'",
-                  "give another name");
-  }
+  for (const std::string& sound : soundsOf(line))
+    refuseSamePath(option, path, sound);
 }
 
 ExitStatus renderAndFollow(const CommandLine& line) {
@@ -109,8 +111,10 @@ ExitStatus run(const CommandLine& line) {
   line.check();
   refuseOverSounds("--plot", line.plot, line);
   refuseOverSounds("--save-preset", line.controlOptions.savePreset, line);
+  if (!line.plot.empty()) refuseSamePath("--plot", line.plot, line.controlOptions.savePreset);
   printLists(line);
-  if (!line.controlOptions.savePreset.empty()) savePreset(line.controlOptions.savePreset, line.controls());
+  if (!line.controlOptions.savePreset.empty())
+    savePreset(line.controlOptions.savePreset, line.controls(), !line.noClobber);
   return line.renders() ? renderAndFollow(line) : ExitStatus::done;
 }
 
@@ -130,9 +134,9 @@ ExitStatus runReportingFaults(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-  occupyStandardStreams();
-  guardAgainstInterruption();
   try {
+    occupyStandardStreams();
+    guardAgainstInterruption();
     return static_cast<int>(runReportingFaults(argc, argv));
   } catch (const Fault& fault) {
     printMessage(fault.what());

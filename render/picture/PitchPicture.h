@@ -26,8 +26,6 @@ public:
   // Draws what has come since begin(). The file appears only when it is whole. Throws Fault (couldNot).
   void draw();
 
-  const std::string& name() const { return path; }
-
 private:
   double valueAt(ParameterIndex parameter, double seconds) const;
   int colorAt(double seconds) const;

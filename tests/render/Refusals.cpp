@@ -124,6 +124,19 @@ TEST_CASE("calls that are wrong as they stand") {
   }
 }
 
+TEST_CASE("values that nothing would read, before anything is written or listed") {
+  const Refusal refusal;
+  for (const char* option : {"--plot", "--save-preset", "--module"})
+    refusal.checkOption(std::string(option) + " '': no file; give its name", {option, ""});
+  refusal.check(2, "--jobs 'abc': not a number from 1 to 256; ", {"--list-colors", "--jobs", "abc"});
+  refusal.check(2, "--tail 'x': not seconds from 0 to 3600; ", {"--list-presets", "--tail", "x"});
+  refusal.check(2, "--bits '99': no such sample format; ", {"--show", "--bits", "99"});
+  refusal.check(2, "--channels 'foo': no such choice; ", {"--show", "--channels", "foo"});
+  refusal.check(2, "--block 'zz': ", {"--save-preset", refusal.path("own.conf"), "--block", "zz"});
+  refusal.checkOption("--gain 'zz': not decibels from -96 to 96; ",
+                      {"--save-preset", refusal.path("own.conf"), "--color", "2", "--gain", "zz"});
+}
+
 TEST_CASE("inputs that are no sound") {
   const Refusal refusal;
   const std::string sound = fileBytes(refusal.path("in.wav"));

@@ -139,6 +139,36 @@ TEST_CASE("a link leads to its file and stays a link") {
   CHECK(readSound(work.path("real.wav")).samples.size() == 40000);
 }
 
+TEST_CASE("a link that leads nowhere yet leads to the output") {
+  const Workspace work;
+  writeInput(work);
+  fs::create_symlink("second.wav", work.path("first.wav"));
+  fs::create_symlink("new.wav", work.path("second.wav"));
+  CHECK(render({work.path("in.wav"), work.path("first.wav")}).status == 0);
+  CHECK(work.names() == Names{"first.wav", "in.wav", "new.wav", "second.wav"});
+  CHECK(fs::is_symlink(work.path("first.wav")));
+  CHECK(fs::is_symlink(work.path("second.wav")));
+  CHECK_FALSE(fs::is_symlink(work.path("new.wav")));
+  CHECK(readSound(work.path("new.wav")).samples.size() == 40000);
+
+  fs::create_symlink("round.wav", work.path("round.wav"));
+  const Outcome outcome = render({work.path("in.wav"), work.path("round.wav")});
+  CHECK(outcome.status == 1);
+  CHECK(holds(outcome.err, "round.wav': Too many levels of symbolic links; give the name of a file\n"));
+  CHECK(fs::is_symlink(work.path("round.wav")));
+}
+
+TEST_CASE("with --no-clobber a preset that is there stays") {
+  const Workspace work;
+  const std::string preset = work.path("own.conf");
+  CHECK(render({"--save-preset", preset, "--color", "2", "-n"}).status == 0);
+  const std::string before = fileBytes(preset);
+  const Outcome outcome = render({"--save-preset", preset, "--color", "3", "-n"});
+  CHECK(outcome.status == 1);
+  CHECK(holds(outcome.err, "own.conf': exists already; "));
+  CHECK(fileBytes(preset) == before);
+}
+
 TEST_CASE("permissions are those of the replaced file, or the usual ones") {
   const Workspace work;
   writeInput(work);
@@ -175,6 +205,57 @@ TEST_CASE("a signal in the middle leaves nothing behind") {
     CHECK(work.names() == Names{"in.wav", "out.wav"});
     CHECK(fileBytes(work.path("out.wav")) == "an older rendering");
   }
+}
+
+// The last look at the module comes behind the rendering, and before the output gets its name.
+TEST_CASE("an existing output survives when the module is gone in the end") {
+  const Workspace work;
+  writeInput(work);
+  const std::string bytes = fileBytes(work.path("in.wav"));
+  fs::remove(work.path("in.wav"));
+  fs::copy_file(TREADSHIFT_MODULE, work.path("module.so"));
+  writeBytes(work.path("out.wav"), "an older rendering");
+  REQUIRE(mkfifo(work.path("in.wav").c_str(), 0600) == 0);
+  Program program({work.path("in.wav"), work.path("out.wav"), "-v", "--module", work.path("module.so")});
+  const int input = open(work.path("in.wav").c_str(), O_WRONLY);
+  REQUIRE(write(input, bytes.data(), 20000) == 20000);
+  while (program.isRunning() && work.names().size() < 4)
+    usleep(1000); // until the unfinished output is there
+  fs::remove(work.path("module.so"));
+  REQUIRE(write(input, bytes.data() + 20000, bytes.size() - 20000) ==
+          static_cast<long>(bytes.size() - 20000));
+  close(input);
+  const Outcome outcome = program.wait();
+  CHECK(outcome.status == 1);
+  CHECK(holds(outcome.err, "module.so': no such file; give a treadshift.so\n"));
+  CHECK(fileBytes(work.path("out.wav")) == "an older rendering");
+  CHECK(work.names() == Names{"in.wav", "out.wav"});
+}
+
+TEST_CASE("a signal ends a program whose messages nobody reads") {
+  const Workspace work;
+  writeInput(work);
+  const std::string bytes = fileBytes(work.path("in.wav"));
+  fs::remove(work.path("in.wav"));
+  REQUIRE(mkfifo(work.path("in.wav").c_str(), 0600) == 0);
+  REQUIRE(mkfifo(work.path("messages").c_str(), 0600) == 0);
+  const int messages = open(work.path("messages").c_str(), O_RDWR | O_NONBLOCK);
+  const std::string filling(65536, '.');
+  while (write(messages, filling.data(), filling.size()) > 0)
+    continue;
+  Surroundings surroundings;
+  surroundings.directory = work.path("");
+  Program program = Program::command(
+      {"/bin/sh", "-c", "exec '" TREADSHIFT_RENDER "' in.wav out.wav 2>messages"}, surroundings);
+  const int input = open(work.path("in.wav").c_str(), O_WRONLY);
+  REQUIRE(write(input, bytes.data(), 20000) == 20000);
+  while (program.isRunning() && work.names().size() < 3)
+    usleep(1000); // until the unfinished output is there
+  program.signal(SIGTERM);
+  CHECK(program.wait().status == 128 + SIGTERM);
+  close(input);
+  close(messages);
+  CHECK(work.names() == Names{"in.wav", "messages"});
 }
 
 TEST_CASE("a program that was told to survive its terminal does") {

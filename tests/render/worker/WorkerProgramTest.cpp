@@ -239,16 +239,16 @@ TEST_CASE("files that are no modules, or not whole") {
     CHECK(outcome.status == 1);
     CHECK(rendering.work.names() == std::vector<std::string>{"in.wav", "module.so"});
   };
-  check("", "not a module; give a 64-bit treadshift.so\n");
-  check("This is no module.\n", "not a module; give a 64-bit treadshift.so\n");
+  check("", "not a module; give a treadshift.so\n");
+  check("This is no module.\n", "not a module; give a treadshift.so\n");
   check("\x7f"
         "ELF",
-        "cut short; give a 64-bit treadshift.so\n");
+        "cut short; give a treadshift.so\n");
   for (const std::string module : {TREADSHIFT_MODULE_32, TREADSHIFT_MODULE}) {
     CAPTURE(module);
     const std::string whole = fileBytes(module);
     for (std::size_t bytes : {std::size_t{20}, std::size_t{52}, std::size_t{100}, std::size_t{5000}})
-      check(whole.substr(0, bytes), "cut short; give a 64-bit treadshift.so\n");
+      check(whole.substr(0, bytes), "cut short; give a treadshift.so\n");
     check(fileBytes(module == TREADSHIFT_MODULE ? TREADSHIFT_RENDER : TREADSHIFT_WORKER),
           "cannot be loaded (");
   }
