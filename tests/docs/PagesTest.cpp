@@ -223,11 +223,13 @@ Names matchesIn(const std::string& file, const std::string& pattern) {
 }
 
 // A thread's tag, and the headers in which it has to be a defined one.
-const std::string kTag = R"((\[(?:any thread|audio|host|control|set-up|as the|the thread)[^\]=]*\]))";
+const std::string kTag =
+    R"((\[(?:any thread|audio|host|control|set-up|as the|the thread|instantiation)[^\]=]*\]))";
 const std::set<std::string> kOtherSlots = {"destroy", "destroyAndFree", "setProgramLong"}; // told in words
 
 bool isHeader(const std::string& file) {
-  static const std::set<std::string> folders = {"vst", "framework", "dsp", "effect", "host"};
+  static const std::set<std::string> folders = {"vst",  "framework", "dsp", "effect",
+                                                "host", "worker",    "lv2", "render"};
   return file.ends_with(".h") && folders.contains(file.substr(0, file.find('/')));
 }
 
