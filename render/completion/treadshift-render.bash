@@ -1,5 +1,6 @@
 # Completes the options of treadshift-render and the values that some of them take. The program itself is asked
-# for its options, colours and presets, so nothing here can fall behind it.
+# for its options, colours and presets, so none of these can fall behind it. The values of --bits, --channels,
+# --mode, --on, --stats and --type stand here a second time.
 
 _treadshift_render_options() {
   "$1" --help 2>/dev/null | grep -oE '^  (-[a-z], )?--[a-z-]+|^  -[A-Za-z], --[a-z-]+' | tr -d ' ' | tr ',' '\n'
