@@ -60,7 +60,7 @@ std::map<std::string, Settings> presetsOf(const std::string& bundle) {
 
 CommandResult writeData(const std::string& presets, const TemporaryDirectory& work) {
   std::ofstream(work.path("presets.conf")) << presets;
-  return runCommand(TREADSHIFT_WRITE_DATA " '" + work.path("presets.conf") + "' '" + work.path("b.lv2") +
+  return runCommand("'" TREADSHIFT_WRITE_DATA "' '" + work.path("presets.conf") + "' '" + work.path("b.lv2") +
                     "' 2 0");
 }
 
