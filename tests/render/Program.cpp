@@ -154,7 +154,7 @@ Outcome render(const std::vector<std::string>& arguments, const Surroundings& su
 
 Outcome shell(const std::string& line, const Surroundings& surroundings) {
   const std::string directory = fs::path(TREADSHIFT_RENDER).parent_path();
-  return Program::command({"/bin/sh", "-c", "PATH=" + directory + ":$PATH\n" + line}, surroundings).wait();
+  return Program::command({"/bin/sh", "-c", "PATH='" + directory + "':$PATH\n" + line}, surroundings).wait();
 }
 
 std::string pathWith(const Workspace& work, const std::string& name, const std::string& script) {

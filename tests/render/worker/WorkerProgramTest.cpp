@@ -33,7 +33,7 @@ std::vector<std::string> linesOf(const std::string& text) {
   return lines;
 }
 
-// A command line whose words need no quotes. What it prints to either stream comes together.
+// A command line. What it prints to either stream comes together.
 Outcome runCommand(const std::string& command) {
   Outcome outcome;
   FILE* pipe = popen((command + " 2>&1").c_str(), "r");
@@ -274,7 +274,7 @@ TEST_CASE("an installed program finds its worker, and says where it looked when 
   fs::create_directories(work.path("bin"));
   const std::string program = work.path("bin/treadshift-render");
   fs::copy_file(TREADSHIFT_RENDER, program);
-  const std::string show = program + " --show --module " TREADSHIFT_MODULE_32;
+  const std::string show = "'" + program + "' --show --module '" TREADSHIFT_MODULE_32 "'";
   const Outcome alone = runCommand(show);
   CHECK(alone.status == 1);
   CHECK(startsWith(alone.out, "treadshift-render: module '" TREADSHIFT_MODULE_32
@@ -292,7 +292,7 @@ TEST_CASE("an installed program finds its worker, and says where it looked when 
 
 TEST_CASE("the worker started by hand says who starts it") {
   for (const std::string arguments : {"", "--help", "one two", TREADSHIFT_MODULE_32}) {
-    const Outcome outcome = runCommand(TREADSHIFT_WORKER " " + arguments + " </dev/null");
+    const Outcome outcome = runCommand("'" TREADSHIFT_WORKER "' " + arguments + " </dev/null");
     CHECK(outcome.status == 2);
     CHECK(outcome.out ==
           "treadshift-worker32: serves a 32-bit module to treadshift-render, which starts it by "
@@ -304,7 +304,7 @@ TEST_CASE("the worker is a 32-bit program that needs the run-times alone") {
   const std::string worker = fileBytes(TREADSHIFT_WORKER);
   CHECK(worker.substr(0, 5) == "\x7f"
                                "ELF\x01");
-  const Outcome dynamic = runCommand("LC_ALL=C readelf -d " TREADSHIFT_WORKER);
+  const Outcome dynamic = runCommand("LC_ALL=C readelf -d '" TREADSHIFT_WORKER "'");
   REQUIRE(dynamic.status == 0);
   int needed = 0;
   for (const std::string& line : linesOf(dynamic.out)) {
