@@ -162,7 +162,6 @@ protected:
   bool isSteady(const BlockValues& block) const;
   bool pedalRests(const BlockValues& block) const;
   bool pedalHolds(const BlockValues& block) const;
-  double smoothed(double state, double pedal) const;
   void followPedal(Chunk& chunk, const BlockValues& block);
   bool followPitch(Chunk& chunk, const BlockValues& block);
   int32_t followSmoother(Chunk& chunk, const BlockValues& block);

@@ -17,6 +17,12 @@ constexpr double kNearPedal = 0x1p-36; // relative: between the spacings of floa
 bool sameBits(float a, float b) { return std::bit_cast<uint32_t>(a) == std::bit_cast<uint32_t>(b); }
 bool sameBits(double a, double b) { return std::bit_cast<uint64_t>(a) == std::bit_cast<uint64_t>(b); }
 
+// The smoother's next state. Inlined by every build: a call in 32 bits hands its result back in an x87
+// register, from which clang narrows it to a float without flush-to-zero.
+[[gnu::always_inline]] inline double smoothed(const IIRFilter& smoother, double state, double pedal) {
+  return smoother.ff0 * state + smoother.fb1 * pedal;
+}
+
 } // namespace
 
 void Treadshift::setColor() {
@@ -83,7 +89,7 @@ bool Treadshift::isSteady(const BlockValues& block) const {
 // True when the smoother has arrived, to the bit: then no sample moves the pedal.
 bool Treadshift::pedalRests(const BlockValues& block) const {
   const double state = pedalSmoother->state1;
-  const double next = smoothed(state, lastPedal + 0.0 * block.pedalStep);
+  const double next = smoothed(*pedalSmoother, state, lastPedal + 0.0 * block.pedalStep);
   return sameBits(next, state) && next == lastSmoothedPedal;
 }
 
@@ -93,18 +99,15 @@ bool Treadshift::pedalHolds(const BlockValues& block) const {
   if (turnPending || sweepLfo->lastRate != sweepRate) return false; // a new run makes a difference
   const double pedal = lastPedal + 0.0 * block.pedalStep;
   const double state = pedalSmoother->state1;
-  const double next = smoothed(state, pedal);
+  const double next = smoothed(*pedalSmoother, state, pedal);
   // Rounding keeps order and the pole is positive, so from between two states that move towards each other,
   // or stay, the smoother never leads out.
   const double margin = std::abs(pedal) * kNearPedal;
   const double low = std::min(next, pedal - margin);
   const double high = std::max(next, pedal + margin);
-  return pedalSmoother->ff0 > 0.0 && smoothed(low, pedal) >= low && smoothed(high, pedal) <= high &&
-         sameBits(static_cast<float>(low), pitchPedal) && sameBits(static_cast<float>(high), pitchPedal);
-}
-
-double Treadshift::smoothed(double state, double pedal) const {
-  return pedalSmoother->ff0 * state + pedalSmoother->fb1 * pedal;
+  return pedalSmoother->ff0 > 0.0 && smoothed(*pedalSmoother, low, pedal) >= low &&
+         smoothed(*pedalSmoother, high, pedal) <= high && sameBits(static_cast<float>(low), pitchPedal) &&
+         sameBits(static_cast<float>(high), pitchPedal);
 }
 
 // Several short loops instead of one: the processor works on several powers at once only if little hangs on
@@ -133,7 +136,7 @@ int32_t Treadshift::followSmoother(Chunk& chunk, const BlockValues& block) {
   int32_t bent = chunk.samples;
   double pedal = pedalSmoother->state1;
   for (int32_t i = 0; i < chunk.samples; ++i) {
-    pedal = smoothed(pedal, lastPedal + (chunk.first + i) * block.pedalStep);
+    pedal = smoothed(*pedalSmoother, pedal, lastPedal + (chunk.first + i) * block.pedalStep);
     const float narrowed = static_cast<float>(pedal);
     chunk.moved[i] = pedal != lastSmoothedPedal;
     if (chunk.moved[i] && !sameBits(narrowed, pitchPedal)) {
