@@ -22,6 +22,43 @@ void writeInput(const Workspace& work) {
   writeSound(work.path("in.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(40000)});
 }
 
+// in.wav as a pipe that stays open, so that the program waits in the middle of its work.
+class SlowInput {
+public:
+  explicit SlowInput(const Workspace& place) : work(place) {
+    writeInput(work);
+    bytes = fileBytes(work.path("in.wav"));
+    fs::remove(work.path("in.wav"));
+    REQUIRE(mkfifo(work.path("in.wav").c_str(), 0600) == 0);
+  }
+  ~SlowInput() { close(input); }
+  SlowInput(const SlowInput&) = delete;
+  SlowInput& operator=(const SlowInput&) = delete;
+
+  // Until the unfinished output is there.
+  void handFirstPart(const Program& program) {
+    const std::size_t before = work.names().size();
+    input = open(work.path("in.wav").c_str(), O_WRONLY);
+    REQUIRE(write(input, bytes.data(), kFirstPart) == kFirstPart);
+    while (program.isRunning() && work.names().size() == before)
+      usleep(1000);
+  }
+
+  void handRest() {
+    const auto rest = static_cast<long>(bytes.size()) - kFirstPart;
+    REQUIRE(write(input, bytes.data() + kFirstPart, rest) == rest);
+    close(input);
+    input = -1;
+  }
+
+private:
+  static constexpr long kFirstPart = 20000; // bytes
+
+  const Workspace& work;
+  std::string bytes;
+  int input = -1;
+};
+
 unsigned permissions(const std::string& path) {
   struct stat status = {};
   REQUIRE(stat(path.c_str(), &status) == 0);
@@ -182,24 +219,16 @@ TEST_CASE("permissions are those of the replaced file, or the usual ones") {
   CHECK(permissions(work.path("old.wav")) == 0604);
 }
 
-// The input is a pipe that stays open, so the program waits in the middle of its work.
 TEST_CASE("a signal in the middle leaves nothing behind") {
   for (int number : {SIGINT, SIGTERM, SIGHUP}) {
     CAPTURE(number);
     const Workspace work;
-    writeInput(work);
-    const std::string bytes = fileBytes(work.path("in.wav"));
-    fs::remove(work.path("in.wav"));
+    SlowInput input(work);
     writeBytes(work.path("out.wav"), "an older rendering");
-    REQUIRE(mkfifo(work.path("in.wav").c_str(), 0600) == 0);
     Program program({work.path("in.wav"), work.path("out.wav")});
-    const int input = open(work.path("in.wav").c_str(), O_WRONLY);
-    REQUIRE(write(input, bytes.data(), 20000) == 20000);
-    while (program.isRunning() && work.names().size() < 3)
-      usleep(1000); // until the unfinished output is there
+    input.handFirstPart(program);
     program.signal(number);
     const Outcome outcome = program.wait();
-    close(input);
     CHECK(outcome.status == 128 + number);
     CHECK(outcome.err == "treadshift-render: interrupted; no unfinished output is left\n");
     CHECK(work.names() == Names{"in.wav", "out.wav"});
@@ -210,21 +239,13 @@ TEST_CASE("a signal in the middle leaves nothing behind") {
 // The last look at the module comes behind the rendering, and before the output gets its name.
 TEST_CASE("an existing output survives when the module is gone in the end") {
   const Workspace work;
-  writeInput(work);
-  const std::string bytes = fileBytes(work.path("in.wav"));
-  fs::remove(work.path("in.wav"));
+  SlowInput input(work);
   fs::copy_file(TREADSHIFT_MODULE, work.path("module.so"));
   writeBytes(work.path("out.wav"), "an older rendering");
-  REQUIRE(mkfifo(work.path("in.wav").c_str(), 0600) == 0);
   Program program({work.path("in.wav"), work.path("out.wav"), "-v", "--module", work.path("module.so")});
-  const int input = open(work.path("in.wav").c_str(), O_WRONLY);
-  REQUIRE(write(input, bytes.data(), 20000) == 20000);
-  while (program.isRunning() && work.names().size() < 4)
-    usleep(1000); // until the unfinished output is there
+  input.handFirstPart(program);
   fs::remove(work.path("module.so"));
-  REQUIRE(write(input, bytes.data() + 20000, bytes.size() - 20000) ==
-          static_cast<long>(bytes.size() - 20000));
-  close(input);
+  input.handRest();
   const Outcome outcome = program.wait();
   CHECK(outcome.status == 1);
   CHECK(holds(outcome.err, "module.so': no such file; give a treadshift.so\n"));
@@ -234,10 +255,7 @@ TEST_CASE("an existing output survives when the module is gone in the end") {
 
 TEST_CASE("a signal ends a program whose messages nobody reads") {
   const Workspace work;
-  writeInput(work);
-  const std::string bytes = fileBytes(work.path("in.wav"));
-  fs::remove(work.path("in.wav"));
-  REQUIRE(mkfifo(work.path("in.wav").c_str(), 0600) == 0);
+  SlowInput input(work);
   REQUIRE(mkfifo(work.path("messages").c_str(), 0600) == 0);
   const int messages = open(work.path("messages").c_str(), O_RDWR | O_NONBLOCK);
   const std::string filling(65536, '.');
@@ -247,34 +265,22 @@ TEST_CASE("a signal ends a program whose messages nobody reads") {
   surroundings.directory = work.path("");
   Program program = Program::command(
       {"/bin/sh", "-c", "exec '" TREADSHIFT_RENDER "' in.wav out.wav 2>messages"}, surroundings);
-  const int input = open(work.path("in.wav").c_str(), O_WRONLY);
-  REQUIRE(write(input, bytes.data(), 20000) == 20000);
-  while (program.isRunning() && work.names().size() < 3)
-    usleep(1000); // until the unfinished output is there
+  input.handFirstPart(program);
   program.signal(SIGTERM);
   CHECK(program.wait().status == 128 + SIGTERM);
-  close(input);
   close(messages);
   CHECK(work.names() == Names{"in.wav", "messages"});
 }
 
 TEST_CASE("a program that was told to survive its terminal does") {
   const Workspace work;
-  writeInput(work);
-  const std::string bytes = fileBytes(work.path("in.wav"));
-  fs::remove(work.path("in.wav"));
-  REQUIRE(mkfifo(work.path("in.wav").c_str(), 0600) == 0);
+  SlowInput input(work);
   Surroundings surroundings;
   surroundings.ignoresHangUp = true;
   Program program({work.path("in.wav"), work.path("out.wav"), "-q"}, surroundings);
-  const int input = open(work.path("in.wav").c_str(), O_WRONLY);
-  REQUIRE(write(input, bytes.data(), 20000) == 20000);
-  while (program.isRunning() && work.names().size() < 2)
-    usleep(1000); // until the unfinished output is there
+  input.handFirstPart(program);
   program.signal(SIGHUP);
-  REQUIRE(write(input, bytes.data() + 20000, bytes.size() - 20000) ==
-          static_cast<long>(bytes.size() - 20000));
-  close(input);
+  input.handRest();
   CHECK(program.wait().status == 0);
   CHECK(readSound(work.path("out.wav")).samples.size() == 40000);
 }
