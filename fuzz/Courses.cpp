@@ -2,14 +2,14 @@
 
 #include "fuzz/Check.h"
 #include "fuzz/Refusal.h"
-#include "render/Presets.h"
+#include "render/course/Presets.h"
 
 void checkCourses(const Controls& controls) {
   for (int index = 0; index < kParameterCount; ++index) {
     const auto parameter = static_cast<ParameterIndex>(index);
-    const PedalTrack* const course = controls.course(parameter);
+    const Course* const course = controls.course(parameter);
     if (!course) continue;
-    const TrackRule& rule = trackRule(parameter);
+    const CourseRule& rule = courseRule(parameter);
     if (const auto constant = course->constant())
       expect(*constant >= rule.lowest && *constant <= rule.highest, "a constant is out of its rule's range");
     for (double seconds : {0.0, 1e-9, 0.001, 0.5, 1.0, 1.25, 60.0, 1e6, 1e300}) {

@@ -1,7 +1,7 @@
 // What a fuzzer expects of the courses that a player's words and files become.
 #pragma once
 
-#include "render/Controls.h"
+#include "render/course/Controls.h"
 
 // Expects every parameter that is driven to stay in 0..1, and its constant, if it has one, in its rule.
 void checkCourses(const Controls& controls);

@@ -1,7 +1,7 @@
 // A file without a place on a disk.
 #pragma once
 
-#include "render/Output.h"
+#include "render/file/Output.h"
 
 #include <cstddef>
 #include <cstdint>

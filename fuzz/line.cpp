@@ -4,7 +4,7 @@
 #include "fuzz/LineFiles.h"
 #include "fuzz/Refusal.h"
 #include "fuzz/Target.h"
-#include "render/CommandLine.h"
+#include "render/command/CommandLine.h"
 
 #include <string>
 #include <vector>

@@ -5,9 +5,9 @@
 #include "fuzz/ScriptBytes.h"
 #include "fuzz/SoundScript.h"
 #include "fuzz/Target.h"
-#include "render/InputSound.h"
-#include "render/OggSerial.h"
-#include "render/SoundWriter.h"
+#include "render/sound/InputSound.h"
+#include "render/sound/OggSerial.h"
+#include "render/sound/SoundWriter.h"
 
 #include <algorithm>
 #include <array>

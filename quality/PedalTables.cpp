@@ -5,7 +5,7 @@
 #include "quality/SettingReport.h"
 #include "quality/Sweep.h"
 #include "quality/ToneResponse.h"
-#include "render/Colors.h"
+#include "render/course/Colors.h"
 
 #include <algorithm>
 #include <cmath>

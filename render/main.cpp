@@ -1,15 +1,15 @@
 // treadshift-render: renders recordings through the pedal, as a host does, and writes the bent ones.
 
-#include "render/CommandLine.h"
-#include "render/Console.h"
-#include "render/Fault.h"
-#include "render/Interruption.h"
-#include "render/Listing.h"
-#include "render/ModulePath.h"
-#include "render/OutputFile.h"
-#include "render/Player.h"
-#include "render/TemporaryDirectory.h"
-#include "render/picture/PitchPicture.h"
+#include "render/command/CommandLine.h"
+#include "render/file/Interruption.h"
+#include "render/file/OutputFile.h"
+#include "render/file/TemporaryDirectory.h"
+#include "render/look/PitchPicture.h"
+#include "render/look/Player.h"
+#include "render/module/Listing.h"
+#include "render/module/ModulePath.h"
+#include "render/text/Console.h"
+#include "render/text/Fault.h"
 
 #include <exception>
 #include <fcntl.h>

@@ -1,4 +1,5 @@
-// Includes run one way: vst <- framework <- effect -> dsp; hosts know the record, never the classes.
+// Includes run one way: vst <- framework <- effect -> dsp; hosts know the record, never the classes; the
+// renderer's rooms know those before them.
 #include <doctest/doctest.h>
 
 #include <algorithm>
@@ -41,11 +42,25 @@ const std::vector<Rule> kRules = {
     {"host", with(kRecordAlone, "host/")},
     {"worker", with(with(kRecordAlone, "host/"), "worker/")},
     {"presets", {"presets/"}},
+    {"render/text", {"render/text/"}},
+    {"render/file", {"render/text/", "render/file/"}},
+    {"render/course", {"presets/", "render/text/", "render/file/", "render/course/"}},
+    {"render/sound", {"render/text/", "render/file/", "render/sound/"}},
+    {"render/module",
+     {"host/", "vst/AEffect.h", "vst/Opcodes.h", "vst/HostRecords.h", "render/text/", "render/file/",
+      "render/course/", "render/module/"}},
+    {"render/look",
+     {"host/", "render/text/", "render/file/", "render/course/", "render/sound/", "render/module/",
+      "render/look/"}},
+    {"render/job",
+     {"host/", "render/text/", "render/file/", "render/course/", "render/sound/", "render/module/",
+      "render/look/", "render/job/"}},
     {"render", with(with(with(kRecordAlone, "host/"), "presets/"), "render/")},
     {"lv2", with(with(kRecordAlone, "host/"), "lv2/")},
     {"examples", {"vst/AEffect.h", "vst/Opcodes.h", "vst/HostRecords.h"}},
     {"peers", with(kInterfaceOfLv2, "peers/")},
-    {"quality", with(with(with(with(kRecordAlone, "host/"), "peers/"), "render/Colors.h"), "quality/")},
+    {"quality",
+     with(with(with(with(kRecordAlone, "host/"), "peers/"), "render/course/Colors.h"), "quality/")},
 };
 
 bool startsWith(const std::string& text, const std::string& start) {

@@ -1,8 +1,8 @@
 // The colours as the player is told of them are the colours of the effect.
-#include "render/Colors.h"
+#include "render/course/Colors.h"
 
 #include "effect/ColorTable.h"
-#include "render/Controls.h"
+#include "render/course/Controls.h"
 
 #include <cmath>
 #include <doctest/doctest.h>

@@ -1,5 +1,5 @@
 // From the options as typed to the controls: what is a value, what a file, and what goes over what.
-#include "render/ControlOptions.h"
+#include "render/command/ControlOptions.h"
 
 #include "MidiBytes.h"
 

@@ -1,15 +1,15 @@
 // Courses from lines of time and value: what is read, and what each wrong line is told.
-#include "render/Controls.h"
-#include "render/CsvTrack.h"
+#include "render/course/Controls.h"
+#include "render/course/CsvCourse.h"
 
 #include <doctest/doctest.h>
 #include <string>
 
 namespace {
 
-const TrackRule& pedalRule() { return trackRule(kParameterPedal); }
+const CourseRule& pedalRule() { return courseRule(kParameterPedal); }
 
-PedalTrack csv(const std::string& text) { return readCsvTrack("--pedal 'take.csv'", text, pedalRule()); }
+Course csv(const std::string& text) { return readCsvCourse("--pedal 'take.csv'", text, pedalRule()); }
 
 std::string faultOf(const std::string& text) {
   try {
@@ -22,7 +22,7 @@ std::string faultOf(const std::string& text) {
 }
 
 // The same course at many times, the points' own among them.
-void checkSame(const PedalTrack& left, const PedalTrack& right) {
+void checkSame(const Course& left, const Course& right) {
   for (int step = 0; step <= 500; ++step) {
     const double seconds = step / 100.0;
     CAPTURE(seconds);
@@ -35,11 +35,11 @@ const char* const kBreakpoints = "0.1:0,1.5:1,3:0.2";
 } // namespace
 
 TEST_CASE("a file of lines is the course of the same points in an option") {
-  checkSame(csv("0.1,0\n1.5,1\n3,0.2\n"), PedalTrack::parse("--pedal", kBreakpoints, pedalRule()));
+  checkSame(csv("0.1,0\n1.5,1\n3,0.2\n"), Course::parse("--pedal", kBreakpoints, pedalRule()));
 }
 
 TEST_CASE("comments, a header, blank lines, blanks, a byte order mark and other line ends change nothing") {
-  const auto breakpoints = PedalTrack::parse("--pedal", kBreakpoints, pedalRule());
+  const auto breakpoints = Course::parse("--pedal", kBreakpoints, pedalRule());
   for (const char* text : {
            "0.1,0\n1.5,1\n3,0.2",
            "0.1,0\r\n1.5,1\r\n3,0.2\r\n",

@@ -1,7 +1,7 @@
 // What the program tells and shows of a rendering: statistics, pictures, and the sound itself.
 #include "Program.h"
 #include "SoundFiles.h"
-#include "render/picture/Spectrogram.h"
+#include "render/look/Spectrogram.h"
 
 #include <algorithm>
 #include <cmath>

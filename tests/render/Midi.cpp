@@ -1,7 +1,7 @@
 // Courses from the controllers of MIDI files: times, values, and files that are none.
 #include "MidiBytes.h"
-#include "render/Controls.h"
-#include "render/MidiTrack.h"
+#include "render/course/Controls.h"
+#include "render/course/MidiCourse.h"
 
 #include <doctest/doctest.h>
 #include <random>
@@ -11,8 +11,8 @@ namespace {
 constexpr int kTicks = 480; // per quarter note; 0.5 s until a tempo says otherwise
 const MidiSource kPedalSource = {11, {}, "--pedal-cc"};
 
-PedalTrack midi(const std::string& bytes, const MidiSource& source = kPedalSource) {
-  return readMidiTrack("--pedal 'take.mid'", bytes, source);
+Course midi(const std::string& bytes, const MidiSource& source = kPedalSource) {
+  return readMidiCourse("--pedal 'take.mid'", bytes, source);
 }
 
 std::string faultOf(const std::string& bytes, const MidiSource& source = kPedalSource) {
@@ -25,9 +25,9 @@ std::string faultOf(const std::string& bytes, const MidiSource& source = kPedalS
   return "accepted";
 }
 
-PedalTrack points(const char* text) { return PedalTrack::parse("--pedal", text, trackRule(kParameterPedal)); }
+Course points(const char* text) { return Course::parse("--pedal", text, courseRule(kParameterPedal)); }
 
-void checkSame(const PedalTrack& left, const PedalTrack& right) {
+void checkSame(const Course& left, const Course& right) {
   for (int step = 0; step <= 6000; ++step) {
     const double seconds = step / 1000.0;
     if (left.valueAt(seconds) == right.valueAt(seconds)) continue;
@@ -43,9 +43,9 @@ const std::string kDamaged = "--pedal 'take.mid': a damaged or cut MIDI file; sa
 
 TEST_CASE("a controller's messages are points on a line, 127 is 1") {
   // 480 ticks at 120 beats a minute are half a second.
-  const auto track = midi(midiFile(
+  const auto course = midi(midiFile(
       0, kTicks, {midiTrack({controller(0, 11, 0), controller(480, 11, 127), controller(960, 11, 0)})}));
-  checkSame(track, points("0:0,0.5:1,1.5:0"));
+  checkSame(course, points("0:0,0.5:1,1.5:0"));
   const auto held =
       midi(midiFile(0, kTicks, {midiTrack({controller(480, 11, 127), controller(480, 11, 0)})}));
   checkSame(held, points("0.5:1,1:0"));

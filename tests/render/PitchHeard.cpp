@@ -2,7 +2,7 @@
 #include "MidiBytes.h"
 #include "Program.h"
 #include "SoundFiles.h"
-#include "render/Colors.h"
+#include "render/course/Colors.h"
 
 #include <cmath>
 #include <doctest/doctest.h>

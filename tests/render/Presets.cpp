@@ -1,7 +1,7 @@
 // Presets: the shipped ones, a user's text and its faults, and what is written.
-#include "render/Presets.h"
+#include "render/course/Presets.h"
 
-#include "render/Colors.h"
+#include "render/course/Colors.h"
 
 #include <algorithm>
 #include <doctest/doctest.h>

@@ -1,0 +1,58 @@
+// Fuzz target: the texts and files that move the parameters, from bytes to courses.
+#include "fuzz/Check.h"
+#include "fuzz/Courses.h"
+#include "fuzz/Refusal.h"
+#include "fuzz/Target.h"
+#include "render/course/CsvCourse.h"
+#include "render/course/MidiCourse.h"
+#include "render/course/Presets.h"
+
+#include <string_view>
+
+namespace {
+
+Controls driven(ParameterIndex parameter, Course course) {
+  Controls controls;
+  controls.set(parameter, std::move(course));
+  return controls;
+}
+
+void readAsPresets(std::string_view text) {
+  for (const Preset& preset : readPresets("presets", text)) {
+    expect(samePresetName(preset.name, preset.name), "a preset's name is not its own");
+    checkCourses(preset.controls);
+    if (preset.controls.course(kParameterColor)) checkPreset(preset.controls);
+  }
+}
+
+void read(int choice, std::string_view text) {
+  const auto parameter = static_cast<ParameterIndex>((choice >> 2) % kParameterCount);
+  switch (choice & 3) {
+  case 0:
+    return checkCourses(driven(parameter, readCsvCourse("a file", text, courseRule(parameter))));
+  case 1: {
+    const MidiSource source = {choice >> 4 == 0 ? 11 : choice & 0x7F, {}, "--pedal-cc"};
+    return checkCourses(driven(kParameterPedal, readMidiCourse("a file", text, source)));
+  }
+  case 2:
+    return readAsPresets(text);
+  default: {
+    const Controls controls = driven(parameter, Course::parse("--option", text, courseRule(parameter)));
+    checkCourses(controls);
+    checkPreset(controls);
+  }
+  }
+}
+
+} // namespace
+
+// The first byte says what the others are.
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  try {
+    read(data[0], {reinterpret_cast<const char*>(data) + 1, size - 1});
+  } catch (const Fault& fault) {
+    checkRefusal(fault);
+  }
+  return 0;
+}

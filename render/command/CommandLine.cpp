@@ -1,0 +1,329 @@
+#include "render/command/CommandLine.h"
+
+#include "render/command/HelpFormatter.h"
+#include "render/command/HelpText.h"
+#include "render/text/Console.h"
+
+#include <charconv>
+#include <filesystem>
+#include <numeric>
+#include <string_view>
+#include <thread>
+#include <utility>
+
+namespace {
+
+constexpr int kLargestBlock = 1048576;
+constexpr int kMostJobs = 256;
+constexpr double kLargestGainDb = 96.0;
+constexpr double kLongestTail = 3600.0; // seconds
+
+constexpr char kFileGroup[] = "Input and output";
+constexpr char kLookingGroup[] = "Looking and listening";
+constexpr char kOtherGroup[] = "Other options";
+
+Fault wrongCall(const std::string& subject, const std::optional<std::string>& value, const std::string& wrong,
+                const std::string& right = "see treadshift-render --help") {
+  return Fault(ExitStatus::wrongCall, subject, value, wrong, right);
+}
+
+template <class Number>
+Number numberOf(const char* option, const std::string& text, Number lowest, Number highest,
+                const std::string& what, const std::string& right) {
+  Number number = {};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  const bool isRight =
+      error == std::errc() && end == text.data() + text.size() && number >= lowest && number <= highest;
+  if (!isRight) throw wrongCall(option, text, "not " + what, right);
+  return number;
+}
+
+// How many letters must be put in, taken out or changed to make one word of the other.
+std::size_t differences(const std::string& from, const std::string& to) {
+  std::vector<std::size_t> row(to.size() + 1);
+  std::iota(row.begin(), row.end(), 0);
+  for (std::size_t i = 0; i < from.size(); ++i) {
+    std::size_t diagonal = std::exchange(row[0], i + 1);
+    for (std::size_t j = 0; j < to.size(); ++j) {
+      const std::size_t changed = diagonal + (from[i] != to[j]);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({changed, row[j] + 1, row[j + 1] + 1});
+    }
+  }
+  return row.back();
+}
+
+void addText(CLI::App& app, const char* name, std::string& text, const char* type, const char* group,
+             const char* help) {
+  app.add_option(name, text, help)->type_name(type)->group(group);
+}
+
+void addFlag(CLI::App& app, const char* name, bool& flag, const char* group, const char* help) {
+  app.add_flag(name, flag, help)->group(group);
+}
+
+} // namespace
+
+CommandLine::CommandLine() {
+  app.formatter(std::make_shared<HelpFormatter>());
+  app.add_option("files", files)->group("");
+  addControlOptions(app, controlOptions);
+  addFileOptions();
+  addLookingOptions();
+  addOtherOptions();
+  app.allow_extras();
+  for (CLI::Option* option : app.get_options()) {
+    if (!option->get_positional()) option->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  }
+  app.description(kHelpDescription);
+  app.footer(kHelpFooter);
+}
+
+void CommandLine::addFileOptions() {
+  addText(app, "--out-dir", outDirectory, "DIR", kFileGroup,
+          "write each output there, under its input's name; the directory is made if need be");
+  addText(app, "-j,--jobs", jobCount, "N", kFileGroup,
+          "recordings rendered at the same time; as many as there are processors if not given");
+  addFlag(app, "-n,--no-clobber", noClobber, kFileGroup, "replace no file that is there");
+  addText(app, "--type", type, "TYPE", kFileGroup,
+          "type of the output, whatever its name: wav, flac, ogg, opus, mp3, aiff, au, caf, w64 or rf64");
+  addText(app, "--bits", bits, "FORMAT", kFileGroup,
+          "sample format of the output: 16, 24, 32, float or double; the input's if not given");
+  addText(app, "--channels", channels, "CHOICE", kFileGroup,
+          "each (every channel through a pedal of its own), left, right, or mix (the mean of all, through "
+          "one); each if not given");
+  addText(app, "--tail", tail, "SECONDS", kFileGroup,
+          "let the pedal sound on after the end of the recording; 0 if not given");
+  addText(app, "--gain", gain, "DB", kFileGroup, "make the output louder, or softer with a minus");
+  addFlag(app, "--normalize", normalize, kFileGroup,
+          "bring the output's peak to full scale; --gain then counts from there. The sound waits in a "
+          "temporary file beside the output until its peak is known");
+  addFlag(app, "--dither", dither, kFileGroup,
+          "add triangular noise of one step before rounding to whole numbers, the same in every call");
+}
+
+void CommandLine::addLookingOptions() {
+  addText(app, "--plot", plot, "FILE.png", kLookingGroup,
+          "draw spectrograms of recording and output with the pitch that the pedal asks for; needs gnuplot");
+  addFlag(app, "--play", play, kLookingGroup,
+          "play the output on the default sound device; needs pw-play, play or aplay");
+  addText(app, "--stats", stats, "json", kLookingGroup,
+          "print a line of JSON per recording to the standard output, or to the standard error output when "
+          "the other one carries the sound");
+  addFlag(app, "-v,--verbose", verbose, kLookingGroup,
+          "tell length, format, speed, peak, clipping and the delay of the bent sound");
+  addFlag(app, "-q,--quiet", quiet, kLookingGroup, "print errors only");
+  addFlag(app, "--show", show, kLookingGroup,
+          "list the parameters, programs and identity of the module and render nothing");
+}
+
+void CommandLine::addOtherOptions() {
+  addText(app, "--block", block, "N", kOtherGroup, "samples per block, 1 to 1048576; 64 if not given");
+  addText(app, "--module", module, "PATH", kOtherGroup,
+          "the module to render with, 64-bit or 32-bit; if not given, the one built or installed with this "
+          "program");
+  app.set_help_flag("-h,--help", "print this help")->group(kOtherGroup);
+  app.set_version_flag("-V,--version", "treadshift-render " TREADSHIFT_VERSION, "print the version")
+      ->group(kOtherGroup);
+}
+
+void CommandLine::parse(int argc, char** argv) { app.parse(argc, argv); }
+
+// The library's words are "--tone: 1 required VALUE|FILE missing" and "Could not convert: --show = yes".
+Fault CommandLine::faultOf(const CLI::ParseError& error) {
+  constexpr std::string_view kRequired = ": 1 required ", kMissing = " missing";
+  constexpr std::string_view kConversion = "Could not convert: ", kEquals = " = ";
+  const std::string told = error.what();
+  const auto required = told.find(kRequired);
+  if (required != std::string::npos && told.ends_with(kMissing)) {
+    const std::string name = told.substr(0, required);
+    const auto type = required + kRequired.size();
+    return wrongCall(name, {}, "its value is missing",
+                     "give " + name + " " + told.substr(type, told.size() - kMissing.size() - type) +
+                         "; see treadshift-render --help");
+  }
+  const auto equals = told.find(kEquals);
+  if (told.starts_with(kConversion) && equals != std::string::npos) {
+    const std::string name = told.substr(kConversion.size(), equals - kConversion.size());
+    return wrongCall(name, told.substr(equals + kEquals.size()), "takes no value");
+  }
+  return wrongCall("command line", {}, told);
+}
+
+void CommandLine::print(const CLI::Success& asked) const {
+  const bool wantsVersion = dynamic_cast<const CLI::CallForVersion*>(&asked) != nullptr;
+  printText(wantsVersion ? std::string(asked.what()) + "\n" : app.help());
+}
+
+void CommandLine::check() const {
+  refuseExtras();
+  refuseRepeats();
+  refuseEmptyNames();
+  refuseValues();
+  refuseFilesBesideLists();
+  if (onlyLists()) return;
+  refuseNumberOfFiles();
+  refuseSeveralAtOnce();
+  refuseUnheardOutput();
+}
+
+void CommandLine::refuseExtras() const {
+  for (const std::string& extra : app.remaining()) {
+    const bool isOption = extra.size() > 1 && extra[0] == '-';
+    if (!isOption) throw wrongCall("argument", extra, "not understood");
+    const std::string meant = nearestOption(extra.substr(0, extra.find('=')));
+    throw wrongCall("option", extra, "no such option",
+                    (meant.empty() ? "" : "did you mean " + meant + "? ") + "see treadshift-render --help");
+  }
+}
+
+// The long option that differs by no more than two letters; empty when none does.
+std::string CommandLine::nearestOption(const std::string& name) const {
+  constexpr std::size_t kMostDifferences = 2, kShortestName = 5; // --on and the like are near to anything
+  std::string nearest;
+  std::size_t fewest = kMostDifferences + 1;
+  for (const CLI::Option* option : app.get_options()) {
+    const std::string candidate = option->get_name();
+    const std::size_t count = differences(name, candidate);
+    if (candidate.size() < kShortestName || count >= fewest) continue;
+    fewest = count;
+    nearest = candidate;
+  }
+  return nearest;
+}
+
+void CommandLine::refuseRepeats() const {
+  for (const CLI::Option* option : app.get_options()) {
+    if (!option->get_positional() && option->count() > 1)
+      throw wrongCall(option->get_name(), {}, "given more than once");
+  }
+}
+
+void CommandLine::refuseEmptyNames() const {
+  const std::pair<const char*, const std::string&> names[] = {
+      {"--plot", plot}, {"--save-preset", controlOptions.savePreset}, {"--module", module}};
+  for (const auto& [option, name] : names) {
+    if (given(option) && name.empty()) throw wrongCall(option, name, "no file", "give its name");
+  }
+}
+
+// Before anything is written or listed, and whether it is needed or not.
+void CommandLine::refuseValues() const {
+  if (given("--stats") && stats != "json") throw wrongCall("--stats", stats, "no such form", "give json");
+  if (given("--type")) static_cast<void>(typeNamed(type));
+  static_cast<void>(settingsWithoutControls());
+  static_cast<void>(parallelJobs());
+}
+
+bool CommandLine::onlyLists() const {
+  const bool lists = show || controlOptions.listColors || controlOptions.listPresets;
+  return lists || (given("--save-preset") && files.empty());
+}
+
+void CommandLine::refuseFilesBesideLists() const {
+  if (files.empty()) return;
+  for (const char* option : {"--show", "--list-colors", "--list-presets"}) {
+    if (given(option))
+      throw wrongCall(option, files.front(), std::string(option) + " renders nothing and takes no files");
+  }
+}
+
+void CommandLine::refuseNumberOfFiles() const {
+  if (files.empty()) throw wrongCall("input", {}, "no recording is named");
+  if (given("--out-dir")) {
+    if (outDirectory.empty()) throw wrongCall("--out-dir", outDirectory, "no directory", "give its name");
+    return;
+  }
+  if (files.size() > 2) {
+    throw wrongCall("argument", files[2], "one argument too many",
+                    "to render several recordings, say where to with --out-dir DIR");
+  }
+  const bool hasUse = play || given("--plot") || given("--stats");
+  if (files.size() == 1 && !hasUse)
+    throw wrongCall("output", {}, "no name for the bent recording is given",
+                    "name it, or listen with --play");
+}
+
+void CommandLine::refuseSeveralAtOnce() const {
+  if (inputs().size() < 2) return;
+  for (const char* option : {"--play", "--plot"}) {
+    if (given(option)) throw wrongCall(option, {}, "is for one recording at a time", "give one input");
+  }
+}
+
+void CommandLine::refuseUnheardOutput() const {
+  const bool toStandardOutput = namesOutput() && !given("--out-dir") && files[1] == "-";
+  if (play && toStandardOutput)
+    throw wrongCall("--play", {}, "the output goes to the standard output",
+                    "name a file, or no output at all");
+  if (given("--type") && !namesOutput())
+    throw wrongCall("--type", type, "no output is named that could be of this type", "name one");
+}
+
+RenderSettings CommandLine::settings() const {
+  RenderSettings result = settingsWithoutControls();
+  result.controls = controls();
+  return result;
+}
+
+// Apart from the files that controls may come from, which may be read only once.
+RenderSettings CommandLine::settingsWithoutControls() const {
+  RenderSettings result;
+  result.modulePath = module;
+  if (given("--block")) {
+    result.blockFrames =
+        numberOf("--block", block, 1, kLargestBlock,
+                 "a number of samples from 1 to " + std::to_string(kLargestBlock), "64 is usual");
+  }
+  if (given("--channels")) result.channels = ChannelChoice(channels);
+  if (given("--bits")) result.sampleFormat = sampleFormatNamed(bits);
+  if (given("--tail"))
+    result.tailSeconds =
+        numberOf("--tail", tail, 0.0, kLongestTail, "seconds from 0 to 3600", "0.5 is plenty");
+  if (given("--gain"))
+    result.gainDb = numberOf("--gain", gain, -kLargestGainDb, kLargestGainDb, "decibels from -96 to 96",
+                             "give a number such as -6");
+  result.normalizes = normalize;
+  result.dithers = dither;
+  result.mayReplace = !noClobber;
+  result.measuresLatency = verbose || given("--stats");
+  return result;
+}
+
+std::vector<std::string> CommandLine::inputs() const {
+  if (given("--out-dir")) return files;
+  return {files.front()};
+}
+
+bool CommandLine::namesOutput() const { return given("--out-dir") || files.size() > 1; }
+
+std::vector<RenderJob> CommandLine::jobs() const {
+  const SoundType* const wanted = given("--type") ? &typeNamed(type) : nullptr;
+  if (given("--out-dir")) return jobsInto(outDirectory, files, wanted);
+  const std::string& output = files[1];
+  refuseDirectory(output);
+  const SoundType& fitting = wanted ? *wanted : output == "-" ? typeNamed("au") : typeFor(output);
+  return {{files[0], output, &fitting, output}};
+}
+
+void CommandLine::refuseDirectory(const std::string& output) const {
+  std::error_code error;
+  if (output.ends_with('/') || std::filesystem::is_directory(output, error))
+    throw wrongCall("output", output, "a directory", "to write into it, give --out-dir " + output);
+}
+
+RenderJob CommandLine::ownJob(const std::string& path) const {
+  return {files[0], path, &typeNamed("wav"), ""};
+}
+
+int CommandLine::parallelJobs() const {
+  if (given("--jobs"))
+    return numberOf("--jobs", jobCount, 1, kMostJobs, "a number from 1 to 256",
+                    "as many as there are processors is best");
+  return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
+}
+
+BatchReports CommandLine::reports() const {
+  const bool jsonAside = namesOutput() && !given("--out-dir") && files[1] == "-";
+  return {quiet, verbose, given("--stats"), jsonAside};
+}

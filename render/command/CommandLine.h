@@ -1,0 +1,82 @@
+// What the user wrote, and what it asks for.
+#pragma once
+
+#include "render/command/ControlOptions.h"
+#include "render/job/Batch.h"
+#include "render/job/RenderJob.h"
+#include "render/text/Fault.h"
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+class CommandLine {
+public:
+  CommandLine();
+  CommandLine(const CommandLine&) = delete;
+  CommandLine& operator=(const CommandLine&) = delete;
+
+  // Throws CLI::Success for --help and --version, which print() then answers; CLI::ParseError for what is no
+  // option or lacks its value.
+  void parse(int argc, char** argv);
+
+  // What a parse error that is no success says, in the manner of the other messages. Allocates.
+  static Fault faultOf(const CLI::ParseError& error);
+
+  // Prints the help or the version that ended parse(). Throws Fault (couldNot).
+  void print(const CLI::Success& asked) const;
+
+  // Throws Fault (wrongCall) for what does not go together: unknown and repeated options, lists beside files,
+  // several recordings without a directory, values that are none, and so on. The operations below count on
+  // it.
+  void check() const;
+
+  // Whether there are recordings to render, so that the rest below applies.
+  bool renders() const { return !files.empty(); }
+
+  // The settings as far as the command line has them; the module is what the user gave. Throws Fault.
+  RenderSettings settings() const;
+  Controls controls() const { return controlsFrom(app, controlOptions); }
+
+  // The inputs: all files, or all but the output's name.
+  std::vector<std::string> inputs() const;
+
+  // Whether the only input has an output to keep.
+  bool namesOutput() const;
+
+  // The jobs for named outputs; see jobsInto for those with a directory. Throws Fault (wrongCall).
+  std::vector<RenderJob> jobs() const;
+
+  // The job for an output of this call's own at `path`, a WAV file.
+  RenderJob ownJob(const std::string& path) const;
+
+  int parallelJobs() const; // Throws Fault (wrongCall).
+  BatchReports reports() const;
+
+  std::string module, outDirectory, plot;
+  ControlOptions controlOptions;
+  bool show = false, play = false, quiet = false, noClobber = false;
+
+private:
+  void addFileOptions();
+  void addLookingOptions();
+  void addOtherOptions();
+  void refuseExtras() const;
+  void refuseRepeats() const;
+  void refuseEmptyNames() const;
+  void refuseValues() const;
+  void refuseFilesBesideLists() const;
+  void refuseNumberOfFiles() const;
+  void refuseSeveralAtOnce() const;
+  void refuseUnheardOutput() const;
+  void refuseDirectory(const std::string& output) const;
+  RenderSettings settingsWithoutControls() const;
+  std::string nearestOption(const std::string& name) const;
+  bool given(const char* option) const { return app.count(option) != 0; }
+  bool onlyLists() const;
+
+  CLI::App app;
+  std::vector<std::string> files;
+  std::string type, bits, channels, gain, tail, jobCount, block, stats;
+  bool normalize = false, dither = false, verbose = false;
+};

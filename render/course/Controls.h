@@ -1,0 +1,46 @@
+// The five parameters as the command line drives them.
+#pragma once
+
+#include "render/course/Course.h"
+
+#include <array>
+#include <optional>
+#include <string>
+#include <string_view>
+
+// The effect's parameters in its index order.
+enum ParameterIndex { kParameterOn, kParameterMode, kParameterTone, kParameterColor, kParameterPedal };
+constexpr int kParameterCount = 5;
+
+// The parameter value 0..1 that selects one of the eight colours, 0..7: the middle of its eighth.
+constexpr float colorParameter(double color) { return static_cast<float>((color + 0.5) / 8.0); }
+
+// The parameter value 0..1 for a player's value: a colour 0..7, everything else 0..1 as it is. Allocates
+// nothing.
+float parameterValue(ParameterIndex parameter, double playersValue);
+
+// What a player may write as the parameter's value. Allocates nothing.
+const CourseRule& courseRule(ParameterIndex parameter);
+
+// "--color" and so on. Allocates nothing.
+const std::string& optionName(ParameterIndex parameter);
+
+class Controls {
+public:
+  // Reads one option's text (see Course::parse) and lets it drive the parameter from then on. Throws
+  // Fault (wrongCall). Allocates.
+  void set(ParameterIndex parameter, std::string_view text);
+
+  // Lets a course of the player's values drive the parameter from then on. Allocates.
+  void set(ParameterIndex parameter, Course course);
+
+  // The course that drives the parameter, in the player's values; null when none does. Any thread.
+  const Course* course(ParameterIndex parameter) const;
+
+  // The parameter's value 0..1 at a time in seconds; nothing when no option drives it, so that the effect
+  // keeps its own value. Any thread, allocates nothing.
+  std::optional<float> valueAt(ParameterIndex parameter, double seconds) const;
+
+private:
+  std::array<std::optional<Course>, kParameterCount> courses;
+};

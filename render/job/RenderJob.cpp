@@ -1,0 +1,229 @@
+#include "render/job/RenderJob.h"
+
+#include "render/file/OutputFile.h"
+#include "render/file/ScratchFile.h"
+#include "render/file/StandardOutput.h"
+#include "render/job/Progress.h"
+#include "render/job/Renderer.h"
+#include "render/look/PitchPicture.h"
+#include "render/sound/InputSound.h"
+#include "render/sound/SoundWriter.h"
+#include "render/text/Fault.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kHighestRateHz = 1 << 24; // the interface tells rates in single precision, exact up to here
+constexpr int kUsualFrames = 4096;      // read, rendered and written at once, where nobody waits for them
+
+// The effect remembers two seconds of each channel; a header that lies about channels or rate must not bring
+// the machine down.
+double neededBytes(const SoundInfo& sound, int frames) {
+  constexpr double kRememberedSeconds = 2.0;
+  return sizeof(double) * sound.channels * (kRememberedSeconds * sound.rateHz + frames);
+}
+
+double machineBytes() {
+  return static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
+}
+
+// Whole blocks; as they come when the recording does.
+int framesAtOnce(int blockFrames, bool isLive) {
+  return isLive ? blockFrames : std::max(1, kUsualFrames / blockFrames) * blockFrames;
+}
+
+void refuseUnplayable(const RenderJob& job, const RenderSettings& settings, const SoundInfo& sound) {
+  const auto fail = [&](const std::string& wrong) {
+    throw Fault(ExitStatus::couldNot, "input", job.inputPath, wrong, "44100 or 48000 Hz work well");
+  };
+  const std::string rate = std::to_string(sound.rateHz) + " Hz";
+  if (sound.rateHz > kHighestRateHz) fail("its sample rate of " + rate + " is too high for the effect");
+  if (neededBytes(sound, settings.blockFrames) > machineBytes()) {
+    fail(std::to_string(sound.channels) + " channels at " + rate + " take more memory than there is");
+  }
+  if (!effectRunsAt(settings.modulePath, sound.rateHz)) {
+    fail("the effect does not run at its sample rate of " + rate + ", the sound would stay as it is");
+  }
+}
+
+bool standardOutputIs(const std::string& inputPath) {
+  struct stat in = {}, out = {};
+  const bool known = inputPath == "-" ? fstat(STDIN_FILENO, &in) == 0 : stat(inputPath.c_str(), &in) == 0;
+  return known && fstat(STDOUT_FILENO, &out) == 0 && S_ISREG(in.st_mode) && in.st_dev == out.st_dev &&
+         in.st_ino == out.st_ino;
+}
+
+void refuseSameFile(const RenderJob& job) {
+  const bool isSame = job.outputPath == "-"
+                          ? standardOutputIs(job.inputPath)
+                          : isSameFile(job.inputPath == "-" ? "/dev/stdin" : job.inputPath, job.outputPath);
+  if (isSame) {
+    throw Fault(ExitStatus::couldNot, "output", job.outputPath, "the same file as the input",
+                "give another name");
+  }
+}
+
+bool isStream(int descriptor) {
+  struct stat status = {};
+  return fstat(descriptor, &status) == 0 && !S_ISREG(status.st_mode);
+}
+
+std::unique_ptr<Output> openOutput(const RenderJob& job, const RenderSettings& settings) {
+  if (job.outputPath != "-") return std::make_unique<OutputFile>(job.outputPath, settings.mayReplace);
+  return std::make_unique<StandardOutput>(job.type->streams && isStream(STDOUT_FILENO));
+}
+
+std::string counted(std::int64_t samples, const char* one, const char* several) {
+  return std::to_string(samples) + (samples == 1 ? one : several);
+}
+
+// One rendering from opening to the finished output.
+class Rendering {
+public:
+  Rendering(const RenderJob& what, const RenderSettings& how, PitchPicture* watching)
+      : job(what), settings(how), picture(watching),
+        input(job.inputPath, settings.channels, settings.tailSeconds) {}
+
+  RenderStatistics run(Progress& progress) {
+    open();
+    renderAll(progress);
+    if (rendered) deliverNormalized();
+    if (settings.measuresLatency)
+      latency = measureLatency(settings.modulePath, settings.controls, outputInfo.rateHz);
+    writer->publish(); // the last step that can fail
+    return statistics();
+  }
+
+private:
+  void open();
+  void renderAll(Progress& progress);
+  void deliver(int frames);
+  void deliverNormalized();
+  double fullScale() const;
+  RenderStatistics statistics() const;
+  void addNotices(RenderStatistics& result) const;
+
+  const RenderJob& job;
+  const RenderSettings& settings;
+  PitchPicture* picture; // may be null
+  const std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+  InputSound input;
+  SoundInfo outputInfo;
+  std::string formatNotice;
+  double gain = 1.0;
+  double peak = 0.0; // of what was rendered, before the gain
+  std::optional<Latency> latency;
+  std::unique_ptr<Renderer> renderer;
+  std::unique_ptr<Output> output;
+  std::unique_ptr<SoundWriter> writer;
+  std::unique_ptr<ScratchFile> rendered; // doubles that wait for their peak to be known; null: none need to
+  std::vector<double> samples;
+};
+
+void Rendering::open() {
+  refuseSameFile(job);
+  outputInfo = input.info();
+  const OutputFormat format = outputFormatFor(job.outputPath, *job.type, settings.sampleFormat, outputInfo);
+  outputInfo.format = format.format;
+  formatNotice = format.notice;
+  refuseUnplayable(job, settings, outputInfo);
+  renderer = std::make_unique<Renderer>(settings.modulePath, settings.controls, outputInfo.rateHz,
+                                        outputInfo.channels, settings.blockFrames);
+  output = openOutput(job, settings);
+  writer = std::make_unique<SoundWriter>(*output, outputInfo, settings.dithers);
+  if (settings.normalizes) {
+    rendered = std::make_unique<ScratchFile>(job.outputPath == "-" ? temporaryDirectory()
+                                                                   : directoryOf(job.outputPath));
+  }
+  gain = std::pow(10.0, settings.gainDb / 20.0);
+  if (picture) picture->begin(outputInfo, settings.controls, settings.modulePath);
+}
+
+void Rendering::renderAll(Progress& whole) {
+  const int frames = framesAtOnce(settings.blockFrames, input.isLive());
+  samples.resize(static_cast<std::size_t>(frames) * outputInfo.channels);
+  FileProgress progress(whole, outputInfo.frames, outputInfo.rateHz);
+  outputInfo.frames = 0;
+  while (const auto count = static_cast<int>(input.read(samples.data(), frames))) {
+    if (picture) picture->addBefore(samples.data(), count);
+    renderer->process(samples.data(), count);
+    if (picture) picture->addAfter(samples.data(), count);
+    deliver(count);
+    progress.show(outputInfo.frames += count);
+  }
+}
+
+void Rendering::deliver(int frames) {
+  const std::size_t count = static_cast<std::size_t>(frames) * outputInfo.channels;
+  for (std::size_t i = 0; i < count; ++i)
+    peak = std::max(peak, std::abs(samples[i]));
+  if (rendered) {
+    rendered->write(samples.data(), count * sizeof(double));
+    return;
+  }
+  for (std::size_t i = 0; i < count; ++i)
+    samples[i] *= gain;
+  writer->write(samples.data(), frames);
+}
+
+// Whole numbers reach one step less above than below zero, and dither may add a step.
+double Rendering::fullScale() const {
+  const int bits = wholeNumberBits(outputInfo.format);
+  if (bits == 0) return 1.0;
+  return 1.0 - std::ldexp(settings.dithers ? 2.0 : 1.0, 1 - bits);
+}
+
+void Rendering::deliverNormalized() {
+  if (peak > 0.0) gain *= fullScale() / peak;
+  rendered->rewind();
+  const std::size_t frameBytes = sizeof(double) * outputInfo.channels;
+  while (const std::size_t bytes = rendered->read(samples.data(), samples.size() * sizeof(double))) {
+    for (std::size_t i = 0; i < bytes / sizeof(double); ++i)
+      samples[i] *= gain;
+    writer->write(samples.data(), static_cast<std::int64_t>(bytes / frameBytes));
+  }
+}
+
+RenderStatistics Rendering::statistics() const {
+  RenderStatistics result;
+  result.inputPath = job.inputPath;
+  result.outputPath = job.namedOutputPath;
+  result.output = outputInfo;
+  result.elapsedSeconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  result.peak = peak * gain;
+  result.gainDb = 20.0 * std::log10(gain);
+  result.clippedSamples = writer->clippedSamples();
+  result.unusableSamples = input.unusableSamples();
+  result.latency = latency;
+  addNotices(result);
+  return result;
+}
+
+void Rendering::addNotices(RenderStatistics& result) const {
+  auto& notices = result.notices;
+  if (!formatNotice.empty()) notices.push_back(formatNotice);
+  if (result.clippedSamples > 0) {
+    notices.push_back(counted(result.clippedSamples, " sample was", " samples were") +
+                      " beyond full scale and clipped; --gain -3 or --normalize avoids that, a "
+                      "floating-point file would hold them");
+  }
+  if (result.unusableSamples > 0) {
+    notices.push_back(counted(result.unusableSamples, " sample", " samples") +
+                      " of the recording, not finite numbers, were taken as silence");
+  }
+  if (settings.dithers && wholeNumberBits(outputInfo.format) == 0)
+    notices.emplace_back("not dithered: it does not hold whole numbers");
+}
+
+} // namespace
+
+RenderStatistics runRenderJob(const RenderJob& job, const RenderSettings& settings, Progress& progress,
+                              PitchPicture* picture) {
+  return Rendering(job, settings, picture).run(progress);
+}

@@ -1,0 +1,144 @@
+#include "render/look/PitchPicture.h"
+
+#include "render/course/Colors.h"
+#include "render/file/OutputFile.h"
+#include "render/file/TemporaryDirectory.h"
+#include "render/look/PitchScript.h"
+#include "render/look/Subprocess.h"
+#include "render/module/OpenEffect.h"
+#include "render/text/Fault.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <unistd.h>
+
+namespace {
+
+// From below a guitar's and above a bass's lowest notes to where partials still stand apart.
+constexpr PitchRange kRange = {40.0, 3200.0, 48};
+
+constexpr char kPictureName[] = "picture.png";
+constexpr char kScriptName[] = "picture.gnuplot";
+
+std::string lowerCaseExtension(const std::string& path) {
+  std::string extension = std::filesystem::path(path).extension();
+  for (char& character : extension)
+    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
+  return extension;
+}
+
+} // namespace
+
+PitchPicture::PitchPicture(const std::string& file, bool mayReplace)
+    : path(file), replaces(mayReplace), gnuplot(findProgram("gnuplot")) {
+  if (lowerCaseExtension(path) != ".png")
+    throw Fault(ExitStatus::wrongCall, "--plot", path, "the name does not end in .png", "give a .png file");
+  if (gnuplot.empty()) {
+    fail("pictures need the program gnuplot, which is not there",
+         "install it (the package gnuplot-nox), or leave out --plot");
+  }
+}
+
+void PitchPicture::begin(const SoundInfo& sound, const Controls& controls, const std::string& modulePath) {
+  courses = controls;
+  rateHz = sound.rateHz;
+  const auto effect = openEffect(modulePath);
+  for (int index = 0; index < kParameterCount; ++index)
+    defaults[index] = effect->parameter(index);
+  before = std::make_unique<Spectrogram>(kRange, sound.rateHz, sound.channels, sound.frames);
+  after = std::make_unique<Spectrogram>(kRange, sound.rateHz, sound.channels, sound.frames);
+}
+
+void PitchPicture::draw() {
+  before->finish();
+  after->finish();
+  const TemporaryDirectory work;
+  const bool written =
+      before->writeMatrix(work.path() + "/before") && after->writeMatrix(work.path() + "/after");
+  if (!written)
+    fail("no room for the data in " + work.path(), "make room, or name another place with TMPDIR");
+  writeCourses(work.path());
+  writeScript(work.path(), kRange.octaveOf(before->lastingRow()));
+  runGnuplot(work.path());
+  publish(work.path());
+}
+
+double PitchPicture::valueAt(ParameterIndex parameter, double seconds) const {
+  return courses.valueAt(parameter, seconds).value_or(static_cast<float>(defaults[parameter]));
+}
+
+int PitchPicture::colorAt(double seconds) const {
+  return std::clamp(static_cast<int>(valueAt(kParameterColor, seconds) * 8.0), 0, 7);
+}
+
+std::string PitchPicture::title() const {
+  const int color = colorAt(0.0);
+  for (int column = 0; column < after->columns(); ++column)
+    if (colorAt(after->secondsOf(column)) != color) return "Through the pedal, in changing colours";
+  return "Through the pedal, colour " + std::to_string(color) + ": " +
+         std::string(colors()[static_cast<std::size_t>(color)].name);
+}
+
+// Seconds, pedal, cents; no number where the pitch is torn by a change of colour or the pedal switched off.
+void PitchPicture::writeCourses(const std::string& directory) const {
+  std::ofstream file(directory + "/courses");
+  int colorBefore = colorAt(0.0);
+  for (int column = 0; column < after->columns(); ++column) {
+    const double seconds = after->secondsOf(column);
+    const int color = colorAt(seconds);
+    const double pedal = valueAt(kParameterPedal, seconds);
+    const bool isOn = valueAt(kParameterOn, seconds) > 0.5;
+    const auto put = [&](double cents) { file << seconds << " " << pedal << " " << cents << "\n"; };
+    if (color != colorBefore || !isOn) put(std::nan(""));
+    if (isOn) put(centsAt(color, pedal));
+    colorBefore = color;
+  }
+}
+
+// Nothing that the user named stands in the script, so nothing can be mistaken for a command.
+void PitchPicture::writeScript(const std::string& directory, double octave) const {
+  const int last = std::max(after->columns() - 1, 0);
+  std::ofstream file(directory + "/" + kScriptName);
+  file.precision(12);
+  file << "seconds = " << after->secondsOf(last) + 1.0 / rateHz << "\npartial = " << std::exp2(octave)
+       << "\nlowest = " << kRange.lowestHz << "\nhighest = " << kRange.highestHz << "\ntitle = '" << title()
+       << "'\npicture = '" << kPictureName << "'\n"
+       << kPitchScript;
+}
+
+void PitchPicture::runGnuplot(const std::string& directory) const {
+  Subprocess program(gnuplot, {"-d", kScriptName}, directory);
+  const SubprocessEnd end = program.wait();
+  std::error_code error;
+  if (end.status == 0 && std::filesystem::file_size(directory + "/" + kPictureName, error) > 0 && !error)
+    return;
+  fail("gnuplot could not draw it (" +
+           (end.firstLine.empty() ? "status " + std::to_string(end.status) : end.firstLine) + ")",
+       "gnuplot needs the terminal pngcairo, as in the package gnuplot-nox");
+}
+
+void PitchPicture::publish(const std::string& directory) const {
+  std::ifstream drawn(directory + "/" + kPictureName, std::ios::binary);
+  OutputFile file(path, replaces);
+  char part[65536];
+  while (drawn.read(part, sizeof part), drawn.gcount() > 0) {
+    for (std::streamsize done = 0; done < drawn.gcount();) {
+      const ssize_t count =
+          write(file.descriptor(), part + done, static_cast<std::size_t>(drawn.gcount() - done));
+      if (count < 0 && errno == EINTR) continue;
+      if (count <= 0)
+        fail(std::string("cannot be written: ") + std::strerror(count < 0 ? errno : ENOSPC), "make room");
+      done += count;
+    }
+  }
+  file.publish();
+}
+
+void PitchPicture::fail(const std::string& wrong, const std::string& right) const {
+  throw Fault(ExitStatus::couldNot, "--plot", path, wrong, right);
+}

@@ -1,0 +1,62 @@
+// A sound file, written in blocks of doubles; full scale is -1 to 1.
+#pragma once
+
+#include "render/file/Output.h"
+#include "render/sound/SoundFormat.h"
+#include "render/sound/SoundReader.h"
+
+#include <cstdint>
+#include <memory>
+#include <random>
+#include <sndfile.h>
+#include <string>
+#include <vector>
+
+// An open file and the first thing that went wrong with writing it.
+struct WatchedFile {
+  int descriptor;
+  int error; // as errno, 0 while all is well
+};
+
+class SoundWriter {
+public:
+  // target: where to write; it must outlive the writer. info: rate, channels and format of the file;
+  // its length is not used. dither:
+  // adds noise of two equal parts, together up to one step up or down (triangular), before rounding to whole
+  // numbers; the same noise for every file. Throws Fault (couldNot). Allocates.
+  SoundWriter(Output& target, const SoundInfo& info, bool dither);
+
+  // Writes frames with interleaved channels. Formats of whole numbers get the nearest number, and the end
+  // of their range for samples outside it (0 for a sample that is no number); encoders of music get samples
+  // up to a million times full scale. Throws Fault (couldNot) when
+  // the disk is full or the like.
+  void write(const double* samples, std::int64_t frames);
+
+  // Closes the file and makes it the output. Throws Fault (couldNot).
+  void publish();
+
+  // Samples so far that did not fit into the format's or the encoder's range.
+  std::int64_t clippedSamples() const { return clipped; }
+
+private:
+  void open();
+  void leaveOutPeaks();
+  void writeSlice(const double* samples, std::int64_t frames);
+  void quantize(const double* samples, std::size_t count);
+  const double* limit(const double* samples, std::size_t count);
+  void refuseTooLong(std::int64_t frames);
+  void refuseIncomplete(bool libraryIsContent) const;
+  double noise();
+
+  Output& output;
+  WatchedFile watchedFile;
+  SoundInfo sound;
+  int bits; // of a format of whole numbers, else 0
+  bool dithers;
+  std::mt19937 random;           // starts alike for every file
+  std::vector<int> wholeNumbers; // one slice, each number in the upper bits
+  std::vector<double> limited;   // one slice, for an encoder of music
+  std::int64_t framesWritten = 0;
+  std::int64_t clipped = 0;
+  std::unique_ptr<SNDFILE, SoundFileCloser> file;
+};
