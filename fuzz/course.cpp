@@ -4,12 +4,15 @@
 #include "fuzz/Refusal.h"
 #include "fuzz/Target.h"
 #include "render/course/CsvCourse.h"
+#include "render/course/Intervals.h"
 #include "render/course/MidiCourse.h"
 #include "render/course/Presets.h"
 
 #include <string_view>
 
 namespace {
+
+constexpr int kInterval = 0x80; // in the first byte, of a text that is a course
 
 Controls driven(ParameterIndex parameter, Course course) {
   Controls controls;
@@ -25,10 +28,18 @@ void readAsPresets(std::string_view text) {
   }
 }
 
+void followInterval(const Course& cents) {
+  Controls controls;
+  controls.followInterval(cents);
+  checkCourses(controls);
+}
+
 void read(int choice, std::string_view text) {
   const auto parameter = static_cast<ParameterIndex>((choice >> 2) % kParameterCount);
+  const bool isInterval = (choice & kInterval) != 0;
   switch (choice & 3) {
   case 0:
+    if (isInterval) return followInterval(readCsvCourse("a file", text, intervalRule({})));
     return checkCourses(driven(parameter, readCsvCourse("a file", text, courseRule(parameter))));
   case 1: {
     const MidiSource source = {choice >> 4 == 0 ? 11 : choice & 0x7F, {}, "--pedal-cc"};
@@ -37,6 +48,7 @@ void read(int choice, std::string_view text) {
   case 2:
     return readAsPresets(text);
   default: {
+    if (isInterval) return followInterval(Course::parse("--option", text, intervalRule({})));
     const Controls controls = driven(parameter, Course::parse("--option", text, courseRule(parameter)));
     checkCourses(controls);
     checkPreset(controls);

@@ -81,8 +81,17 @@ void refuseOverSounds(const std::string& option, const std::string& path, const 
     refuseSamePath(option, path, sound);
 }
 
+void tellFoundColor(const Controls& controls) {
+  const auto found = controls.foundColor();
+  if (!found) return;
+  const Color& color = colors()[static_cast<std::size_t>(*found)];
+  printMessage("--interval: in colour " + std::to_string(color.number) + ", " + std::string(color.name) +
+               " (" + std::string(color.mix) + "); --color takes another");
+}
+
 ExitStatus renderAndFollow(const CommandLine& line) {
   RenderSettings settings = line.settings();
+  if (!line.quiet) tellFoundColor(settings.controls);
   const int parallel = line.parallelJobs();
   std::optional<TemporaryDirectory> ownPlace;
   std::vector<RenderJob> jobs;

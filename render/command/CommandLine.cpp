@@ -58,6 +58,8 @@ void addText(CLI::App& app, const char* name, std::string& text, const char* typ
   app.add_option(name, text, help)->type_name(type)->group(group);
 }
 
+std::string helpFooter() { return kHelpValues + ("Colours:\n" + colorList()) + kHelpFooter; }
+
 void addFlag(CLI::App& app, const char* name, bool& flag, const char* group, const char* help) {
   app.add_flag(name, flag, help)->group(group);
 }
@@ -76,7 +78,7 @@ CommandLine::CommandLine() {
     if (!option->get_positional()) option->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
   }
   app.description(kHelpDescription);
-  app.footer(kHelpFooter);
+  app.footer(helpFooter());
 }
 
 void CommandLine::addFileOptions() {

@@ -1,6 +1,7 @@
 #include "render/command/ControlOptions.h"
 
 #include "render/course/CourseFile.h"
+#include "render/course/Intervals.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -48,20 +49,41 @@ Controls presetControls(const CLI::App& app, const ControlOptions& options) {
   return presets.front().controls;
 }
 
-// A parameter that moves in lines, by what its option says or by a file that it names.
+// The course that an option's text means, or the file that it names; nothing when the option is not given.
+std::optional<Course> movingCourse(const std::string& option, const CourseRule& rule,
+                                   const std::optional<std::string>& text, const MidiChoice& choice) {
+  if (text && meansFile(*text, rule)) return readCourseFile(option, *text, rule, choice);
+  refuseChoice(option, choice);
+  if (!text) return {};
+  constexpr char kForValues[] =
+      "seconds:value points, a shape such as sine:4, or the name of a CSV or MIDI file";
+  constexpr char kForIntervals[] =
+      "seconds:interval points, a shape such as sine:4:0c-+2st, or the name of a CSV file";
+  const char* const alternative = rule.units.empty() ? kForValues : kForIntervals;
+  return Course::parse(*text, rule, {ExitStatus::wrongCall, option, 0, {}, ':', alternative});
+}
+
 void setMoving(Controls& controls, ParameterIndex parameter, const std::optional<std::string>& text,
                const MidiChoice& choice) {
-  const std::string& option = optionName(parameter);
-  const CourseRule& rule = courseRule(parameter);
-  if (text && meansFile(*text)) {
-    controls.set(parameter, readCourseFile(option, *text, rule, choice));
-    return;
+  if (auto course = movingCourse(optionName(parameter), courseRule(parameter), text, choice))
+    controls.set(parameter, std::move(*course));
+}
+
+// After the colour is set, which says what the pedal's ends mean. A change of colour would need the pedal in
+// another place at once, and the effect lets it glide there for a tenth of a second: wrong intervals.
+void setInterval(Controls& controls, const std::string& text, bool besidePedal) {
+  constexpr char kOption[] = "--interval";
+  if (besidePedal)
+    throw Fault(ExitStatus::wrongCall, kOption, text, "sets the pedal, and so does --pedal",
+                "give one of them");
+  const Course* const color = controls.course(kParameterColor);
+  const auto number = color ? color->constant() : std::nullopt;
+  if (color && !number) {
+    throw Fault(ExitStatus::wrongCall, kOption, text, "the colour changes, and with it what the pedal means",
+                "give a single --color, or set the pedal with --pedal");
   }
-  refuseChoice(option, choice);
-  if (!text) return;
-  const TextPlace place = {
-      ExitStatus::wrongCall, option, 0, {}, ':', "seconds:value points, or the name of a CSV or MIDI file"};
-  controls.set(parameter, Course::parse(*text, rule, place));
+  const CourseRule rule = intervalRule(number ? std::optional(static_cast<int>(*number)) : std::nullopt);
+  controls.followInterval(*movingCourse(kOption, rule, text, {}));
 }
 
 void addMovingOption(CLI::App& app, const std::string& name, std::string& text, std::string& controller,
@@ -83,6 +105,11 @@ void addMovingOption(CLI::App& app, const std::string& name, std::string& text, 
 void addControlOptions(CLI::App& app, ControlOptions& options) {
   addMovingOption(app, "pedal", options.pedal, options.pedalCc, options.pedalChannel,
                   "where the pedal stands, 0 (heel) to 1 (toe)");
+  app.add_option("--interval", options.interval,
+                 "in place of --pedal, the interval of the bent sound in semitones (+7st) or cents (-50c), "
+                 "in the colour set or else the best one")
+      ->type_name("VALUE|FILE")
+      ->group(kParameterGroup);
   addMovingOption(app, "tone", options.tone, options.toneCc, options.toneChannel,
                   "tone of the bent sound, 0 to 1");
   const auto add = [&](const char* name, std::string& text, const char* type, const char* group,
@@ -95,7 +122,7 @@ void addControlOptions(CLI::App& app, ControlOptions& options) {
   add("--mode", options.mode, "VALUE", kParameterGroup, "guitar or bass; a mark without effect on the sound");
   add("--on", options.on, "VALUE", kParameterGroup, "whether the pedal is switched on: on or off");
   addFlag("--list-colors", options.listColors, kParameterGroup,
-          "print the colours: number, name, interval at heel and toe, mix");
+          "print the colours: number, name, cents at heel and toe, mix");
   add("--preset", options.preset, "NAME", kPresetGroup,
       "begin with the values of a preset; what other options set goes over them");
   add("--load-preset", options.loadPreset, "FILE", kPresetGroup,
@@ -119,5 +146,6 @@ Controls controlsFrom(const CLI::App& app, const ControlOptions& options) {
   set(kParameterColor, options.color);
   set(kParameterMode, options.mode);
   set(kParameterOn, options.on);
+  if (app.count("--interval") != 0) setInterval(controls, options.interval, app.count("--pedal") != 0);
   return controls;
 }

@@ -15,6 +15,7 @@ class App;
 // What the user wrote; an option that is not given leaves its text empty.
 struct ControlOptions {
   std::string pedal, pedalCc, pedalChannel;
+  std::string interval;
   std::string tone, toneCc, toneChannel;
   std::string color, mode, on;
   std::string preset, loadPreset;

@@ -10,15 +10,47 @@ output's name tells its type: .wav .flac .ogg .opus .mp3 .aiff .au .caf .w64
 output keeps the sample rate, channels and sample format of the input.
 )";
 
-constexpr char kHelpFooter[] =
-    R"(Values:
+constexpr char kHelpValues[] =
+    R"help(Values:
 A VALUE is one number for the whole recording, or points seconds:value, as in
 0:0,1.5:1,3:0. The pedal and the tone move in a straight line from point to
 point; colour, mode and on/off stay until the next point. Before the first
-point its value holds, after the last point that one's. A FILE is a CSV text of
-lines "seconds,value" or a standard MIDI file. What no option sets keeps the
-pedal's own setting (on, guitar, tone 0.8, colour 4, heel).
+point its value holds, after the last point that one's; where several points
+have one time, the value jumps from the first of them to the last. A FILE is a
+CSV text or a standard MIDI file. What no option sets keeps the pedal's own
+setting (on, guitar, tone 0.8, colour 4, heel).
 
+Shapes:
+Pedal, tone and interval also repeat a shape, SHAPE:SECONDS:VALUE-VALUE, until
+the recording ends, wherever in its period that is. It begins with the first
+value at 0 s. Without values the pedal goes from heel to toe.
+  triangle:4 or triangle:4:0-1
+      to the toe in a straight line of 2 seconds, back in 2, and so on
+  sine:4:0.2-0.8
+      the same way and time between 0.2 and 0.8, with soft turns
+  steps:4:0-0.5-1-0.5
+      each value for one second, an equal part of the 4
+
+Intervals:
+An interval is a number of semitones (st) or cents (c), such as +7st or -50c,
+or points or a shape of such: 0:0c,1.5:+7st,3:-200c or sine:0.2:-20c-+20c. It
+moves in a straight line, as the pedal does. Unless --color or a preset sets
+the colour, the best for all its values is taken and told: one without dry
+sound if there is one, then the one of the smallest range. A colour that
+changes is refused beside it.
+
+CSV files:
+Lines "seconds,value" with , or ; or a tab between; with ; or a tab, 0,5 may
+stand for 0.5. The first line may name the columns, in any order and among
+others: time and pedal, tone, interval or value. There the scale of values is
+told, such as "pedal %" or "value 0-127", or their unit, "interval (st)". Times
+are seconds, mm:ss or h:mm:ss, with decimals. # begins a comment.
+
+)help";
+
+// Stands behind the values and the colours.
+constexpr char kHelpFooter[] =
+    R"(
 Timing:
 The recording runs in blocks of --block samples, which are the grain of all
 moves: a value changes at the block in which its time falls. At each block's
@@ -31,6 +63,10 @@ Examples:
       an octave down at the start, an octave up at 1.5 seconds, and back at 3
   treadshift-render guitar.wav up.flac --color octave-up --pedal 1
       an octave up all the way
+  treadshift-render guitar.wav fifth.wav --interval +7st
+      a fifth up all the way
+  treadshift-render guitar.wav wah.wav --color 2 --pedal sine:4:0-0.5
+      half way to the toe and back, every 4 seconds
   treadshift-render guitar.wav dive.wav --color 3 --pedal 0:0,4:1 --on 0:0,2:1
       a dive of two octaves, switched in after two seconds
   treadshift-render guitar.wav up.wav --preset "Octave climb" --pedal sweep.csv

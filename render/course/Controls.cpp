@@ -1,6 +1,7 @@
 #include "render/course/Controls.h"
 
 #include "render/course/Colors.h"
+#include "render/course/Intervals.h"
 
 namespace {
 
@@ -20,9 +21,9 @@ const ParameterOption& optionOf(ParameterIndex parameter) {
   static const std::array<ParameterOption, kParameterCount> options = {{
       {"--on", {0.0, 1.0, true, true, {{"on", 1.0}, {"off", 0.0}}}},
       {"--mode", {0.0, 1.0, true, true, {{"guitar", 0.0}, {"bass", 1.0}}}},
-      {"--tone", {0.0, 1.0, false, false, {}}},
+      {"--tone", {0.0, 1.0, false, false, {}, {}, "tone"}},
       {"--color", colorRule()},
-      {"--pedal", {0.0, 1.0, false, false, {}}},
+      {"--pedal", {0.0, 1.0, false, false, {}, {}, "pedal"}},
   }};
   return options[parameter];
 }
@@ -42,6 +43,15 @@ void Controls::set(ParameterIndex parameter, std::string_view text) {
 }
 
 void Controls::set(ParameterIndex parameter, Course course) { courses[parameter] = std::move(course); }
+
+void Controls::followInterval(const Course& cents) {
+  if (!course(kParameterColor)) {
+    found = bestColor(cents.lowest(), cents.highest());
+    set(kParameterColor, Course({{0.0, static_cast<double>(found.value())}}, true));
+  }
+  const int color = static_cast<int>(course(kParameterColor)->constant().value());
+  set(kParameterPedal, cents.mapped([&](double value) { return pedalFor(color, value); }));
+}
 
 const Course* Controls::course(ParameterIndex parameter) const {
   return courses[parameter] ? &*courses[parameter] : nullptr;

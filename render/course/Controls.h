@@ -34,6 +34,14 @@ public:
   // Lets a course of the player's values drive the parameter from then on. Allocates.
   void set(ParameterIndex parameter, Course course);
 
+  // Lets the pedal move so that the bent sound has an interval, in the colour that drives, or else in the
+  // best one for all of the course, which drives from then on. The colour must not move. cents: a course
+  // within the range of the colour, or of all colours if none drives. Allocates.
+  void followInterval(const Course& cents);
+
+  // The colour, 0..7, that followInterval() found; nothing when it was given one. Any thread.
+  std::optional<int> foundColor() const { return found; }
+
   // The course that drives the parameter, in the player's values; null when none does. Any thread.
   const Course* course(ParameterIndex parameter) const;
 
@@ -43,4 +51,5 @@ public:
 
 private:
   std::array<std::optional<Course>, kParameterCount> courses;
+  std::optional<int> found;
 };

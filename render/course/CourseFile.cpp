@@ -27,6 +27,27 @@ bool isLetter(char character) {
   return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
 }
 
+bool isUnit(const CourseRule& rule, const std::string& word) {
+  return std::any_of(rule.units.begin(), rule.units.end(),
+                     [&](const Unit& unit) { return unit.name == word; });
+}
+
+// A shape, or nothing but numbers, what stands between them, and units.
+bool couldBeCourse(const std::string& text, const CourseRule& rule) {
+  if (Course::namesShape(text) && text.find(':') != std::string::npos) return true;
+  std::string word;
+  for (const char character : lowerCase(text) + ' ') {
+    if (isLetter(character)) {
+      word += character;
+      continue;
+    }
+    if (!word.empty() && word != "e" && !isUnit(rule, word)) return false;
+    if (std::string_view("0123456789+-.,: \t").find(character) == std::string_view::npos) return false;
+    word.clear();
+  }
+  return true;
+}
+
 int chosenNumber(const std::string& option, const std::string& text, int lowest, int highest,
                  const std::string& usual) {
   const auto number = wholeNumber(text, lowest, highest);
@@ -53,8 +74,8 @@ MidiSource sourceOf(const MidiChoice& choice) {
 
 } // namespace
 
-bool meansFile(const std::string& text) {
-  if (text.find_first_not_of("0123456789+-.,:eE \t") == std::string::npos) return false;
+bool meansFile(const std::string& text, const CourseRule& rule) {
+  if (couldBeCourse(text, rule)) return false;
   std::error_code error;
   if (std::filesystem::exists(text, error)) return true;
   const std::string extension = extensionOf(text);
@@ -67,7 +88,11 @@ Course readCourseFile(const std::string& option, const std::string& path, const 
   const MidiSource source = sourceOf(choice);
   const std::string bytes = readSmallFile(option, path, kLargestBytes);
   const std::string subject = option + " '" + path + "'";
-  if (isMidi(bytes) || hasMidiName(path)) return readMidiCourse(subject, bytes, source);
+  if (isMidi(bytes) || hasMidiName(path)) {
+    if (!rule.units.empty())
+      throw Fault(ExitStatus::couldNot, option, path, "a MIDI file holds no intervals", "give it to --pedal");
+    return readMidiCourse(subject, bytes, source);
+  }
   if (!isPlainText(bytes)) {
     throw Fault(ExitStatus::couldNot, option, path, "neither CSV text nor a standard MIDI file",
                 "give lines seconds,value or a take from a sequencer");

@@ -2,9 +2,29 @@
 
 #include "render/text/Text.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cmath>
 
 namespace {
+
+std::string rangeOf(const CourseRule& rule) {
+  if (rule.units.empty()) return " from " + shortest(rule.lowest) + " to " + shortest(rule.highest);
+  const std::string unit(rule.units.front().name);
+  return " from " + withSign(rule.lowest) + unit + " to " + withSign(rule.highest) + unit;
+}
+
+// "a number", or what the numbers count: "cents (c) or semitones (st)".
+std::string kindOf(const CourseRule& rule) {
+  if (rule.units.empty()) return rule.whole ? "a whole number" : "a number";
+  std::string kind;
+  for (const Unit& unit : rule.units) {
+    if (unit.plural.empty()) continue;
+    if (!kind.empty()) kind += " or ";
+    kind.append(unit.plural).append(" (").append(unit.name).append(")");
+  }
+  return kind;
+}
 
 std::string choices(const CourseRule& rule, std::string_view alternative) {
   std::string text = "give ";
@@ -14,9 +34,35 @@ std::string choices(const CourseRule& rule, std::string_view alternative) {
     for (const auto& [word, meaning] : rule.words)
       text += std::string(word) + ", ";
   }
-  text += rule.whole ? "a whole number" : "a number";
-  text += " from " + shortest(rule.lowest) + " to " + shortest(rule.highest);
+  text += kindOf(rule) + rangeOf(rule);
   return alternative.empty() ? text : text + ", " + std::string(alternative);
+}
+
+[[noreturn]] void failWithoutUnit(const CourseRule& rule, std::string_view number, const TextPlace& place) {
+  std::string right;
+  for (const Unit& unit : rule.units) {
+    if (unit.plural.empty()) continue;
+    right += (right.empty() ? "write " : " or ") + std::string(number) + std::string(unit.name) + " for " +
+             std::string(unit.plural);
+  }
+  failAt(place, "a number without a unit", right);
+}
+
+// A number behind which its unit stands, and which may have a plus; nothing when the text is none.
+std::optional<double> numberWithUnit(const CourseRule& rule, std::string_view text, const TextPlace& place) {
+  const auto isLetter = [](unsigned char character) { return std::isalpha(character) != 0; };
+  const auto letters = std::find_if_not(text.rbegin(), text.rend(), isLetter) - text.rbegin();
+  const std::string name = lowerCase(text.substr(text.size() - static_cast<std::size_t>(letters)));
+  const std::string_view digits = trimmed(text.substr(0, text.size() - name.size()));
+  const bool hasPlus = digits.starts_with('+') && !digits.starts_with("+-");
+  const auto number = finiteNumber(digits.substr(hasPlus ? 1 : 0));
+  if (!number) return {};
+  if (name.empty() && *number != 0.0) failWithoutUnit(rule, digits, place);
+  if (name.empty()) return number;
+  const auto unit =
+      std::find_if(rule.units.begin(), rule.units.end(), [&](const Unit& u) { return u.name == name; });
+  if (unit == rule.units.end()) return {};
+  return *number * unit->size;
 }
 
 } // namespace
@@ -27,32 +73,43 @@ void failAt(const TextPlace& place, const std::string& wrong, const std::string&
   throw Fault(place.status, subject, excerpt(place.shown), wrong, right);
 }
 
-double ruledValue(const CourseRule& rule, std::string_view text, const TextPlace& place) {
-  const auto fail = [&](const char* wrong) { failAt(place, wrong, choices(rule, place.alternative)); };
-  const auto number = finiteNumber(text);
-  if (!number) {
-    const std::string given = lowerCase(text);
-    for (const auto& [word, meaning] : rule.words) {
-      if (given == word) return meaning;
-    }
-    fail("no such value");
+double ruledNumber(const CourseRule& rule, double number, const TextPlace& place) {
+  if (number < rule.lowest || number > rule.highest) {
+    const std::string elsewhere = rule.elsewhere ? rule.elsewhere(number) : "";
+    failAt(place, "the value is out of range",
+           choices(rule, elsewhere.empty() ? place.alternative : elsewhere));
   }
-  if (*number < rule.lowest || *number > rule.highest) fail("the value is out of range");
-  if (rule.whole && *number != std::floor(*number)) fail("not a whole number");
-  return *number;
+  if (rule.whole && number != std::floor(number)) {
+    failAt(place, "not a whole number", choices(rule, place.alternative));
+  }
+  return number;
 }
 
-double ruledSeconds(const CourseRule& rule, std::string_view text, std::optional<double> before,
-                    const TextPlace& place) {
-  const auto seconds = finiteNumber(text);
-  if (!seconds || *seconds < 0.0) {
-    const std::string example = std::string("1.5") + place.separator + shortest(rule.highest);
-    failAt(place, "the time is not a number of seconds from 0 on",
-           std::string("write seconds") + place.separator + "value, such as " + example);
+double ruledValue(const CourseRule& rule, std::string_view text, const TextPlace& place) {
+  const auto number = rule.units.empty() ? finiteNumber(text) : numberWithUnit(rule, text, place);
+  if (number) return ruledNumber(rule, *number, place);
+  const std::string given = lowerCase(text);
+  for (const auto& [word, meaning] : rule.words) {
+    if (given == word) return meaning;
   }
-  if (before && *seconds <= *before) {
-    failAt(place, "the time does not come after the point before it, at " + shortest(*before) + " s",
+  failAt(place, "no such value", choices(rule, place.alternative));
+}
+
+double ruledSeconds(const CourseRule& rule, std::optional<double> seconds, std::optional<double> before,
+                    const TextPlace& place) {
+  if (!seconds || *seconds < 0.0) {
+    failAt(place, "the time is not a number of seconds from 0 on",
+           std::string("write seconds") + place.separator + "value, such as 1.5" + place.separator +
+               exampleValue(rule));
+  }
+  if (before && *seconds < *before) {
+    failAt(place, "the time lies before that of the point before it, " + shortest(*before) + " s",
            "give the points in the order of their times");
   }
   return *seconds;
+}
+
+std::string exampleValue(const CourseRule& rule) {
+  if (rule.units.empty()) return shortest(rule.highest);
+  return withSign(rule.highest > 0.0 ? rule.highest : rule.lowest) + std::string(rule.units.front().name);
 }

@@ -1,52 +1,137 @@
 #include "render/course/CsvCourse.h"
 
+#include "render/course/CsvColumns.h"
+#include "render/course/CsvFields.h"
 #include "render/text/Text.h"
 
+#include <algorithm>
+#include <cctype>
 #include <utility>
 
 namespace {
 
-// The two fields of a line, or empty ones when it has another number of commas than one.
-struct Fields {
-  std::string_view time;
-  std::string_view value;
+// The seconds of mm:ss or h:mm:ss with decimals; nothing when the text is no such time. They are put together
+// as text, so that 1:00.1 is the same number as 60.1.
+std::optional<double> clockSeconds(std::string_view text) {
+  constexpr int kMostHours = 10000, kPerMinute = 60, kPerHour = 3600;
+  const auto colon = text.find(':'), lastColon = text.rfind(':');
+  const bool hasHours = colon != lastColon;
+  const std::string_view seconds = text.substr(lastColon + 1);
+  const auto point = std::min(seconds.find('.'), seconds.size());
+  const auto hours = hasHours ? wholeNumber(text.substr(0, colon), 0, kMostHours) : 0;
+  const auto minutes = hasHours
+                           ? wholeNumber(text.substr(colon + 1, lastColon - colon - 1), 0, kPerMinute - 1)
+                           : wholeNumber(text.substr(0, colon), 0, kMostHours * kPerMinute);
+  const auto whole = wholeNumber(seconds.substr(0, point), 0, kPerMinute - 1);
+  const std::string_view decimals = seconds.substr(point);
+  const bool isDecimal = decimals.find_first_not_of("0123456789", 1) == std::string_view::npos;
+  if (!hours || !minutes || !whole || !isDecimal) return {};
+  return finiteNumber(std::to_string(*hours * kPerHour + *minutes * kPerMinute + *whole) +
+                      std::string(decimals));
+}
+
+class CsvReader {
+public:
+  CsvReader(const std::string& subjectOfText, const CourseRule& ruleOfValues)
+      : subject(subjectOfText), rule(ruleOfValues) {}
+
+  Course read(std::string_view text) {
+    for (Lines lines(text); lines.next();) {
+      if (!lines.line().empty() && lines.line().front() != '#') readLine(lines);
+    }
+    if (points.empty()) {
+      throw Fault(ExitStatus::couldNot, subject, {}, "holds no points", "write lines seconds,value");
+    }
+    return Course(std::move(points), rule.stepped);
+  }
+
+private:
+  void readLine(const Lines& lines) {
+    if (separator == '\0' && takeSeparator(lines.line())) return;
+    const TextPlace place = {ExitStatus::couldNot, subject, lines.number(), lines.line(), separator, {}};
+    const std::vector<std::string> fields = csvFields(lines.line(), separator, place);
+    if (fields.empty()) return;
+    if (std::exchange(headerMayCome, false) && isCsvHeader(fields)) {
+      columns = readCsvHeader(fields, rule, place);
+      return;
+    }
+    checkCount(fields, place);
+    std::optional<double> before;
+    if (!points.empty()) before = points.back().seconds;
+    const double seconds = ruledSeconds(rule, timeOf(fields[columns.time], place), before, place);
+    points.push_back({seconds, valueOf(fields[columns.value], place)});
+  }
+
+  // Whether the line does nothing but tell the separator, as sheets write it: "sep=;".
+  bool takeSeparator(std::string_view line) {
+    constexpr std::string_view kMark = "sep=";
+    const bool tells = line.size() == kMark.size() + 1 && lowerCase(line.substr(0, kMark.size())) == kMark;
+    separator = tells ? line.back() : csvSeparator(line);
+    return tells;
+  }
+
+  void checkCount(const std::vector<std::string>& fields, const TextPlace& place) const {
+    const std::string comma(1, separator);
+    if (fields.size() <= std::max(columns.time, columns.value) || fields[columns.time].empty()) {
+      failAt(place, "not a time and a value",
+             "write seconds" + comma + "value, such as 1.5" + comma + exampleValue(rule));
+    }
+    const auto isEmpty = [](const std::string& field) { return field.empty(); };
+    const auto extra = fields.begin() + static_cast<std::ptrdiff_t>(std::min(columns.count, fields.size()));
+    if (std::all_of(extra, fields.end(), isEmpty)) return;
+    const std::string header =
+        "name the columns in the first line, such as time" + comma + "value" + comma + "note";
+    failAt(place, "more columns than are named",
+           separator == ',' ? header + "; where the comma is the decimal point, separate them with ;"
+                            : header);
+  }
+
+  // With the decimal point that the rest of the program reads.
+  std::string numberText(const std::string& field) const {
+    std::string text = field;
+    if (separator != ',' && text.find('.') == std::string::npos &&
+        std::count(text.begin(), text.end(), ',') == 1)
+      text[text.find(',')] = '.';
+    return text;
+  }
+
+  std::optional<double> timeOf(const std::string& field, const TextPlace& place) const {
+    const std::string text = numberText(field);
+    if (text.find(':') == std::string::npos) {
+      const auto number = finiteNumber(text);
+      return number ? std::optional(*number / columns.timesPerSecond) : std::nullopt;
+    }
+    const auto seconds = clockSeconds(text);
+    if (!seconds) failAt(place, "not a time of the clock", "write seconds, mm:ss or h:mm:ss.mmm");
+    return seconds;
+  }
+
+  double valueOf(const std::string& field, TextPlace place) const {
+    constexpr double kPercent = 100.0;
+    const std::string text = numberText(field);
+    if (!rule.units.empty()) {
+      const bool isBare = !text.empty() && std::isdigit(static_cast<unsigned char>(text.back())) != 0;
+      return ruledValue(rule, isBare ? text + columns.unit : text, place);
+    }
+    const bool isPercent = text.ends_with('%');
+    const auto number = finiteNumber(trimmed(std::string_view(text).substr(0, text.size() - isPercent)));
+    if (!number) return ruledValue(rule, text, place);
+    const double fullScale = isPercent ? kPercent : columns.fullScale;
+    if (fullScale == 1.0 && *number > rule.highest)
+      place.alternative = "or tell the scale in a header, such as time,value % or time,value 0-127";
+    return ruledNumber(rule, *number / fullScale, place);
+  }
+
+  const std::string& subject;
+  const CourseRule& rule;
+  char separator = '\0'; // none is known yet
+  bool headerMayCome = true;
+  CsvColumns columns;
+  std::vector<Course::Point> points;
 };
-
-Fields fieldsOf(std::string_view line) {
-  const auto comma = line.find(',');
-  if (comma == std::string_view::npos || line.find(',', comma + 1) != std::string_view::npos) return {};
-  return {trimmed(line.substr(0, comma)), trimmed(line.substr(comma + 1))};
-}
-
-bool startsLikeNumber(std::string_view field) {
-  return field.empty() || std::string_view("0123456789+-.").find(field.front()) != std::string_view::npos;
-}
-
-bool isHeader(const Fields& fields) {
-  return !startsLikeNumber(fields.time) && !startsLikeNumber(fields.value);
-}
 
 } // namespace
 
 Course readCsvCourse(const std::string& subject, std::string_view text, const CourseRule& rule) {
-  std::vector<Course::Point> points;
-  bool headerMayCome = true;
-  for (Lines lines(text); lines.next();) {
-    const std::string_view content = trimmed(lines.line().substr(0, lines.line().find('#')));
-    if (content.empty()) continue;
-    const Fields fields = fieldsOf(content);
-    if (std::exchange(headerMayCome, false) && isHeader(fields)) continue;
-    const TextPlace place = {ExitStatus::couldNot, subject, lines.number(), content, ',', {}};
-    if (fields.time.empty()) {
-      failAt(place, "not a time and a value", "write seconds,value, such as 1.5," + shortest(rule.highest));
-    }
-    std::optional<double> before;
-    if (!points.empty()) before = points.back().seconds;
-    const double seconds = ruledSeconds(rule, fields.time, before, place);
-    points.push_back({seconds, ruledValue(rule, fields.value, place)});
-  }
-  if (points.empty()) {
-    throw Fault(ExitStatus::couldNot, subject, {}, "holds no points", "write lines seconds,value");
-  }
-  return Course(std::move(points), rule.stepped);
+  return CsvReader(subject, rule).read(text);
 }

@@ -38,6 +38,11 @@ std::string shortest(double number) {
   return std::string(text, std::to_chars(text, text + sizeof text, number).ptr);
 }
 
+std::string withSign(double number) {
+  std::string text = number > 0.0 ? "+" : "";
+  return text += shortest(number);
+}
+
 std::string excerpt(std::string_view text) {
   constexpr std::size_t kShownBytes = 40;
   constexpr int kContinuationMask = 0xC0, kContinuation = 0x80; // of UTF-8's further bytes of a character

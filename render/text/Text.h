@@ -22,6 +22,9 @@ std::optional<int> wholeNumber(std::string_view text, int lowest, int highest);
 // The fewest digits that read back as the same number. Allocates.
 std::string shortest(double number);
 
+// The same with a plus before a number above 0. Allocates.
+std::string withSign(double number);
+
 // As much of a text as a message can show in one line. Allocates.
 std::string excerpt(std::string_view text);
 

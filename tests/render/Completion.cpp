@@ -40,6 +40,7 @@ TEST_CASE("every option of the help is offered") {
   }
   const std::string all = offered("in.wav", "-");
   for (const char* option : {"--pedal",
+                             "--interval",
                              "--tone-channel",
                              "--color",
                              "--mode",

@@ -59,8 +59,8 @@ float pedalAt(const Controls& controls, double seconds) {
   return controls.valueAt(kParameterPedal, seconds).value();
 }
 
-const char* const kForms =
-    "give a number from 0 to 1, seconds:value points, or the name of a CSV or MIDI file";
+const char* const kForms = "give a number from 0 to 1, seconds:value points, a shape such as sine:4, or the "
+                           "name of a CSV or MIDI file";
 
 std::string take() {
   return midiFile(0, 480,
@@ -147,6 +147,71 @@ TEST_CASE("a text that could be a number or points never means a file") {
   CHECK(pedalAt(controlsOf({"--pedal", "./1.5"}), 0.0) == 0.0f);
 }
 
+TEST_CASE("pedal and tone repeat a shape, whatever files there are") {
+  const Place place;
+  place.write("sine:4", "0,0.5\n");
+  const Controls controls = controlsOf({"--pedal", "sine:4", "--tone", "steps:2:0.25-0.75"});
+  CHECK(pedalAt(controls, 0.0) == 0.0f);
+  CHECK(pedalAt(controls, 2.0) == 1.0f);
+  CHECK(controls.valueAt(kParameterTone, 7.5).value() == 0.75f);
+  CHECK(pedalAt(controlsOf({"--pedal", "./sine:4"}), 0.0) == 0.5f);
+}
+
+TEST_CASE("an interval sets the pedal in the colour given, in the preset's, or in the best one") {
+  const Place place;
+  place.write("+7st", "0,0\n");
+  place.write("take.csv", "time;interval\n0;0\n2;+7st\n");
+  struct Row {
+    std::vector<std::string> arguments;
+    float color, pedal; // the pedal after one second
+  };
+  for (const Row& row : {
+           Row{{"--interval", "+7st"}, 0.3125f, static_cast<float>(7.0 / 12.0)}, // octave-up, row 2: 5/16
+           {{"--interval", "-5st"}, 0.4375f, static_cast<float>(5.0 / 24.0)}, // two-octaves-down, row 3: 7/16
+           {{"--interval=-500c"}, 0.4375f, static_cast<float>(5.0 / 24.0)},
+           {{"--interval", "+600c", "--color", "octave-down-to-up"}, 0.5625f, 0.75f},
+           {{"--interval", "+600c", "--color", "0:4,3:4"}, 0.5625f, 0.75f},
+           {{"--preset", "octave-climb", "--interval", "+600c", "--color", "4"}, 0.5625f, 0.75f},
+           {{"--preset", "bass-drop", "--interval", "-12st"}, 0.4375f, 0.5f},
+           {{"--interval", "0:0c,2:+6st"}, 0.3125f, 0.25f},
+           {{"--interval", "take.csv"}, 0.3125f, static_cast<float>(3.5 / 12.0)},
+           {{"--interval", "triangle:4:0-+12st"}, 0.3125f, 0.5f},
+       }) {
+    CAPTURE(row.arguments);
+    const Controls controls = controlsOf(row.arguments);
+    CHECK(controls.valueAt(kParameterColor, 1.0).value() == row.color);
+    CHECK(pedalAt(controls, 1.0) == row.pedal);
+  }
+  CHECK(controlsOf({"--interval", "+7st"}).foundColor() == 2);
+  CHECK_FALSE(controlsOf({"--interval", "+7st", "--color", "2"}).foundColor().has_value());
+  CHECK_FALSE(controlsOf({"--interval", "+7st", "--preset", "octave-climb"}).foundColor().has_value());
+}
+
+TEST_CASE("an interval that cannot be set is refused") {
+  const Place place;
+  place.write("take.mid", take());
+  place.write("take.csv", "time,interval\n0,0\n1,+7st\n");
+  CHECK(faultOf(ExitStatus::wrongCall, {"--interval", "+7st", "--pedal", "1"}) ==
+        "--interval '+7st': sets the pedal, and so does --pedal; give one of them");
+  CHECK(faultOf(ExitStatus::wrongCall, {"--interval", "+7st", "--color", "0:2,3:4"}) ==
+        "--interval '+7st': the colour changes, and with it what the pedal means; give a single --color, or "
+        "set "
+        "the pedal with --pedal");
+  CHECK(faultOf(ExitStatus::wrongCall, {"--interval", "fifth"}) ==
+        "--interval 'fifth': no such value; give cents (c) or semitones (st) from -6000c to +1200c, "
+        "seconds:interval points, a shape such as sine:4:0c-+2st, or the name of a CSV file");
+  CHECK(
+      faultOf(ExitStatus::wrongCall, {"--interval", "+7st", "--preset", "bass-drop"}) ==
+      "--interval '+7st': the value is out of range; give cents (c) or semitones (st) from -2400c to 0c, or "
+      "--color octave-up, which takes it");
+  CHECK(faultOf(ExitStatus::couldNot, {"--interval", "take.csv", "--color", "0"})
+            .find("--interval 'take.csv': line 3 '1,+7st': the value is out of range; ") == 0);
+  CHECK(faultOf(ExitStatus::couldNot, {"--interval", "take.mid"}) ==
+        "--interval 'take.mid': a MIDI file holds no intervals; give it to --pedal");
+  CHECK(faultOf(ExitStatus::couldNot, {"--interval", "none.csv"}) ==
+        "--interval 'none.csv': no such file; give one that is there");
+}
+
 TEST_CASE("files that hold no course are refused in one line") {
   const Place place;
   place.write("bytes", std::string("\x7f"
@@ -226,6 +291,14 @@ TEST_CASE("a saved preset bears its file's name and comes back as it was") {
   CHECK(controls.valueAt(kParameterColor, 0.0).value() == 0.4375f); // two-octaves-down, row 3: 7/16
   CHECK(controls.valueAt(kParameterMode, 0.0).value() == 1.0f);
   CHECK_FALSE(controls.valueAt(kParameterPedal, 0.0).has_value());
+}
+
+TEST_CASE("an interval that stands still is saved as its colour and pedal") {
+  const Place place;
+  savePreset("fifth.conf", controlsOf({"--interval", "+6st"}));
+  const Controls controls = controlsOf({"--load-preset", "fifth.conf"});
+  CHECK(controls.valueAt(kParameterColor, 0.0).value() == 0.3125f);
+  CHECK(pedalAt(controls, 0.0) == 0.5f);
 }
 
 TEST_CASE("a name that could not stand in a line is made one that can") {

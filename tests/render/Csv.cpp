@@ -1,7 +1,9 @@
 // Courses from lines of time and value: what is read, and what each wrong line is told.
 #include "render/course/Controls.h"
 #include "render/course/CsvCourse.h"
+#include "render/course/Intervals.h"
 
+#include <cmath>
 #include <doctest/doctest.h>
 #include <string>
 
@@ -66,12 +68,12 @@ TEST_CASE("a wrong line is named with its number, its text and what would be rig
   const std::string line = "--pedal 'take.csv': line ";
   CHECK(faultOf("0,0\n1;1\n") ==
         line + "2 '1;1': not a time and a value; write seconds,value, such as 1.5,1");
-  CHECK(faultOf("0,0\n1,1,1\n") ==
-        line + "2 '1,1,1': not a time and a value; write seconds,value, such as 1.5,1");
+  CHECK(faultOf("0;0\n1\n") == line + "2 '1': not a time and a value; write seconds;value, such as 1.5;1");
   CHECK(faultOf("0.5\n") == line + "1 '0.5': not a time and a value; write seconds,value, such as 1.5,1");
   CHECK(faultOf(",1\n") == line + "1 ',1': not a time and a value; write seconds,value, such as 1.5,1");
   CHECK(faultOf("# one\n\n0,0\n1,1.5\n") ==
-        line + "4 '1,1.5': the value is out of range; give a number from 0 to 1");
+        line + "4 '1,1.5': the value is out of range; give a number from 0 to 1, or tell the scale in a "
+               "header, such as time,value % or time,value 0-127");
   CHECK(faultOf("0,-0.1\n") == line + "1 '0,-0.1': the value is out of range; give a number from 0 to 1");
   CHECK(faultOf("0,\n") == line + "1 '0,': no such value; give a number from 0 to 1");
   CHECK(faultOf("0,nan\n") == line + "1 '0,nan': no such value; give a number from 0 to 1");
@@ -81,10 +83,126 @@ TEST_CASE("a wrong line is named with its number, its text and what would be rig
   CHECK(faultOf("0,0\ninf,1\n") ==
         line +
             "2 'inf,1': the time is not a number of seconds from 0 on; write seconds,value, such as 1.5,1");
-  CHECK(faultOf("0,0\n2,1\n1.5,0\n") == line + "3 '1.5,0': the time does not come after the point before "
-                                               "it, at 2 s; give the points in the order of their times");
-  CHECK(faultOf("0,0\n0,1\n") == line + "2 '0,1': the time does not come after the point before it, at 0 "
-                                        "s; give the points in the order of their times");
+  CHECK(faultOf("0,0\n2,1\n1.5,0\n") ==
+        line +
+            "3 '1.5,0': the time lies before that of the point before it, 2 s; give the points in the order "
+            "of their times");
+}
+
+TEST_CASE("sheets and sequencers write the same course in many ways") {
+  const auto breakpoints = Course::parse("--pedal", "0:0,1.5:0.5,1.5:1,90.25:0.25", pedalRule());
+  for (const char* text : {
+           "0,0\n1.5,0.5\n1.5,1\n90.25,0.25\n",
+           "0,0,\n1.5,0.5,\n,,\n1.5,1,\n90.25,0.25,\n", // a third column without content
+           "0;0\n1.5;0.5\n1.5;1\n90.25;0.25\n",         // semicolons
+           "0;0\n1,5;0,5\n1,5;1\n90,25;0,25\n",         // with decimal commas
+           "0\t0\n1.5\t0.5\n1.5\t1\n90.25\t0.25\n",     // tabs
+           "0\t0\n1,5\t0,5\n1,5\t1\n90,25\t0,25\n",     // with decimal commas
+           "\"0\",\"0\"\n\"1.5\",\"0.5\"\n\"1.5\",\"1\"\n\"90.25\",\"0.25\"\n", // quotes
+           "sep=;\n\"0\";\"0\"\n\"1,5\";\"0,5\"\n1,5;1\n90,25;0,25\n",
+           "0:00,0\n0:01.5,0.5\n00:00:01.500,1\n1:30.25,0.25\n", // times of the clock
+           "00:00:00;0\n00:01,5;0,5\n00:00:01,500;1\n0:01:30,25;0,25\n",
+           "0,0%\n1.5,50 %\n1.5,100%\n90.25,25%\n",          // percent at the values
+           "time,value %\n0,0\n1.5,50\n1.5,100\n90.25,25\n", // or in the header
+           "Time;Value (percent)\n0;0\n1,5;50\n1,5;100\n90,25;25\n",
+           "time,value 0..100\n0,0\n1.5,50\n1.5,100\n90.25,25\n",
+           "Pedal (0-128),Seconds\n0,0\n64,1.5\n128,1.5\n32,90.25\n", // columns the other way round
+           "PEDAL,T\n0,0\n0.5,1.5\n1,1.5\n0.25,90.25\n",
+           "value,when\n0,0\n0.5,1.5\n1,1.5\n0.25,90.25\n", // one name is enough
+           "Zeit;Wert\n0;0\n1,5;0,5\n1,5;1\n90,25;0,25\n",  // or none
+           "time,position\n0,0\n1.5,0.5\n1.5,1\n90.25,0.25\n",
+           "position,tone,pedal\n0,9,0\n1.5,9,0.5\n1.5,9,1\n90.25,9,0.25\n",
+           ",time,note,value\n0,0,a,0\n1,1.5,\"b, \"\"#\"\"; c\",0.5\n2,1.5,,1\n3,90.25,C#4,0.25\n",
+           "Frame,Time (ms),Value\n0,0,0\n1,1500,0.5\n2,1500,1\n3,90250,0.25\n",
+           "value;time\n0;0 # heel; or\n0,5;1,5\n1;1,5\n0,25;90,25\n",
+           "note\ttime\tvalue\nx\t0\t0\ny\t1.5\t0.5\n\"\"\t1.5\t1\nz\t1:30.25\t0.25\n",
+       }) {
+    CAPTURE(text);
+    const Course course = csv(text);
+    for (double seconds : {0.0, 0.75, 1.25, 1.5, 30.0, 90.0, 90.25, 100.0}) {
+      CAPTURE(seconds);
+      CHECK(course.valueAt(seconds) == breakpoints.valueAt(seconds));
+    }
+  }
+}
+
+TEST_CASE("a controller's 127 is 1, and times of the clock are the numbers that seconds are") {
+  CHECK(csv("time,value 0-127\n0,127\n").valueAt(0.0) == 1.0);
+  CHECK(csv("time,cc11 (0..127)\n0,64\n").valueAt(0.0) == 64.0 / 127.0);
+  // 60.1 is not the rounded sum of 60 and 0.1 everywhere; a step shows the place.
+  const auto stepAt = [](const std::string& time) {
+    return readCsvCourse("--on 'take.csv'", "0,0\n" + time + ",1\n", courseRule(kParameterOn));
+  };
+  CHECK(stepAt("1:30.1").valueAt(90.1) == 1.0);
+  CHECK(stepAt("1:30.1").valueAt(std::nextafter(90.1, 0.0)) == 0.0);
+  CHECK(stepAt("2:01:05.3").valueAt(7265.3) == 1.0);
+  CHECK(stepAt("2:01:05.3").valueAt(std::nextafter(7265.3, 0.0)) == 0.0);
+}
+
+TEST_CASE("intervals have their unit at each value or in the header") {
+  const auto intervals = [](const std::string& text) {
+    return readCsvCourse("--interval 'take.csv'", text, intervalRule({}));
+  };
+  for (const char* text : {
+           "0,0\n1,+7st\n2,-200c\n",
+           "0;0\n1;7,0 st\n2;-200c\n",
+           "time,interval (st)\n0,0\n1,+7\n2,-2\n",
+           "cents,time\n0,0\n700,1\n-200,2\n",
+           "time,Semitones\n0,0\n1,7\n2,-200 cents\n",
+       }) {
+    CAPTURE(text);
+    CHECK(intervals(text).valueAt(0.5) == 350.0);
+    CHECK(intervals(text).valueAt(1.5) == 250.0);
+    CHECK(intervals(text).valueAt(3.0) == -200.0);
+  }
+  const auto fault = [&](const std::string& text) -> std::string {
+    try {
+      intervals(text);
+    } catch (const Fault& refused) {
+      return refused.what();
+    }
+    return "accepted";
+  };
+  CHECK(fault("time,interval\n0,7\n") ==
+        "--interval 'take.csv': line 2 '0,7': a number without a unit; write "
+        "7c for cents or 7st for semitones");
+  CHECK(fault("0,50%\n").find(": line 1 '0,50%': no such value; ") != std::string::npos);
+  CHECK(fault("time,interval\n0,+13st\n").find(": line 2 '0,+13st': the value is out of range; ") !=
+        std::string::npos);
+}
+
+TEST_CASE("what cannot be understood is not guessed at") {
+  const std::string line = "--pedal 'take.csv': line ";
+  const std::string named = ": more columns than are named; name the columns in the first line, such as time";
+  CHECK(faultOf("0,0\n1,1,1\n") ==
+        line + "2 '1,1,1'" + named +
+            ",value,note; where the comma is the decimal point, separate them with ;");
+  CHECK(faultOf("time,value\n0,5,0,75\n").find(line + "2 '0,5,0,75'" + named) == 0);
+  CHECK(faultOf("0;0;0\n") == line + "1 '0;0;0'" + named + ";value;note");
+  CHECK(faultOf("\"0,5\",\"0,75\"\n").find(": the time is not a number of seconds from 0 on; ") !=
+        std::string::npos);
+  CHECK(faultOf("time,value\n0,64\n").find(": the value is out of range; ") != std::string::npos);
+  CHECK(faultOf("time,value %\n0,101\n") ==
+        line + "2 '0,101': the value is out of range; give a number from 0 to 1");
+  CHECK(faultOf("time,x,y\n0,0,0\n") == line + "1 'time,x,y': no column is named pedal; name one pedal");
+  CHECK(faultOf("x,y,pedal\n0,0,0\n") == line + "1 'x,y,pedal': no column is named time; name one time");
+  CHECK(faultOf("time,time,pedal\n0,0,0\n") ==
+        line + "1 'time,time,pedal': two columns named 'time'; give them different names");
+  for (const char* header : {"samples,value", "time (beats),value", "Frame;Value", "minutes,value"}) {
+    CHECK(faultOf(header + std::string("\n0,0\n")) ==
+          line + "1 '" + header + "': times that are no seconds; convert them to seconds, or h:mm:ss");
+  }
+  for (const char* time :
+       {"1:60", "1:60:00", "1:-1", ":30", "1:", "1:30.x", "1:2:3:4", "1e1:00", "99999999:00"}) {
+    CHECK(faultOf(time + std::string(",0\n")) ==
+          line + "1 '" + time + ",0': not a time of the clock; write seconds, mm:ss or h:mm:ss.mmm");
+  }
+  CHECK(faultOf("0,\"0\n1,1\"\n") ==
+        line + "1 '0,\"0': a quote that is not closed in this line; close it, or take line breaks out of it");
+  CHECK(faultOf("0,\"0\" 1\n").find(": text behind a closed quote; ") != std::string::npos);
+  CHECK(faultOf("0,%\n").find(": no such value; ") != std::string::npos);
+  CHECK(faultOf("0;1,0,0\n").find(": no such value; ") != std::string::npos);
+  CHECK(faultOf("0;1.0,0\n").find(": no such value; ") != std::string::npos);
 }
 
 TEST_CASE("only the first line with content may be a header") {

@@ -107,6 +107,63 @@ TEST_CASE("a held pedal in every colour without dry sound has the listed interva
   }
 }
 
+TEST_CASE("an interval is heard as it is asked for, in every colour that sounds alone or in the one found") {
+  const Workspace work;
+  writeSound(work.path("in.wav"), tone(4.0));
+  struct Row {
+    std::vector<std::string> options;
+    double seconds, cents; // a quarter of a second or more after each corner
+  };
+  const std::vector<Row> rows = {
+      {{"--interval", "+7st"}, 1.5, 700.0},
+      {{"--interval", "-5st"}, 1.5, -500.0},
+      {{"--interval", "+50c"}, 1.5, 50.0},
+      {{"--interval", "-700c", "--color", "two-octaves-down"}, 1.5, -700.0},
+      {{"--interval", "0:+7st,2:+7st,2:+3st"}, 3.0, 300.0},
+      {{"--interval", "steps:2:0-+7st"}, 3.5, 700.0},
+      {{"--interval", "0:-12st,4:-4st"}, 2.0, -800.0 - 200.0 * kPedalLagSeconds},
+  };
+  for (const Row& row : rows) {
+    CAPTURE(row.options);
+    const double heard = centsHeard(rendered(work, row.options), row.seconds);
+    CAPTURE(heard);
+    CHECK(std::abs(heard - row.cents) < 6.0);
+  }
+}
+
+TEST_CASE("an interval is the pedal that stands for it, byte for byte, and the colour found is told") {
+  const Workspace work;
+  writeSound(work.path("in.wav"), tone(1.0));
+  const std::string byInterval = renderedBytes(work, {"--interval", "0:0,0.5:+6st,0.5:+1200c"});
+  CHECK((byInterval == renderedBytes(work, {"--color", "2", "--pedal", "0:0,0.5:0.5,0.5:1"})));
+  const std::string in = work.path("in.wav"), out = work.path("out.wav");
+  CHECK(render({in, out, "--interval", "+7st"}).err ==
+        "treadshift-render: --interval: in colour 2, octave-up (bent alone); --color takes another\n");
+  CHECK(render({in, out, "--interval", "+7st", "--color", "2"}).err == "");
+}
+
+TEST_CASE("a shape sounds as its points, byte for byte, in blocks of any size") {
+  const Workspace work;
+  writeSound(work.path("in.wav"), tone(1.0));
+  const std::pair<std::string, std::string> rows[] = {
+      {"triangle:0.5:0.25-0.75", "0:0.25,0.25:0.75,0.5:0.25,0.75:0.75,1:0.25"},
+      {"steps:0.75:0-1-0.5", "0:0,0.25:0,0.25:1,0.5:1,0.5:0.5,0.75:0.5,0.75:0,1:0"},
+  };
+  for (const auto& [shape, points] : rows) {
+    for (const std::string block : {"1", "64", "1000"}) {
+      CAPTURE(shape);
+      CAPTURE(block);
+      const std::vector<std::string> blocks = {"--color", "2", "--block", block, "--pedal"};
+      const auto with = [&](const std::string& pedal) {
+        std::vector<std::string> options = blocks;
+        options.push_back(pedal);
+        return renderedBytes(work, options);
+      };
+      CHECK((with(shape) == with(points)));
+    }
+  }
+}
+
 TEST_CASE("breakpoints, CSV and MIDI draw the same sound, byte for byte") {
   const Workspace work;
   writeSound(work.path("in.wav"), tone(2.0));
