@@ -52,8 +52,8 @@ are seconds, mm:ss or h:mm:ss, with decimals. # begins a comment.
 constexpr char kHelpFooter[] =
     R"(
 Timing:
-The recording runs in blocks of --block samples, which are the grain of all
-moves: a value changes at the block in which its time falls. At each block's
+The recording runs in blocks of --block samples, which are the grain of every
+course: a value changes at the block in which its time falls. At each block's
 start the values of its last sample are set, and the pedal moves towards them
 inside the block from where the block before ended, so it follows the drawn
 line. The first block has none before it and holds its own.

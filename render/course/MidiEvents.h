@@ -1,4 +1,7 @@
 // The messages of a standard MIDI file that a course is made of: controllers and tempo changes.
+// Read by our own code because the packaged readers take what they should refuse: libsmf loads a file that
+// was cut or lacks a track as if it were whole, and knows no times in frames, which portSMF reads as beats.
+// Both write lines of their own to the standard error output.
 #pragma once
 
 #include <string>

@@ -1,4 +1,7 @@
 // Named settings of the parameters: those that come with the program, and a user's own in plain text.
+// Read by our own code because the packaged readers refuse less: of two keys or sections of one name, inih,
+// SimpleIni and the reader in CLI11 let the second one win or join them, they take keys before the first
+// section, and the latter two take a line that is neither a name nor a setting.
 #pragma once
 
 #include "render/course/Controls.h"

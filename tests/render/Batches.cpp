@@ -44,17 +44,17 @@ Names with(Names words, const Names& more) {
 TEST_CASE("each of several recordings becomes what it becomes alone, however many run at a time") {
   const Workspace work;
   const Names takes = writeTakes(work);
-  const Names moves = {"--pedal", "0:0,0.1:1", "--dither"};
+  const Names course = {"--pedal", "0:0,0.1:1", "--dither"};
   for (const char* jobs : {"1", "2", "8"}) {
     CAPTURE(jobs);
     const std::string directory = work.path(std::string("bent") + jobs);
-    const Outcome outcome = render(with(with(takes, moves), {"--out-dir", directory, "--jobs", jobs}));
+    const Outcome outcome = render(with(with(takes, course), {"--out-dir", directory, "--jobs", jobs}));
     CHECK(outcome.status == 0);
     CHECK(outcome.out == "");
     CHECK(outcome.err == "");
     REQUIRE(namesIn(directory).size() == takes.size());
     for (const std::string& take : takes) {
-      REQUIRE(render(with({take, work.path("alone.wav")}, moves)).status == 0);
+      REQUIRE(render(with({take, work.path("alone.wav")}, course)).status == 0);
       CHECK(fileBytes(directory + "/" + fs::path(take).filename().string()) ==
             fileBytes(work.path("alone.wav")));
     }

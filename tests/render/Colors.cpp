@@ -121,10 +121,12 @@ TEST_CASE("the pedal follows an interval along the same line") {
   CHECK(controls.foundColor() == 4);
   CHECK(controls.valueAt(kParameterColor, 0.0).value() == 0.5625f); // row 4: 9/16
   const Course& pedal = *controls.course(kParameterPedal);
-  for (const auto& [seconds, cents] : {std::pair(0.0, 0.0), std::pair(0.5, 350.0), std::pair(1.0, -700.0),
-                                       std::pair(2.0, -500.0), std::pair(9.0, -300.0)}) {
-    CAPTURE(seconds);
-    CHECK(centsAt(4, pedal.valueAt(seconds)) == doctest::Approx(cents).epsilon(1e-12));
+  struct Row {
+    double seconds, cents;
+  };
+  for (const Row& row : {Row{0.0, 0.0}, {0.5, 350.0}, {1.0, -700.0}, {2.0, -500.0}, {9.0, -300.0}}) {
+    CAPTURE(row.seconds);
+    CHECK(centsAt(4, pedal.valueAt(row.seconds)) == doctest::Approx(row.cents).epsilon(1e-12));
   }
 }
 

@@ -32,16 +32,16 @@ void checkSame(const Course& left, const Course& right) {
   }
 }
 
-const char* const kBreakpoints = "0.1:0,1.5:1,3:0.2";
+const char* const kPoints = "0.1:0,1.5:1,3:0.2";
 
 } // namespace
 
 TEST_CASE("a file of lines is the course of the same points in an option") {
-  checkSame(csv("0.1,0\n1.5,1\n3,0.2\n"), Course::parse("--pedal", kBreakpoints, pedalRule()));
+  checkSame(csv("0.1,0\n1.5,1\n3,0.2\n"), Course::parse("--pedal", kPoints, pedalRule()));
 }
 
 TEST_CASE("comments, a header, blank lines, blanks, a byte order mark and other line ends change nothing") {
-  const auto breakpoints = Course::parse("--pedal", kBreakpoints, pedalRule());
+  const auto expected = Course::parse("--pedal", kPoints, pedalRule());
   for (const char* text : {
            "0.1,0\n1.5,1\n3,0.2",
            "0.1,0\r\n1.5,1\r\n3,0.2\r\n",
@@ -55,7 +55,7 @@ TEST_CASE("comments, a header, blank lines, blanks, a byte order mark and other 
            " 0.1\t,\t0 \n1.5 , 1\n  3,2e-1\n",
        }) {
     CAPTURE(text);
-    checkSame(csv(text), breakpoints);
+    checkSame(csv(text), expected);
   }
 }
 
@@ -90,7 +90,7 @@ TEST_CASE("a wrong line is named with its number, its text and what would be rig
 }
 
 TEST_CASE("sheets and sequencers write the same course in many ways") {
-  const auto breakpoints = Course::parse("--pedal", "0:0,1.5:0.5,1.5:1,90.25:0.25", pedalRule());
+  const auto expected = Course::parse("--pedal", "0:0,1.5:0.5,1.5:1,90.25:0.25", pedalRule());
   for (const char* text : {
            "0,0\n1.5,0.5\n1.5,1\n90.25,0.25\n",
            "0,0,\n1.5,0.5,\n,,\n1.5,1,\n90.25,0.25,\n", // a third column without content
@@ -121,7 +121,7 @@ TEST_CASE("sheets and sequencers write the same course in many ways") {
     const Course course = csv(text);
     for (double seconds : {0.0, 0.75, 1.25, 1.5, 30.0, 90.0, 90.25, 100.0}) {
       CAPTURE(seconds);
-      CHECK(course.valueAt(seconds) == breakpoints.valueAt(seconds));
+      CHECK(course.valueAt(seconds) == expected.valueAt(seconds));
     }
   }
 }

@@ -145,26 +145,23 @@ TEST_CASE("an interval is the pedal that stands for it, byte for byte, and the c
 TEST_CASE("a shape sounds as its points, byte for byte, in blocks of any size") {
   const Workspace work;
   writeSound(work.path("in.wav"), tone(1.0));
-  const std::pair<std::string, std::string> rows[] = {
-      {"triangle:0.5:0.25-0.75", "0:0.25,0.25:0.75,0.5:0.25,0.75:0.75,1:0.25"},
-      {"steps:0.75:0-1-0.5", "0:0,0.25:0,0.25:1,0.5:1,0.5:0.5,0.75:0.5,0.75:0,1:0"},
+  struct Row {
+    const char *shape, *points;
   };
-  for (const auto& [shape, points] : rows) {
-    for (const std::string block : {"1", "64", "1000"}) {
-      CAPTURE(shape);
+  for (const Row& row : {Row{"triangle:0.5:0.25-0.75", "0:0.25,0.25:0.75,0.5:0.25,0.75:0.75,1:0.25"},
+                         {"steps:0.75:0-1-0.5", "0:0,0.25:0,0.25:1,0.5:1,0.5:0.5,0.75:0.5,0.75:0,1:0"}}) {
+    for (const char* block : {"1", "64", "1000"}) {
+      CAPTURE(row.shape);
       CAPTURE(block);
-      const std::vector<std::string> blocks = {"--color", "2", "--block", block, "--pedal"};
-      const auto with = [&](const std::string& pedal) {
-        std::vector<std::string> options = blocks;
-        options.push_back(pedal);
-        return renderedBytes(work, options);
+      const auto with = [&](const char* pedal) {
+        return renderedBytes(work, {"--color", "2", "--block", block, "--pedal", pedal});
       };
-      CHECK((with(shape) == with(points)));
+      CHECK((with(row.shape) == with(row.points)));
     }
   }
 }
 
-TEST_CASE("breakpoints, CSV and MIDI draw the same sound, byte for byte") {
+TEST_CASE("points, CSV and MIDI draw the same sound, byte for byte") {
   const Workspace work;
   writeSound(work.path("in.wav"), tone(2.0));
   writeBytes(work.path("take.csv"), "time,value\r\n0,0\r\n0.5,1 # toe\r\n1.25,0\r\n1.5,1\r\n");

@@ -96,13 +96,13 @@ std::vector<pid_t> awaitWorkers() {
 
 } // namespace
 
-TEST_CASE("a render with pedal moves is the same in both widths") {
+TEST_CASE("a render along courses is the same in both widths") {
   const Rendering rendering;
   const auto rendered = [&](const std::string& module, const std::string& block) {
     auto call = rendering.call(module);
-    const std::vector<std::string> moves = {"--pedal", "0:0,0.3:1,0.6:0.1,1:0.9", "--tone",  "0:1,0.8:0",
-                                            "--color", "0:4,0.25:6,0.5:3,0.75:0", "--block", block};
-    call.insert(call.end(), moves.begin(), moves.end());
+    const std::vector<std::string> courses = {"--pedal", "0:0,0.3:1,0.6:0.1,1:0.9", "--tone",  "0:1,0.8:0",
+                                              "--color", "0:4,0.25:6,0.5:3,0.75:0", "--block", block};
+    call.insert(call.end(), courses.begin(), courses.end());
     const Outcome outcome = render(call);
     REQUIRE(outcome.err == "");
     REQUIRE(outcome.status == 0);
