@@ -1,6 +1,7 @@
 // Courses from lines of time and value: what is read, and what each wrong line is told.
 #include "render/course/Controls.h"
 #include "render/course/CsvCourse.h"
+#include "render/course/CsvFields.h"
 #include "render/course/Intervals.h"
 
 #include <cmath>
@@ -110,6 +111,8 @@ TEST_CASE("sheets and sequencers write the same course in many ways") {
            "PEDAL,T\n0,0\n0.5,1.5\n1,1.5\n0.25,90.25\n",
            "value,when\n0,0\n0.5,1.5\n1,1.5\n0.25,90.25\n", // one name is enough
            "Zeit;Wert\n0;0\n1,5;0,5\n1,5;1\n90,25;0,25\n",  // or none
+           "amount,seconds\n0,0\n0.5,1.5\n1,1.5\n0.25,90.25\n",
+           "time,value 2\n0,0\n1.5,0.5\n1.5,1\n90.25,0.25\n", // a number that tells no scale
            "time,position\n0,0\n1.5,0.5\n1.5,1\n90.25,0.25\n",
            "position,tone,pedal\n0,9,0\n1.5,9,0.5\n1.5,9,1\n90.25,9,0.25\n",
            ",time,note,value\n0,0,a,0\n1,1.5,\"b, \"\"#\"\"; c\",0.5\n2,1.5,,1\n3,90.25,C#4,0.25\n",
@@ -126,15 +129,23 @@ TEST_CASE("sheets and sequencers write the same course in many ways") {
   }
 }
 
+TEST_CASE("a field in quotes holds what would end it elsewhere") {
+  const TextPlace place = {ExitStatus::couldNot, "a file", 1, "the line", ';', {}};
+  using Fields = std::vector<std::string>;
+  CHECK(csvFields(" a b ;\" c;#\"\"d\"\" \";;C#4 #e;f", ';', place) == Fields{"a b", "c;#\"d\"", "", "C#4"});
+  CHECK(csvFields("\"a\"\t \t\"\"", '\t', place) == Fields{"a", "", ""});
+  CHECK(csvFields("\"\";; # a;b", ';', place) == Fields{});
+}
+
 TEST_CASE("a controller's 127 is 1, and times of the clock are the numbers that seconds are") {
   CHECK(csv("time,value 0-127\n0,127\n").valueAt(0.0) == 1.0);
   CHECK(csv("time,cc11 (0..127)\n0,64\n").valueAt(0.0) == 64.0 / 127.0);
-  // 60.1 is not the rounded sum of 60 and 0.1 everywhere; a step shows the place.
+  // 61.029 is not the rounded sum of 60 and 1.029; a step shows the place.
   const auto stepAt = [](const std::string& time) {
     return readCsvCourse("--on 'take.csv'", "0,0\n" + time + ",1\n", courseRule(kParameterOn));
   };
-  CHECK(stepAt("1:30.1").valueAt(90.1) == 1.0);
-  CHECK(stepAt("1:30.1").valueAt(std::nextafter(90.1, 0.0)) == 0.0);
+  CHECK(stepAt("1:01.029").valueAt(61.029) == 1.0);
+  CHECK(stepAt("1:01.029").valueAt(std::nextafter(61.029, 0.0)) == 0.0);
   CHECK(stepAt("2:01:05.3").valueAt(7265.3) == 1.0);
   CHECK(stepAt("2:01:05.3").valueAt(std::nextafter(7265.3, 0.0)) == 0.0);
 }
