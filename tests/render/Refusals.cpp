@@ -100,7 +100,7 @@ TEST_CASE("calls that are wrong as they stand") {
   refusal.checkOption("--color '2.5': not a whole number; ", {"--color", "2.5"});
   refusal.checkOption("--color '1:9': the value is out of range; ", {"--color", "0:1,1:9"});
   refusal.checkOption("--pedal '1.5': the value is out of range; ", {"--pedal", "1.5"});
-  refusal.checkOption("--pedal '1:1': the time does not come after ", {"--pedal", "0:0,2:0,1:1"});
+  refusal.checkOption("--pedal '1:1': the time lies before that of ", {"--pedal", "0:0,2:0,1:1"});
   refusal.checkOption("--pedal 'nan': no such value; ", {"--pedal", "nan"});
   refusal.checkOption("--tone '': no such value; ", {"--tone", ""});
   refusal.checkOption("--tone '-0.5': the value is out of range; ", {"--tone", "-0.5"});
