@@ -19,6 +19,9 @@ public:
   // Whether the bytes go out as they are written, never to be changed.
   virtual bool isStream() const { return false; }
 
+  // Something failed while it was written. Throws Fault (couldNot) where the reason is better known here.
+  virtual void explainFailure() {}
+
   // Makes what was written the output. Throws Fault (couldNot).
   virtual void publish() = 0;
 };

@@ -1,6 +1,10 @@
-// Plays a sound file on the default sound device, through whichever player the system has.
+// Plays sounds on the default sound device, through whichever player the system has.
 #pragma once
 
+#include "render/file/Output.h"
+#include "render/look/Subprocess.h"
+
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -13,13 +17,23 @@ public:
   // Throws Fault (couldNot) when none does. Allocates.
   void play(const std::string& path, const std::string& shownName) const;
 
+  // Takes a sound of type AU as it comes and plays it meanwhile, with the first player that plays a moment of
+  // silence. shownName: the recording. Its publish() waits until all is heard. Throws Fault (couldNot) when
+  // no player works, now or later. Allocates. The Player need not outlive it.
+  std::unique_ptr<Output> stream(const std::string& shownName) const;
+
 private:
   struct Program {
     std::string name;
     std::string path;
     std::vector<std::string> options;
-    bool plainFilesOnly; // WAV and AU
+    std::vector<std::string> streamOptions; // to play what comes on the standard input
+    bool plainFilesOnly;                    // WAV and AU
   };
+  class Stream;
+
+  const Program& worksFor(const std::string& shownName) const;
+  [[noreturn]] static void fail(const std::string& shownName, const std::string& failures);
 
   std::vector<Program> programs;
 };

@@ -13,6 +13,7 @@
 #include <sstream>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
@@ -41,9 +42,13 @@ public:
 
 class SpawnActions {
 public:
-  SpawnActions(int errorEnd, const std::string& directory) {
+  // inputEnd: negative for none.
+  SpawnActions(int inputEnd, int errorEnd, const std::string& directory) {
     posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    if (inputEnd < 0)
+      posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    else
+      posix_spawn_file_actions_adddup2(&actions, inputEnd, STDIN_FILENO);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
     posix_spawn_file_actions_adddup2(&actions, errorEnd, STDERR_FILENO);
     posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
@@ -53,6 +58,28 @@ public:
   SpawnActions& operator=(const SpawnActions&) = delete;
 
   posix_spawn_file_actions_t actions;
+};
+
+// Closes the ends that are not taken out of it.
+struct Pipe {
+  int readEnd = -1, writeEnd = -1;
+
+  Pipe() = default;
+  ~Pipe() {
+    for (int end : {readEnd, writeEnd})
+      if (end >= 0) close(end);
+  }
+  Pipe(const Pipe&) = delete;
+  Pipe& operator=(const Pipe&) = delete;
+
+  // Result: 0, or errno.
+  int open() {
+    int ends[2] = {-1, -1};
+    if (pipe2(ends, O_CLOEXEC) != 0) return errno;
+    readEnd = ends[0];
+    writeEnd = ends[1];
+    return 0;
+  }
 };
 
 std::vector<char*> argumentList(const std::string& path, const std::vector<std::string>& arguments) {
@@ -96,32 +123,38 @@ std::string findProgram(const std::string& name) {
 }
 
 Subprocess::Subprocess(const std::string& path, const std::vector<std::string>& arguments,
-                       const std::string& directory) {
-  int ends[2] = {-1, -1};
-  int error = pipe2(ends, O_CLOEXEC) == 0 ? 0 : errno;
+                       const std::string& directory, Input kind) {
+  Pipe input, said;
+  int error = said.open();
+  if (error == 0 && kind == Input::pipe) error = input.open();
   if (error == 0) {
     const SpawnAttributes attributes;
-    const SpawnActions actions(ends[1], directory);
+    const SpawnActions actions(input.readEnd, said.writeEnd, directory);
     const Holding hold;
     error = posix_spawn(&process, path.c_str(), &actions.actions, &attributes.attributes,
                         argumentList(path, arguments).data(), environ);
     if (error == 0) enlist();
-    close(ends[1]);
-    errors = ends[0];
   }
   if (error != 0) {
-    if (errors >= 0) close(errors);
     throw Fault(ExitStatus::couldNot, "program", path,
                 std::string("cannot be started: ") + std::strerror(error));
   }
+  inputEnd = std::exchange(input.writeEnd, -1);
+  errors = std::exchange(said.readEnd, -1);
 }
 
 Subprocess::~Subprocess() {
+  endInput();
   if (process > 0) collect();
   close(errors);
 }
 
+void Subprocess::endInput() {
+  if (inputEnd >= 0) close(std::exchange(inputEnd, -1));
+}
+
 SubprocessEnd Subprocess::wait() {
+  endInput();
   const std::string said = beginning(errors);
   const int status = collect();
   return {WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status), firstLineOf(said)};

@@ -18,21 +18,30 @@ struct SubprocessEnd {
 // A program that runs beside this one. When a signal ends this one, it is ended too.
 class Subprocess final : private Unfinished {
 public:
-  // Starts the program at `path` with arguments (its own name not among them), in a directory. No shell reads
-  // them. Its standard input and output lead nowhere. Throws Fault (couldNot). Allocates.
-  Subprocess(const std::string& path, const std::vector<std::string>& arguments,
-             const std::string& directory);
+  enum class Input { none, pipe };
 
-  // Waits for it, if wait() has not.
+  // Starts the program at `path` with arguments (its own name not among them), in a directory. No shell reads
+  // them. Its standard output leads nowhere, and so does its input unless that is a pipe from here. Throws
+  // Fault (couldNot). Allocates.
+  Subprocess(const std::string& path, const std::vector<std::string>& arguments, const std::string& directory,
+             Input kind = Input::none);
+
+  // Ends its input and waits for it, if wait() has not.
   ~Subprocess();
 
-  // Waits for its end. Call it once.
+  // Where to write its input, a pipe.
+  int input() const { return inputEnd; }
+
+  // Ends its input and waits for its end. Call it once.
   SubprocessEnd wait();
 
 private:
   void abandon() noexcept override;
   int collect();
 
+  void endInput();
+
   pid_t process = -1;
-  int errors = -1; // reads what it says
+  int inputEnd = -1; // writes what it reads; none when negative
+  int errors = -1;   // reads what it says
 };
