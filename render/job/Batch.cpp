@@ -27,6 +27,12 @@ std::string outputName(const std::string& directory, const std::string& input, c
   return std::filesystem::path(directory) / name;
 }
 
+std::string nameOfVariant(const std::string& output, const std::string& variant) {
+  const std::filesystem::path whole(output);
+  const std::string name = whole.stem().string() + "-" + variant + whole.extension().string();
+  return whole.parent_path() / name;
+}
+
 void refuseDoubles(const std::vector<RenderJob>& jobs) {
   std::map<std::string, std::string> inputOf;
   for (const RenderJob& job : jobs) {
@@ -183,7 +189,7 @@ void Batch::printReadyJson() {
 } // namespace
 
 std::vector<RenderJob> jobsInto(const std::string& directory, const std::vector<std::string>& inputs,
-                                const SoundType* type) {
+                                const SoundType* type, const std::vector<Variant>& variants) {
   std::vector<RenderJob> jobs;
   for (const std::string& input : inputs) {
     if (input == "-") {
@@ -191,7 +197,12 @@ std::vector<RenderJob> jobsInto(const std::string& directory, const std::vector<
                   "the standard input has no name for --out-dir to keep", "name the output instead");
     }
     const std::string output = outputName(directory, input, type);
-    jobs.push_back({input, output, &typeFor(output), output});
+    const SoundType& fitting = typeFor(output);
+    if (variants.empty()) jobs.push_back({input, output, &fitting, output});
+    for (const Variant& variant : variants) {
+      const std::string name = nameOfVariant(output, variant.name);
+      jobs.push_back({input, name, &fitting, name, variant.controls});
+    }
   }
   refuseDoubles(jobs);
   refuseReplacedInputs(jobs);

@@ -16,11 +16,18 @@ struct BatchReports {
   bool jsonAside = false; // ... on the standard error output, for the other one carries a sound
 };
 
+// One of several settings that a recording is rendered in.
+struct Variant {
+  std::string name; // as it goes into a file name
+  Controls controls;
+};
+
 // Names an output in `directory` after each input, with the input's extension if that can be written, else
-// .wav; type: the output's, null: as the extension says. Throws Fault (wrongCall) when two outputs would have
-// one name, or an output would replace an input. Allocates.
+// .wav; type: the output's, null: as the extension says. variants: settings to render each input in, whose
+// names stand behind the input's: take.wav becomes take-octave-up.wav; none: in the call's own. Throws Fault
+// (wrongCall) when two outputs would have one name, or an output would replace an input. Allocates.
 std::vector<RenderJob> jobsInto(const std::string& directory, const std::vector<std::string>& inputs,
-                                const SoundType* type);
+                                const SoundType* type, const std::vector<Variant>& variants = {});
 
 // Runs all jobs, so many at a time; what is wrong with one does not keep the others. Prints errors, and what
 // the reports say. picture: for a single job. Result: done when all went well; a single job's own status;

@@ -3,12 +3,15 @@
 #include "render/file/OutputFile.h"
 #include "render/file/ScratchFile.h"
 #include "render/file/StandardOutput.h"
+#include "render/job/BentSound.h"
 #include "render/job/Progress.h"
 #include "render/job/Renderer.h"
 #include "render/look/PitchPicture.h"
+#include "render/look/Player.h"
 #include "render/sound/InputSound.h"
 #include "render/sound/SoundWriter.h"
 #include "render/text/Fault.h"
+#include "render/text/Text.h"
 
 #include <algorithm>
 #include <chrono>
@@ -20,7 +23,8 @@
 namespace {
 
 constexpr int kHighestRateHz = 1 << 24; // the interface tells rates in single precision, exact up to here
-constexpr int kUsualFrames = 4096;      // read, rendered and written at once, where nobody waits for them
+constexpr std::size_t kSamplesAtOnce = 4096;
+constexpr double kAudibleTail = 0.001; // -60 dB: softer than any room, where a note ends
 
 // The effect remembers two seconds of each channel; a header that lies about channels or rate must not bring
 // the machine down.
@@ -31,11 +35,6 @@ double neededBytes(const SoundInfo& sound, int frames) {
 
 double machineBytes() {
   return static_cast<double>(sysconf(_SC_PHYS_PAGES)) * static_cast<double>(sysconf(_SC_PAGESIZE));
-}
-
-// Whole blocks; as they come when the recording does.
-int framesAtOnce(int blockFrames, bool isLive) {
-  return isLive ? blockFrames : std::max(1, kUsualFrames / blockFrames) * blockFrames;
 }
 
 void refuseUnplayable(const RenderJob& job, const RenderSettings& settings, const SoundInfo& sound) {
@@ -75,9 +74,19 @@ bool isStream(int descriptor) {
 }
 
 std::unique_ptr<Output> openOutput(const RenderJob& job, const RenderSettings& settings) {
+  if (job.player) return job.player->stream(job.inputPath);
   if (job.outputPath != "-") return std::make_unique<OutputFile>(job.outputPath, settings.mayReplace);
   return std::make_unique<StandardOutput>(job.type->streams && isStream(STDOUT_FILENO));
 }
+
+RenderSettings settingsOf(const RenderJob& job, RenderSettings settings) {
+  if (job.controls) settings.controls = *job.controls;
+  return settings;
+}
+
+std::string milliseconds(double seconds) { return std::to_string(std::lround(1000.0 * seconds)) + " ms"; }
+
+std::string decibels(double magnitude) { return std::to_string(std::lround(20.0 * std::log10(magnitude))); }
 
 std::string counted(std::int64_t samples, const char* one, const char* several) {
   return std::to_string(samples) + (samples == 1 ? one : several);
@@ -87,30 +96,34 @@ std::string counted(std::int64_t samples, const char* one, const char* several) 
 class Rendering {
 public:
   Rendering(const RenderJob& what, const RenderSettings& how, PitchPicture* watching)
-      : job(what), settings(how), picture(watching),
+      : job(what), settings(settingsOf(what, how)), picture(watching),
         input(job.inputPath, settings.channels, settings.tailSeconds) {}
 
   RenderStatistics run(Progress& progress) {
     open();
-    renderAll(progress);
-    if (rendered) deliverNormalized();
-    if (settings.measuresLatency)
-      latency = measureLatency(settings.modulePath, settings.controls, outputInfo.rateHz);
-    writer->publish(); // the last step that can fail
+    try {
+      finish(progress);
+    } catch (const Fault&) {
+      output->explainFailure();
+      throw;
+    }
     return statistics();
   }
 
 private:
   void open();
+  void measureDelay() { latency = measureLatency(settings.modulePath, settings.controls, outputInfo.rateHz); }
+  std::int64_t lateFrames() const;
+  void finish(Progress& progress);
   void renderAll(Progress& progress);
-  void deliver(int frames);
+  void deliver(double* samples, int frames);
   void deliverNormalized();
   double fullScale() const;
   RenderStatistics statistics() const;
   void addNotices(RenderStatistics& result) const;
 
   const RenderJob& job;
-  const RenderSettings& settings;
+  const RenderSettings settings;
   PitchPicture* picture; // may be null
   const std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
   InputSound input;
@@ -119,11 +132,11 @@ private:
   double gain = 1.0;
   double peak = 0.0; // of what was rendered, before the gain
   std::optional<Latency> latency;
-  std::unique_ptr<Renderer> renderer;
+  std::unique_ptr<BentSound> sound;
   std::unique_ptr<Output> output;
   std::unique_ptr<SoundWriter> writer;
   std::unique_ptr<ScratchFile> rendered; // doubles that wait for their peak to be known; null: none need to
-  std::vector<double> samples;
+  std::optional<CutTail> cutTail;
 };
 
 void Rendering::open() {
@@ -133,8 +146,8 @@ void Rendering::open() {
   outputInfo.format = format.format;
   formatNotice = format.notice;
   refuseUnplayable(job, settings, outputInfo);
-  renderer = std::make_unique<Renderer>(settings.modulePath, settings.controls, outputInfo.rateHz,
-                                        outputInfo.channels, settings.blockFrames);
+  if (settings.aligns) measureDelay();
+  sound = std::make_unique<BentSound>(settings, input, lateFrames(), picture != nullptr);
   output = openOutput(job, settings);
   writer = std::make_unique<SoundWriter>(*output, outputInfo, settings.dithers);
   if (settings.normalizes) {
@@ -142,34 +155,49 @@ void Rendering::open() {
                                                                    : directoryOf(job.outputPath));
   }
   gain = std::pow(10.0, settings.gainDb / 20.0);
-  if (picture) picture->begin(outputInfo, settings.controls, settings.modulePath);
+  if (picture)
+    picture->begin(job.inputPath, outputInfo, settings.controls, settings.modulePath, settings.fromSeconds);
+}
+
+std::int64_t Rendering::lateFrames() const {
+  return settings.aligns && latency ? std::llround(latency->average * outputInfo.rateHz) : 0;
+}
+
+void Rendering::finish(Progress& progress) {
+  renderAll(progress);
+  if (outputInfo.frames == 0) {
+    throw Fault(ExitStatus::couldNot, "--from", shortest(settings.fromSeconds),
+                "'" + job.inputPath + "' has no sound there", "give an earlier time, or a later --to");
+  }
+  if (rendered) deliverNormalized();
+  if (settings.tellsCutTail) cutTail = sound->cutTail(kAudibleTail / gain);
+  if (settings.measuresLatency && !settings.aligns) measureDelay();
+  writer->publish(); // the last step that can fail
 }
 
 void Rendering::renderAll(Progress& whole) {
-  const int frames = framesAtOnce(settings.blockFrames, input.isLive());
-  samples.resize(static_cast<std::size_t>(frames) * outputInfo.channels);
-  FileProgress progress(whole, outputInfo.frames, outputInfo.rateHz);
+  FileProgress progress(whole, sound->length(), outputInfo.rateHz);
   outputInfo.frames = 0;
-  while (const auto count = static_cast<int>(input.read(samples.data(), frames))) {
-    if (picture) picture->addBefore(samples.data(), count);
-    renderer->process(samples.data(), count);
-    if (picture) picture->addAfter(samples.data(), count);
-    deliver(count);
-    progress.show(outputInfo.frames += count);
+  for (; sound->advance(); progress.show(sound->position())) {
+    const int frames = sound->frames();
+    if (picture) picture->addBefore(sound->recording(), frames);
+    if (picture) picture->addAfter(sound->output(), frames);
+    deliver(sound->output(), frames);
+    outputInfo.frames += frames;
   }
 }
 
-void Rendering::deliver(int frames) {
+void Rendering::deliver(double* samples, int frames) {
   const std::size_t count = static_cast<std::size_t>(frames) * outputInfo.channels;
   for (std::size_t i = 0; i < count; ++i)
     peak = std::max(peak, std::abs(samples[i]));
   if (rendered) {
-    rendered->write(samples.data(), count * sizeof(double));
+    rendered->write(samples, count * sizeof(double));
     return;
   }
   for (std::size_t i = 0; i < count; ++i)
     samples[i] *= gain;
-  writer->write(samples.data(), frames);
+  writer->write(samples, frames);
 }
 
 // Whole numbers reach one step less above than below zero, and dither may add a step.
@@ -183,6 +211,7 @@ void Rendering::deliverNormalized() {
   if (peak > 0.0) gain *= fullScale() / peak;
   rendered->rewind();
   const std::size_t frameBytes = sizeof(double) * outputInfo.channels;
+  std::vector<double> samples(kSamplesAtOnce * outputInfo.channels);
   while (const std::size_t bytes = rendered->read(samples.data(), samples.size() * sizeof(double))) {
     for (std::size_t i = 0; i < bytes / sizeof(double); ++i)
       samples[i] *= gain;
@@ -216,6 +245,16 @@ void Rendering::addNotices(RenderStatistics& result) const {
   if (result.unusableSamples > 0) {
     notices.push_back(counted(result.unusableSamples, " sample", " samples") +
                       " of the recording, not finite numbers, were taken as silence");
+  }
+  if (settings.aligns) {
+    notices.push_back(latency ? "shifted " + milliseconds(latency->average) +
+                                    " towards its start, the delay of the bent sound on average"
+                              : "not shifted: no bent sound to measure the delay of");
+  }
+  if (cutTail && cutTail->seconds > 0.0) {
+    notices.push_back(milliseconds(cutTail->seconds) + " of bent sound up to " +
+                      decibels(cutTail->peak * gain) +
+                      " dB are cut off at the recording's end; --tail 0.1 keeps them");
   }
   if (settings.dithers && wholeNumberBits(outputInfo.format) == 0)
     notices.emplace_back("not dithered: it does not hold whole numbers");

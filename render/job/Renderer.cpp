@@ -84,6 +84,13 @@ void Renderer::process(double* samples, int frames) {
   position += frames;
 }
 
+void Renderer::forget() {
+  withEffects(modulePath, [&] {
+    for (const auto& effect : effects)
+      effect->resume();
+  });
+}
+
 void Renderer::render(double* samples, int frames) {
   const std::size_t channels = effects.size();
   for (std::size_t channel = 0; channel < channels; ++channel) {

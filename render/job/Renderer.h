@@ -37,6 +37,9 @@ public:
   // (couldNot) when an effect in a worker process is lost; the renderer is of no use then.
   void process(double* samples, int frames);
 
+  // Empties the effects' memory of the sound; everything else about them goes on. Throws Fault (couldNot).
+  void forget();
+
 private:
   void setUp();
   void render(double* samples, int frames);

@@ -32,6 +32,23 @@ std::string lowerCaseExtension(const std::string& path) {
   return extension;
 }
 
+// Several channels are looked at as one.
+std::string titleOf(const std::string& recording, int channels) {
+  const std::string name =
+      recording == "-" ? "The recording" : std::filesystem::path(recording).filename().string();
+  return channels < 2 ? name : name + " (mean of its " + std::to_string(channels) + " channels)";
+}
+
+// As a text that gnuplot takes as it is: in single quotes only they mean anything, and are doubled.
+std::string quoted(const std::string& text) {
+  std::string result = "'";
+  for (const char character : text) {
+    if (character == '\'') result += '\'';
+    result += static_cast<unsigned char>(character) < 0x20 ? '?' : character;
+  }
+  return result + "'";
+}
+
 } // namespace
 
 PitchPicture::PitchPicture(const std::string& file, bool mayReplace)
@@ -44,7 +61,10 @@ PitchPicture::PitchPicture(const std::string& file, bool mayReplace)
   }
 }
 
-void PitchPicture::begin(const SoundInfo& sound, const Controls& controls, const std::string& modulePath) {
+void PitchPicture::begin(const std::string& recording, const SoundInfo& sound, const Controls& controls,
+                         const std::string& modulePath, double startSeconds) {
+  recordingTitle = titleOf(recording, sound.channels);
+  start = startSeconds;
   courses = controls;
   rateHz = sound.rateHz;
   const auto effect = openEffect(modulePath);
@@ -77,9 +97,9 @@ int PitchPicture::colorAt(double seconds) const {
 }
 
 std::string PitchPicture::title() const {
-  const int color = colorAt(0.0);
+  const int color = colorAt(start);
   for (int column = 0; column < after->columns(); ++column)
-    if (colorAt(after->secondsOf(column)) != color) return "Through the pedal, in changing colours";
+    if (colorAt(secondsOf(column)) != color) return "Through the pedal, in changing colours";
   return "Through the pedal, colour " + std::to_string(color) + ": " +
          std::string(colors()[static_cast<std::size_t>(color)].name);
 }
@@ -87,9 +107,9 @@ std::string PitchPicture::title() const {
 // Seconds, pedal, cents; no number where the pitch is torn by a change of colour or the pedal switched off.
 void PitchPicture::writeCourses(const std::string& directory) const {
   std::ofstream file(directory + "/courses");
-  int colorBefore = colorAt(0.0);
+  int colorBefore = colorAt(start);
   for (int column = 0; column < after->columns(); ++column) {
-    const double seconds = after->secondsOf(column);
+    const double seconds = secondsOf(column);
     const int color = colorAt(seconds);
     const double pedal = valueAt(kParameterPedal, seconds);
     const bool isOn = valueAt(kParameterOn, seconds) > 0.5;
@@ -100,14 +120,15 @@ void PitchPicture::writeCourses(const std::string& directory) const {
   }
 }
 
-// Nothing that the user named stands in the script, so nothing can be mistaken for a command.
+// Of what the user named only the recording's name stands in the script, in quotes that nothing ends.
 void PitchPicture::writeScript(const std::string& directory, double octave) const {
   const int last = std::max(after->columns() - 1, 0);
   std::ofstream file(directory + "/" + kScriptName);
   file.precision(12);
-  file << "seconds = " << after->secondsOf(last) + 1.0 / rateHz << "\npartial = " << std::exp2(octave)
-       << "\nlowest = " << kRange.lowestHz << "\nhighest = " << kRange.highestHz << "\ntitle = '" << title()
-       << "'\npicture = '" << kPictureName << "'\n"
+  file << "start = " << start << "\nseconds = " << after->secondsOf(last) + 1.0 / rateHz
+       << "\npartial = " << std::exp2(octave) << "\nlowest = " << kRange.lowestHz
+       << "\nhighest = " << kRange.highestHz << "\nrecording = " << quoted(recordingTitle) << "\ntitle = '"
+       << title() << "'\npicture = '" << kPictureName << "'\n"
        << kPitchScript;
 }
 

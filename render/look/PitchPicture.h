@@ -15,9 +15,11 @@ public:
   // gnuplot is missing. Allocates.
   PitchPicture(const std::string& path, bool mayReplace);
 
-  // The sound begins. sound: of the recording and the bent one alike. modulePath: see findModule; its effect
-  // tells the parameters that the controls leave alone. Throws Fault (couldNot). Allocates.
-  void begin(const SoundInfo& sound, const Controls& controls, const std::string& modulePath);
+  // The sound begins. recording: its file's name, or "-". sound: of the recording and the bent one alike.
+  // modulePath: see findModule; its effect tells the parameters that the controls leave alone. startSeconds:
+  // where in the recording the first frame stands. Throws Fault (couldNot). Allocates.
+  void begin(const std::string& recording, const SoundInfo& sound, const Controls& controls,
+             const std::string& modulePath, double startSeconds);
 
   // The next frames of either, channels interleaved. Allocates.
   void addBefore(const double* samples, std::int64_t frames) { before->add(samples, frames); }
@@ -29,6 +31,7 @@ public:
 private:
   double valueAt(ParameterIndex parameter, double seconds) const;
   int colorAt(double seconds) const;
+  double secondsOf(int column) const { return start + after->secondsOf(column); } // of the recording
   std::string title() const;
   void writeCourses(const std::string& directory) const;
   void writeScript(const std::string& directory, double octave) const;
@@ -41,6 +44,8 @@ private:
   std::string gnuplot; // the program's path
   Controls courses;
   std::array<double, kParameterCount> defaults = {};
+  std::string recordingTitle;
   double rateHz = 0.0;
+  double start = 0.0; // seconds into the recording
   std::unique_ptr<Spectrogram> before, after;
 };

@@ -1,9 +1,10 @@
 # The pedal, the recording, and the recording through the pedal.
 #
 # Variables set before:
-#   seconds          length of the recording
+#   start, seconds   where in the recording the picture begins, and its length
 #   partial          Hz: a partial of the recording that sounds most of the time; the drawn line follows it
 #   lowest, highest  Hz: ends of the panels
+#   recording        what the middle panel shows
 #   title            what the lower panel shows
 #   picture          PNG file to write
 # Files beside this one: the matrices `before` and `after`, and `courses` with lines of seconds, pedal, cents.
@@ -16,7 +17,7 @@ set multiplot
 
 set lmargin at screen 0.085
 set rmargin at screen 0.868
-set xrange [0:seconds]
+set xrange [start:start + seconds]
 set xtics out nomirror
 set mxtics 4
 set grid xtics front linecolor rgb "#80ffffff" dashtype 3
@@ -41,7 +42,7 @@ plot "courses" using 1:2 with lines linewidth 3 linecolor rgb "#0077bb"
 # The recording.
 set tmargin at screen 0.805
 set bmargin at screen 0.495
-set title "The recording" font ",14" offset 0,-0.4
+set title recording font ",14" offset 0,-0.4 noenhanced
 set yrange [octave(lowest):octave(highest)]
 set ytics ("50" octave(50), "100" octave(100), "200" octave(200), "400" octave(400), "800" octave(800), \
            "1600" octave(1600)) out nomirror
@@ -50,12 +51,12 @@ set grid noxtics
 set colorbox user origin 0.888,0.495 size 0.018,0.31
 set cblabel "level (dB, loudest = 0)" offset 0.8,0
 set cbtics 10 out
-plot "before" binary matrix using 1:2:3 with image
+plot "before" binary matrix using (start + $1):2:3 with image
 
 # What the pedal made of it.
 set tmargin at screen 0.445
 set bmargin at screen 0.065
-set title title font ",14" offset 0,-0.4
+set title title font ",14" offset 0,-0.4 enhanced
 set format x "%g"
 set xlabel "time (s)" offset 0,0.4
 unset colorbox
@@ -63,7 +64,7 @@ set y2range [octave(lowest):octave(highest)]
 set y2tics ("2 octaves down" octave(partial) - 2, "octave down" octave(partial) - 1, "unison" octave(partial), \
             "octave up" octave(partial) + 1) out nomirror
 set key top right textcolor rgb "#ffffff" samplen 4 spacing 1.1
-plot "after" binary matrix using 1:2:3 with image notitle, \
+plot "after" binary matrix using (start + $1):2:3 with image notitle, \
      "courses" using 1:(bent($3)) with lines linewidth 2 dashtype (9, 9) linecolor rgb "#30e8ff" \
        title sprintf("where the pedal sends the partial at %.0f Hz", partial)
 unset multiplot

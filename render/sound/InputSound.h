@@ -22,6 +22,9 @@ public:
   // Fault (couldNot) when the file turns out to be damaged or cut short. Allocates when `frames` grows.
   std::int64_t read(double* samples, std::int64_t frames);
 
+  // Lets so many more frames of silence follow, which info() does not count. frames: 0 or more.
+  void lengthen(std::int64_t frames) { tailFrames += frames; }
+
   // Samples so far that were no finite numbers.
   std::int64_t unusableSamples() const { return unusable; }
 

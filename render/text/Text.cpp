@@ -33,6 +33,20 @@ std::optional<int> wholeNumber(std::string_view text, int lowest, int highest) {
   return number;
 }
 
+std::optional<double> clockSeconds(std::string_view text) {
+  constexpr int kMost = 1000000; // of hours or minutes
+  double whole = 0.0;
+  int colons = 0;
+  for (std::size_t colon; (colon = text.find(':')) != std::string_view::npos; text.remove_prefix(colon + 1)) {
+    const auto part = wholeNumber(text.substr(0, colon), 0, colons == 0 ? kMost : 59);
+    if (!part || ++colons > 2) return {};
+    whole = (whole + *part) * 60.0;
+  }
+  const auto seconds = finiteNumber(text);
+  if (!seconds || *seconds < 0.0 || (colons > 0 && *seconds >= 60.0)) return {};
+  return whole + *seconds;
+}
+
 std::string shortest(double number) {
   char text[32];
   return std::string(text, std::to_chars(text, text + sizeof text, number).ptr);

@@ -19,6 +19,10 @@ std::optional<double> finiteNumber(std::string_view text);
 // The whole text as a whole number from lowest to highest, or nothing. Allocates nothing.
 std::optional<int> wholeNumber(std::string_view text, int lowest, int highest);
 
+// A time as seconds, mm:ss or hh:mm:ss, 0 or more; only the seconds may have a fraction, and each part
+// behind a colon is below 60. Nothing when the text is anything else. Allocates nothing.
+std::optional<double> clockSeconds(std::string_view text);
+
 // The fewest digits that read back as the same number. Allocates.
 std::string shortest(double number);
 
