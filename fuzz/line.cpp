@@ -6,6 +6,7 @@
 #include "fuzz/Target.h"
 #include "render/command/CommandLine.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,8 @@ void checkSettings(const RenderSettings& settings) {
   expect(settings.blockFrames >= 1 && settings.blockFrames <= 1048576, "a block size out of range is taken");
   expect(settings.tailSeconds >= 0.0 && settings.tailSeconds <= 3600.0, "a tail out of range is taken");
   expect(settings.gainDb >= -96.0 && settings.gainDb <= 96.0, "a gain out of range is taken");
+  expect(settings.fromSeconds >= 0.0, "a part that begins before the recording is taken");
+  expect(!settings.toSeconds || *settings.toSeconds > settings.fromSeconds, "an empty part is taken");
   checkCourses(settings.controls);
 }
 
@@ -54,8 +57,10 @@ void follow(const CommandLine& line) {
   const int parallel = line.parallelJobs();
   expect(parallel >= 1 && (parallel <= 256 || !line.renders()), "a number of jobs out of range is taken");
   if (!line.namesOutput()) return;
-  const auto jobs = line.jobs();
-  expect(jobs.size() == line.inputs().size(), "there are not as many jobs as recordings");
+  const auto variants = line.variants(controls);
+  const auto jobs = line.jobs(variants);
+  expect(jobs.size() == line.inputs().size() * std::max<std::size_t>(1, variants.size()),
+         "there are not as many jobs as recordings in each setting");
   for (const RenderJob& job : jobs)
     expect(job.type != nullptr, "a job has no type");
 }

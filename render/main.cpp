@@ -93,16 +93,19 @@ ExitStatus renderAndFollow(const CommandLine& line) {
   RenderSettings settings = line.settings();
   if (!line.quiet) tellFoundColor(settings.controls);
   const int parallel = line.parallelJobs();
+  std::optional<Player> player;
+  if (line.play) player.emplace();
   std::optional<TemporaryDirectory> ownPlace;
   std::vector<RenderJob> jobs;
   if (line.namesOutput()) {
-    jobs = line.jobs();
+    jobs = line.jobs(line.variants(settings.controls));
+  } else if (player) {
+    jobs = {line.ownJob("", &*player)};
+    if (!settings.sampleFormat) settings.sampleFormat = sampleFormatNamed("16"); // what all players take
   } else {
     ownPlace.emplace();
-    jobs = {line.ownJob(ownPlace->path() + "/bent.wav")};
+    jobs = {line.ownJob(ownPlace->path() + "/bent.wav", nullptr)};
   }
-  std::optional<Player> player;
-  if (line.play) player.emplace();
   std::optional<PitchPicture> picture;
   if (!line.plot.empty()) picture.emplace(line.plot, !line.noClobber);
   settings.modulePath = findModule(settings.modulePath);
@@ -110,9 +113,7 @@ ExitStatus renderAndFollow(const CommandLine& line) {
   const ExitStatus status = runBatch(jobs, settings, parallel, line.reports(), picture ? &*picture : nullptr);
   if (status != ExitStatus::done) return status;
   if (picture) picture->draw();
-  if (player)
-    player->play(jobs.front().outputPath,
-                 line.namesOutput() ? jobs.front().outputPath : jobs.front().inputPath);
+  if (player && line.namesOutput()) player->play(jobs.front().outputPath, jobs.front().outputPath);
   return status;
 }
 

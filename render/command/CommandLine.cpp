@@ -2,7 +2,10 @@
 
 #include "render/command/HelpFormatter.h"
 #include "render/command/HelpText.h"
+#include "render/command/Variants.h"
+#include "render/command/Wishes.h"
 #include "render/text/Console.h"
+#include "render/text/Text.h"
 
 #include <charconv>
 #include <filesystem>
@@ -17,8 +20,10 @@ constexpr int kLargestBlock = 1048576;
 constexpr int kMostJobs = 256;
 constexpr double kLargestGainDb = 96.0;
 constexpr double kLongestTail = 3600.0; // seconds
+constexpr double kLatestTime = 1e9;     // seconds, with which frames can still be counted
 
 constexpr char kFileGroup[] = "Input and output";
+constexpr char kMixGroup[] = "Dry and bent sound";
 constexpr char kLookingGroup[] = "Looking and listening";
 constexpr char kOtherGroup[] = "Other options";
 
@@ -71,6 +76,7 @@ CommandLine::CommandLine() {
   app.add_option("files", files)->group("");
   addControlOptions(app, controlOptions);
   addFileOptions();
+  addMixOptions();
   addLookingOptions();
   addOtherOptions();
   app.allow_extras();
@@ -95,7 +101,12 @@ void CommandLine::addFileOptions() {
           "each (every channel through a pedal of its own), left, right, or mix (the mean of all, through "
           "one); each if not given");
   addText(app, "--tail", tail, "SECONDS", kFileGroup,
-          "let the pedal sound on after the end of the recording; 0 if not given");
+          "let the pedal sound on after the end of the recording; 0 if not given, and a line tells when that "
+          "cuts off bent sound above -60 dB");
+  addText(app, "--from", from, "TIME", kFileGroup,
+          "write or play the part of the recording from there on, as it sounds in the whole: the pedal plays "
+          "from the start. TIME is seconds, mm:ss or hh:mm:ss");
+  addText(app, "--to", to, "TIME", kFileGroup, "... and up to there");
   addText(app, "--gain", gain, "DB", kFileGroup, "make the output louder, or softer with a minus");
   addFlag(app, "--normalize", normalize, kFileGroup,
           "bring the output's peak to full scale; --gain then counts from there. The sound waits in a "
@@ -104,11 +115,27 @@ void CommandLine::addFileOptions() {
           "add triangular noise of one step before rounding to whole numbers, the same in every call");
 }
 
+void CommandLine::addMixOptions() {
+  addFlag(app, "--wet", wet, kMixGroup,
+          "the bent sound alone, in every colour: what the pedal lets through of the dry sound is taken out "
+          "again, so that nothing sounds while the pedal is off");
+  addText(
+      app, "--dry-gain", dryGain, "DB", kMixGroup,
+      "add the recording to what the pedal puts out, so much louder or softer; with --wet, 0 is the mix of "
+      "a colour that has the bent sound beside the dry one");
+  addFlag(
+      app, "--align", align, kMixGroup,
+      "shift the output towards its start by the delay of the bent sound, on average in the colour at the "
+      "start, and tell by how much. What --dry-gain adds stays in its place; the dry sound of a colour "
+      "comes early");
+}
+
 void CommandLine::addLookingOptions() {
   addText(app, "--plot", plot, "FILE.png", kLookingGroup,
           "draw spectrograms of recording and output with the pitch that the pedal asks for; needs gnuplot");
   addFlag(app, "--play", play, kLookingGroup,
-          "play the output on the default sound device; needs pw-play, play or aplay");
+          "play the output on the default sound device: while it is rendered when no output is named, else "
+          "when it is finished; needs pw-play, play or aplay");
   addText(app, "--stats", stats, "json", kLookingGroup,
           "print a line of JSON per recording to the standard output, or to the standard error output when "
           "the other one carries the sound");
@@ -165,6 +192,7 @@ void CommandLine::check() const {
   refuseFilesBesideLists();
   if (onlyLists()) return;
   refuseNumberOfFiles();
+  refuseVariants();
   refuseSeveralAtOnce();
   refuseUnheardOutput();
 }
@@ -173,7 +201,10 @@ void CommandLine::refuseExtras() const {
   for (const std::string& extra : app.remaining()) {
     const bool isOption = extra.size() > 1 && extra[0] == '-';
     if (!isOption) throw wrongCall("argument", extra, "not understood");
-    const std::string meant = nearestOption(extra.substr(0, extra.find('=')));
+    const std::string name = extra.substr(0, extra.find('='));
+    if (const std::string way(wayFor(name)); !way.empty())
+      throw wrongCall("option", extra, "no such option", way);
+    const std::string meant = nearestOption(name);
     throw wrongCall("option", extra, "no such option",
                     (meant.empty() ? "" : "did you mean " + meant + "? ") + "see treadshift-render --help");
   }
@@ -247,7 +278,7 @@ void CommandLine::refuseNumberOfFiles() const {
 }
 
 void CommandLine::refuseSeveralAtOnce() const {
-  if (inputs().size() < 2) return;
+  if (inputs().size() < 2 && !comparesVariants()) return;
   for (const char* option : {"--play", "--plot"}) {
     if (given(option)) throw wrongCall(option, {}, "is for one recording at a time", "give one input");
   }
@@ -260,6 +291,22 @@ void CommandLine::refuseUnheardOutput() const {
                     "name a file, or no output at all");
   if (given("--type") && !namesOutput())
     throw wrongCall("--type", type, "no output is named that could be of this type", "name one");
+}
+
+void CommandLine::refuseVariants() const {
+  const std::pair<const char*, const char*> excluded[] = {{"--each-color", "--each-preset"},
+                                                          {"--each-color", "--color"},
+                                                          {"--each-preset", "--preset"},
+                                                          {"--each-color", "--save-preset"},
+                                                          {"--each-preset", "--save-preset"}};
+  for (const auto& [each, other] : excluded) {
+    if (given(each) && given(other))
+      throw wrongCall(each, {}, "does not go with " + std::string(other), "give one of them");
+  }
+  if (comparesVariants() && !given("--out-dir")) {
+    throw wrongCall(controlOptions.eachColor ? "--each-color" : "--each-preset", {}, "makes several outputs",
+                    "say where to with --out-dir DIR");
+  }
 }
 
 RenderSettings CommandLine::settings() const {
@@ -285,11 +332,28 @@ RenderSettings CommandLine::settingsWithoutControls() const {
   if (given("--gain"))
     result.gainDb = numberOf("--gain", gain, -kLargestGainDb, kLargestGainDb, "decibels from -96 to 96",
                              "give a number such as -6");
+  if (given("--from")) result.fromSeconds = timeOf("--from", from);
+  if (given("--to")) result.toSeconds = timeOf("--to", to);
+  if (result.toSeconds && *result.toSeconds <= result.fromSeconds)
+    throw wrongCall("--to", to, "not after --from", "give a later time");
+  if (given("--dry-gain"))
+    result.dryGainDb = numberOf("--dry-gain", dryGain, -kLargestGainDb, kLargestGainDb,
+                                "decibels from -96 to 96", "0 adds the recording as it is");
+  result.tellsCutTail = !given("--tail") && !quiet;
+  result.wetAlone = wet;
+  result.aligns = align;
   result.normalizes = normalize;
   result.dithers = dither;
   result.mayReplace = !noClobber;
   result.measuresLatency = verbose || given("--stats");
   return result;
+}
+
+double CommandLine::timeOf(const char* option, const std::string& text) const {
+  const auto seconds = clockSeconds(text);
+  if (!seconds || *seconds > kLatestTime)
+    throw wrongCall(option, text, "not a time", "give seconds, mm:ss or hh:mm:ss, such as 1:02.5");
+  return *seconds;
 }
 
 std::vector<std::string> CommandLine::inputs() const {
@@ -299,9 +363,15 @@ std::vector<std::string> CommandLine::inputs() const {
 
 bool CommandLine::namesOutput() const { return given("--out-dir") || files.size() > 1; }
 
-std::vector<RenderJob> CommandLine::jobs() const {
+std::vector<Variant> CommandLine::variants(const Controls& controls) const {
+  if (controlOptions.eachColor) return variantsByColor(controls);
+  if (controlOptions.eachPreset) return variantsByPreset(presetsFrom(app, controlOptions), controls);
+  return {};
+}
+
+std::vector<RenderJob> CommandLine::jobs(const std::vector<Variant>& variants) const {
   const SoundType* const wanted = given("--type") ? &typeNamed(type) : nullptr;
-  if (given("--out-dir")) return jobsInto(outDirectory, files, wanted);
+  if (given("--out-dir")) return jobsInto(outDirectory, files, wanted, variants);
   const std::string& output = files[1];
   refuseDirectory(output);
   const SoundType& fitting = wanted ? *wanted : output == "-" ? typeNamed("au") : typeFor(output);
@@ -314,8 +384,8 @@ void CommandLine::refuseDirectory(const std::string& output) const {
     throw wrongCall("output", output, "a directory", "to write into it, give --out-dir " + output);
 }
 
-RenderJob CommandLine::ownJob(const std::string& path) const {
-  return {files[0], path, &typeNamed("wav"), ""};
+RenderJob CommandLine::ownJob(const std::string& path, const Player* player) const {
+  return {files[0], path, &typeNamed(player ? "au" : "wav"), "", {}, player};
 }
 
 int CommandLine::parallelJobs() const {

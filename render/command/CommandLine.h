@@ -44,11 +44,14 @@ public:
   // Whether the only input has an output to keep.
   bool namesOutput() const;
 
-  // The jobs for named outputs; see jobsInto for those with a directory. Throws Fault (wrongCall).
-  std::vector<RenderJob> jobs() const;
+  // The settings to compare, over the controls in force; none when that is not asked for. Throws Fault.
+  std::vector<Variant> variants(const Controls& controls) const;
 
-  // The job for an output of this call's own at `path`, a WAV file.
-  RenderJob ownJob(const std::string& path) const;
+  // The jobs for named outputs; see jobsInto for those with a directory. Throws Fault (wrongCall).
+  std::vector<RenderJob> jobs(const std::vector<Variant>& variants = {}) const;
+
+  // The job for an output of this call's own at `path`, a WAV file, or for the player. player: may be null.
+  RenderJob ownJob(const std::string& path, const Player* player) const;
 
   int parallelJobs() const; // Throws Fault (wrongCall).
   BatchReports reports() const;
@@ -59,6 +62,7 @@ public:
 
 private:
   void addFileOptions();
+  void addMixOptions();
   void addLookingOptions();
   void addOtherOptions();
   void refuseExtras() const;
@@ -69,6 +73,9 @@ private:
   void refuseNumberOfFiles() const;
   void refuseSeveralAtOnce() const;
   void refuseUnheardOutput() const;
+  void refuseVariants() const;
+  bool comparesVariants() const { return controlOptions.eachColor || controlOptions.eachPreset; }
+  double timeOf(const char* option, const std::string& text) const;
   void refuseDirectory(const std::string& output) const;
   RenderSettings settingsWithoutControls() const;
   std::string nearestOption(const std::string& name) const;
@@ -77,6 +84,6 @@ private:
 
   CLI::App app;
   std::vector<std::string> files;
-  std::string type, bits, channels, gain, tail, jobCount, block, stats;
-  bool normalize = false, dither = false, verbose = false;
+  std::string type, bits, channels, gain, tail, from, to, dryGain, jobCount, block, stats;
+  bool normalize = false, dither = false, verbose = false, wet = false, align = false;
 };

@@ -38,8 +38,8 @@ const Preset& namedPreset(const std::vector<Preset>& presets, const ControlOptio
 Controls presetControls(const CLI::App& app, const ControlOptions& options) {
   const bool ownFile = app.count("--load-preset") != 0;
   const bool named = app.count("--preset") != 0;
-  if (!ownFile && !named) return {};
-  const auto presets = ownFile ? loadPresets("--load-preset", options.loadPreset) : shippedPresets();
+  if ((!ownFile && !named) || options.eachPreset) return {};
+  const auto presets = presetsFrom(app, options);
   if (named) return namedPreset(presets, options, ownFile).controls;
   if (presets.size() > 1) {
     throw Fault(ExitStatus::wrongCall, "--load-preset", options.loadPreset,
@@ -123,13 +123,24 @@ void addControlOptions(CLI::App& app, ControlOptions& options) {
   add("--on", options.on, "VALUE", kParameterGroup, "whether the pedal is switched on: on or off");
   addFlag("--list-colors", options.listColors, kParameterGroup,
           "print the colours: number, name, cents at heel and toe, mix");
+  addFlag(
+      "--each-color", options.eachColor, kParameterGroup,
+      "render each recording in all eight colours, to compare them: take.wav to take-octave-up.wav and so "
+      "on; needs --out-dir");
   add("--preset", options.preset, "NAME", kPresetGroup,
       "begin with the values of a preset; what other options set goes over them");
   add("--load-preset", options.loadPreset, "FILE", kPresetGroup,
       "take the preset from a file of one's own; --preset chooses among several");
   add("--save-preset", options.savePreset, "FILE", kPresetGroup,
       "write the values in force as a preset; a pedal that moves is left out");
+  addFlag("--each-preset", options.eachPreset, kPresetGroup,
+          "render each recording with every preset; needs --out-dir");
   addFlag("--list-presets", options.listPresets, kPresetGroup, "print the presets: name, description");
+}
+
+std::vector<Preset> presetsFrom(const CLI::App& app, const ControlOptions& options) {
+  return app.count("--load-preset") != 0 ? loadPresets("--load-preset", options.loadPreset)
+                                         : shippedPresets();
 }
 
 Controls controlsFrom(const CLI::App& app, const ControlOptions& options) {

@@ -22,13 +22,20 @@ struct ControlOptions {
   std::string savePreset; // the file to write
   bool listPresets = false;
   bool listColors = false;
+  bool eachColor = false; // renders in all of them
+  bool eachPreset = false;
 };
 
 // Adds the options under the groups "Pedal and parameters" and "Presets". options must outlive the app.
 // Allocates.
 void addControlOptions(CLI::App& app, ControlOptions& options);
 
-// The controls that the parsed options ask for: the preset first, then the options over it. Reads the files
+// The presets that --preset chooses among: the shipped ones or those of --load-preset. Throws Fault
+// (couldNot). Allocates.
+std::vector<Preset> presetsFrom(const CLI::App& app, const ControlOptions& options);
+
+// The controls that the parsed options ask for: the preset first, unless it is each of them, then the options
+// over it. Reads the files
 // they name. Throws Fault: wrongCall for a text that means nothing, couldNot for a file that cannot be used.
 // Allocates.
 Controls controlsFrom(const CLI::App& app, const ControlOptions& options);

@@ -77,8 +77,12 @@ Examples:
       two recordings at once, to bent/guitar.wav and bent/bass.flac
   cat guitar.wav | treadshift-render - - --color 5 --pedal 1 > bent.au
       between two programs
-  treadshift-render guitar.wav --pedal 0:0,2:1 --play
-      listen, and keep nothing
+  treadshift-render guitar.wav --pedal 0:0,2:1 --play --from 0:00.2 --to 0:02
+      listen to a part while it is rendered, and keep nothing
+  treadshift-render guitar.wav bass.flac --out-dir compared --each-color
+      all eight colours of each, to compared/guitar-octave-up.wav and so on
+  treadshift-render guitar.wav up.wav --color 2 --pedal 1 --align --dry-gain -6
+      the bent sound on time, with the recording beside it, 6 dB softer
   treadshift-render guitar.wav bent.wav --pedal 0:0,2:1 --plot sweep.png -v
       look at what it did
   treadshift-render --show --tone 0.3

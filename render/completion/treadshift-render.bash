@@ -37,6 +37,7 @@ _treadshift_render() {
       return
       ;;
     --pedal-cc | --pedal-channel | --tone-cc | --tone-channel | -j | --jobs | --tail | --gain | --block) return ;;
+    --from | --to | --dry-gain) return ;;
     --out-dir)
       mapfile -t COMPREPLY < <(compgen -d -- "$word")
       return

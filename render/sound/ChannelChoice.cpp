@@ -4,6 +4,17 @@
 
 #include <numeric>
 
+namespace {
+
+// For what people try in place of these words.
+std::string otherWay(const std::string& text) {
+  if (text == "stereo" || text == "2") return "; two channels from one: sox in.wav -c 2 out.wav";
+  if (text == "mono" || text == "1") return "; mix makes one channel of all";
+  return "";
+}
+
+} // namespace
+
 ChannelChoice::ChannelChoice(const std::string& text) {
   if (text == "each")
     kind = Kind::each;
@@ -14,7 +25,8 @@ ChannelChoice::ChannelChoice(const std::string& text) {
   else if (text == "mix")
     kind = Kind::mix;
   else
-    throw Fault(ExitStatus::wrongCall, "--channels", text, "no such choice", "give each, left, right or mix");
+    throw Fault(ExitStatus::wrongCall, "--channels", text, "no such choice",
+                "give each, left, right or mix" + otherWay(text));
 }
 
 int ChannelChoice::count(int channels, const std::string& path) const {
