@@ -61,6 +61,48 @@ TEST_CASE("each of several recordings becomes what it becomes alone, however man
   }
 }
 
+TEST_CASE("each colour and each preset of each recording, as one by one") {
+  const Workspace work;
+  const Names takes = {work.path("a.wav"), work.path("b.c.flac")};
+  writeSound(takes[0], {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, softNoise(9000, 1)});
+  writeSound(takes[1], {44100, 2, SF_FORMAT_FLAC | SF_FORMAT_PCM_16, softNoise(9000, 2)});
+  const Names moves = {"--pedal", "0:0.2,0.1:1"};
+  const std::string directory = work.path("colors");
+  REQUIRE(render(with(with(takes, moves), {"--each-color", "--out-dir", directory, "-j", "2"})).status == 0);
+  const Names names = {"semitone-down",     "quarter-tone-up",           "octave-up",
+                       "two-octaves-down",  "octave-down-to-up",         "fifth-down-to-fourth-up",
+                       "five-octaves-down", "five-octaves-down-with-dry"};
+  CHECK(namesIn(directory).size() == 16);
+  for (std::size_t color = 0; color < names.size(); ++color) {
+    CAPTURE(color);
+    const Names one = with({"--color", std::to_string(color)}, moves);
+    REQUIRE(render(with({takes[0], work.path("one.wav")}, one)).status == 0);
+    CHECK(fileBytes(directory + "/a-" + names[color] + ".wav") == fileBytes(work.path("one.wav")));
+    REQUIRE(render(with({takes[1], work.path("one.flac")}, one)).status == 0);
+    CHECK(fileBytes(directory + "/b.c-" + names[color] + ".flac") == fileBytes(work.path("one.flac")));
+  }
+  writeBytes(work.path("own.conf"), "[Deep & Dull]\ncolor = 3\ntone = 0.1\n[Half]\ncolor = 0\npedal = 0.5\n");
+  const Names own = {"--load-preset", work.path("own.conf"), "--tone", "0.4"};
+  REQUIRE(render(with(with({takes[0]}, own), {"--each-preset", "--out-dir", work.path("presets")})).status ==
+          0);
+  CHECK(namesIn(work.path("presets")) == Names{"a-deep-dull.wav", "a-half.wav"});
+  for (const auto& [name, preset] : {std::pair{"a-deep-dull.wav", "Deep & Dull"}, {"a-half.wav", "Half"}}) {
+    REQUIRE(render(with(with({takes[0], work.path("one.wav")}, own), {"--preset", preset})).status == 0);
+    CHECK(fileBytes(work.path("presets/") + name) == fileBytes(work.path("one.wav")));
+  }
+}
+
+TEST_CASE("a compared recording replaces no other") {
+  const Workspace work;
+  for (const char* name : {"a.wav", "a-octave-up.wav"})
+    writeSound(work.path(name), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, softNoise(1000)});
+  const Outcome outcome =
+      render({work.path("a.wav"), work.path("a-octave-up.wav"), "--each-color", "--out-dir", work.path("")});
+  CHECK(outcome.status == 2);
+  CHECK(holds(outcome.err, "would replace the input '" + work.path("a-octave-up.wav") + "'"));
+  CHECK(work.names() == Names{"a-octave-up.wav", "a.wav"});
+}
+
 TEST_CASE("one that cannot be rendered does not keep the others") {
   const Workspace work;
   Names takes = writeTakes(work);

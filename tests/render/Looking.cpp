@@ -7,10 +7,12 @@
 #include <cmath>
 #include <csignal>
 #include <doctest/doctest.h>
+#include <fcntl.h>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <numbers>
 #include <sstream>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace fs = std::filesystem;
@@ -288,6 +290,33 @@ TEST_CASE("gnuplot gets the pitch that the pedal asks for") {
   CHECK(rows > 300);
 }
 
+TEST_CASE(
+    "a picture names its recording, says that it averages channels, and shows the part that is wanted") {
+  const Workspace work;
+  const std::string name = "it's `touch x` $(touch y).wav";
+  writeSound(work.path(name), {8000, 2, SF_FORMAT_WAV | SF_FORMAT_PCM_16, softNoise(32000)});
+  const std::string path =
+      pathWith(work, "gnuplot", "/bin/cp picture.gnuplot courses ..\n/bin/cp before picture.png\n");
+  const auto script = [&](const Names& options) {
+    Names arguments = {name, "--plot", "p.png"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    REQUIRE(render(arguments, withPath(work, path)).status == 0);
+    return fileBytes(work.path("picture.gnuplot"));
+  };
+  CHECK(holds(script({}), "\nrecording = 'it''s `touch x` $(touch y).wav (mean of its 2 channels)'\n"));
+  CHECK(holds(script({"--channels", "left"}), "\nrecording = 'it''s `touch x` $(touch y).wav'\n"));
+  const std::string part = script({"--from", "0.5", "--to", "1.5", "--pedal", "0:0,2:1"});
+  CHECK(holds(part, "start = 0.5\n"));
+  std::istringstream courses(fileBytes(work.path("courses")));
+  double seconds = 0.0, pedal = 0.0, cents = 0.0, first = -1.0;
+  while (courses >> seconds >> pedal >> cents) {
+    if (first < 0.0) first = seconds;
+    REQUIRE(pedal == doctest::Approx(seconds / 2.0).epsilon(1e-4));
+  }
+  CHECK(first == doctest::Approx(0.5).epsilon(0.01));
+  CHECK(seconds == doctest::Approx(1.5).epsilon(0.01));
+}
+
 TEST_CASE("pictures that cannot be") {
   const Workspace work;
   writeInput(work);
@@ -349,28 +378,92 @@ TEST_CASE("picture and preset cannot be one file") {
 TEST_CASE("the player gets the finished output, whatever its name") {
   const Workspace work;
   writeInput(work);
-  const std::string path =
-      pathWith(work, "play", "/bin/cp \"$2\" heard.wav || exit 1\necho \"$#:$1\" > told\n");
-  Surroundings surroundings = withPath(work, path);
   // The player runs elsewhere; the script needs a place of its own.
-  pathWith(work, "play", "cd '" + work.path("") + "'\n/bin/cp \"$2\" heard.wav\necho \"$#:$1\" > told\n");
+  const std::string path =
+      pathWith(work, "play", "cd '" + work.path("") + "'\n/bin/cp \"$2\" heard.wav\necho \"$#:$1\" > told\n");
   const std::string output = "-q it's; $(x).wav";
-  const Outcome outcome = render({"in.wav", "./" + output, "--pedal", "1", "--play"}, surroundings);
+  const Outcome outcome = render({"in.wav", "./" + output, "--pedal", "1", "--play"}, withPath(work, path));
   CHECK(outcome.err == "");
   CHECK(outcome.out == "");
   CHECK(outcome.status == 0);
   CHECK(fileBytes(work.path("heard.wav")) == fileBytes(work.path(output)));
   CHECK(fileBytes(work.path("told")) == "2:-q\n");
-
-  // Without an output of its own the same sound is heard, and nothing stays.
-  fs::remove(work.path(output));
-  const std::string kept = fileBytes(work.path("heard.wav"));
-  CHECK(render({"in.wav", "--pedal", "1", "--play"}, surroundings).status == 0);
-  CHECK(fileBytes(work.path("heard.wav")) == kept);
-  CHECK(work.names() == Names{"heard.wav", "in.wav", "programs", "told"});
 }
 
-TEST_CASE("players are tried until one works, and asked for types that they know") {
+TEST_CASE("without an output the player hears the sound while it is rendered, and nothing stays") {
+  const Workspace work;
+  writeInput(work);
+  const std::string bytes = fileBytes(work.path("in.wav"));
+  REQUIRE(mkfifo(work.path("live").c_str(), 0600) == 0);
+  const std::string path = pathWith(work, "play", "exec /bin/cat > '" + work.path("heard.au") + "'\n");
+  Program program({"live", "--pedal", "0:0,0.5:1", "--play"}, withPath(work, path));
+  const int input = open(work.path("live").c_str(), O_WRONLY);
+  REQUIRE(write(input, bytes.data(), 60000) == 60000);
+  const auto heardBytes = [&] {
+    std::error_code error;
+    const auto size = fs::file_size(work.path("heard.au"), error);
+    return error ? 0 : size;
+  };
+  while (program.isRunning() && heardBytes() < 50000)
+    usleep(1000);
+  CHECK(heardBytes() < 60000); // the rest is not there yet
+  REQUIRE(write(input, bytes.data() + 60000, bytes.size() - 60000) ==
+          static_cast<long>(bytes.size() - 60000));
+  close(input);
+  const Outcome outcome = program.wait();
+  CHECK(outcome.err == "");
+  CHECK(outcome.status == 0);
+  CHECK(work.names() == Names{"heard.au", "in.wav", "live", "programs"});
+  REQUIRE(render({work.path("in.wav"), work.path("out.wav"), "--pedal", "0:0,0.5:1"}).status == 0);
+  CHECK(readSound(work.path("heard.au")).samples == readSound(work.path("out.wav")).samples);
+}
+
+TEST_CASE("of several players the one that plays a moment of silence gets the sound") {
+  const Workspace work;
+  writeInput(work);
+  const std::string path = pathWith(work, "pw-play", "/bin/cat > /dev/null\necho 'no daemon' >&2\nexit 1\n");
+  const std::string keeps = "/bin/cat > '" + work.path("tried.au") + "'\n[ -e '" + work.path("heard.au") +
+                            "' ] || /bin/mv '" + work.path("tried.au") + "' '" + work.path("heard.au") +
+                            "'\n";
+  pathWith(work, "play", keeps);
+  CHECK(render({"in.wav", "--play"}, withPath(work, path)).status == 0);
+  const Sound silence = readSound(work.path("heard.au"));
+  CHECK(silence.rateHz == 44100);
+  CHECK(silence.channels == 1);
+  CHECK(silence.samples == std::vector<double>(2205)); // 50 ms
+  CHECK(readSound(work.path("tried.au")).samples.size() == 40000);
+  pathWith(work, "play", "echo 'no device' >&2\nexit 2\n");
+  const Outcome none = render({"in.wav", "--play"}, withPath(work, path));
+  CHECK(none.status == 1);
+  CHECK(none.err == "treadshift-render: --play 'in.wav': could not be played (pw-play: no daemon, play: no "
+                    "device)\n");
+}
+
+TEST_CASE("a player that fails in the middle, or ends") {
+  // More than a pipe holds, so that the end is met.
+  const Workspace work;
+  writeSound(work.path("in.wav"), {44100, 2, SF_FORMAT_WAV | SF_FORMAT_PCM_16, softNoise(400000)});
+  const std::string path =
+      pathWith(work, "aplay", "/usr/bin/head -c 1000 > /dev/null\necho lost >&2\nexit 3\n");
+  const Outcome failed = render({"in.wav", "--play"}, withPath(work, path));
+  CHECK(failed.status == 1);
+  CHECK(failed.err == "treadshift-render: --play 'in.wav': could not be played (aplay: lost)\n");
+  pathWith(work, "aplay", "/usr/bin/head -c 1000 > /dev/null\n");
+  const Outcome ended = render({"in.wav", "--play"}, withPath(work, path));
+  CHECK(ended.status == 1);
+  CHECK(ended.err ==
+        "treadshift-render: --play 'in.wav': could not be played (aplay: ended before the sound did)\n");
+  // What is wrong with the recording is told as such.
+  const std::string flac = work.path("half.flac");
+  writeSound(flac, {44100, 1, SF_FORMAT_FLAC | SF_FORMAT_PCM_16, softNoise(40000)});
+  writeBytes(flac, fileBytes(flac).substr(0, 30000));
+  pathWith(work, "aplay", "exec /bin/cat > /dev/null\n");
+  const Outcome damaged = render({"half.flac", "--play"}, withPath(work, path));
+  CHECK(damaged.status == 1);
+  CHECK(holds(damaged.err, "input 'half.flac': damaged or cut short"));
+}
+
+TEST_CASE("players are tried until one plays the output, and asked for types that they know") {
   const Workspace work;
   writeInput(work);
   const std::string path = pathWith(work, "play", "echo 'no default audio device' >&2\nexit 2\n");

@@ -7,6 +7,7 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <sstream>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -44,6 +45,17 @@ std::string readToEnd(int end) {
     text.append(part, static_cast<std::size_t>(count));
   close(end);
   return text;
+}
+
+// Takes the lines about cut tails out of a text; result: these.
+std::string takeCutTails(std::string& text) {
+  static const std::regex line("treadshift-render: (in|out)put '[^\n]*': [0-9]+ ms of bent sound [^\n]*\n");
+  std::string taken;
+  for (std::smatch match; std::regex_search(text, match, line);) {
+    taken += match.str();
+    text.erase(static_cast<std::size_t>(match.position()), static_cast<std::size_t>(match.length()));
+  }
+  return taken;
 }
 
 void limitFileSize(long bytes) {
@@ -140,6 +152,7 @@ Outcome Program::wait() {
   Outcome outcome;
   outcome.out = readToEnd(outEnd);
   outcome.err = readToEnd(errEnd);
+  outcome.cutTails = takeCutTails(outcome.err);
   int status = 0;
   struct rusage usage = {};
   REQUIRE(wait4(child, &status, 0, &usage) == child);

@@ -25,7 +25,8 @@ private:
 struct Outcome {
   int status = -1;        // exit status, or 128 + number of the signal that ended the program
   std::string out;        // standard output
-  std::string err;        // standard error output
+  std::string err;        // standard error output, without ...
+  std::string cutTails;   // ... the lines about bent sound cut off at the end: noise always has some
   long peakKilobytes = 0; // the most memory that it had at one time
 };
 

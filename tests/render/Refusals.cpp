@@ -90,7 +90,7 @@ TEST_CASE("calls that are wrong as they stand") {
   refusal.checkOption("option '--normalise': no such option; did you mean --normalize? see ",
                       {"--normalise"});
   refusal.checkOption("option '--gian=3': no such option; did you mean --gain? see ", {"--gian=3"});
-  refusal.checkOption("option '-o': no such option; see ", {"-o"});
+  refusal.checkOption("option '-z': no such option; see ", {"-z"});
   refusal.checkOption("option '--ox': no such option; see ", {"--ox"});
   refusal.checkOption("--tone: its value is missing; give --tone VALUE|FILE; see ", {"--tone"});
   refusal.checkOption("--plot: its value is missing; give --plot FILE.png; see ", {"--plot"});
@@ -122,6 +122,68 @@ TEST_CASE("calls that are wrong as they stand") {
   for (const char* block : {"0", "-1", "1048577", "99999999999999999999", "64.5", "64x", ""}) {
     refusal.checkOption("--block '" + std::string(block) + "': ", {"--block", block});
   }
+}
+
+TEST_CASE("an option that others have names the way to the same thing") {
+  const Refusal refusal;
+  const std::pair<const char*, const char*> ways[] = {
+      {"--rate", "the output keeps the rate; change it with: sox in.wav -r 48000 out.wav"},
+      {"--sample-rate", "the output keeps the rate; change it with: sox in.wav -r 48000 out.wav"},
+      {"--stereo", "two channels from one: sox in.wav -c 2 out.wav"},
+      {"--mono", "give --channels mix, left or right"},
+      {"--bpm", "the pedal keeps the tempo; change it with: sox in.wav out.wav tempo 1.25"},
+      {"--mix", "--wet takes the bent sound alone, --dry-gain DB adds the recording"},
+      {"--format", "the output's name tells its type; --type and --bits set it otherwise"},
+      {"--output", "the output is named after the input: in.wav out.wav"},
+      {"-o", "the output is named after the input: in.wav out.wav"},
+      {"-i", "the input is named without an option: in.wav out.wav"},
+      {"-f", "leave out --no-clobber, which keeps files"},
+      {"--threads", "give --jobs N"}};
+  for (const auto& [option, way] : ways)
+    refusal.checkOption("option '" + std::string(option) + "': no such option; " + way + "\n", {option, "2"});
+  refusal.checkOption("option '--rate=48000': no such option; the output keeps the rate; ", {"--rate=48000"});
+  refusal.checkOption("--channels 'stereo': no such choice; give each, left, right or mix; two channels from "
+                      "one: sox in.wav -c 2 out.wav\n",
+                      {"--channels", "stereo"});
+  refusal.checkOption("--channels '1': no such choice; give each, left, right or mix; mix makes one ",
+                      {"--channels", "1"});
+}
+
+TEST_CASE("parts and mixes that cannot be") {
+  const Refusal refusal;
+  for (const char* time : {"-1", "1:60", "1:2:3:4", "1.5:0", "x", "", "1:", ":1", "nan", "1e10"})
+    refusal.checkOption("--from '" + std::string(time) + "': not a time; give seconds, mm:ss or hh:mm:ss, ",
+                        {"--from", time});
+  refusal.checkOption("--to '1': not after --from; ", {"--from", "0:01", "--to", "1"});
+  refusal.checkOption("--to '0': not after --from; ", {"--to", "0"});
+  refusal.checkOption("--dry-gain '97': not decibels from -96 to 96; ", {"--dry-gain", "97"});
+  // 4000 frames at 44100 Hz.
+  refusal.check(1, "--from '0.1': '" + refusal.path("in.wav") + "' has no sound there; ",
+                {refusal.path("in.wav"), refusal.path("out.wav"), "--from", "0.1"});
+  refusal.check(1,
+                "--wet: in blocks of 217 samples at 44100 Hz the dry sound cannot be told from the bent one; "
+                "give --block 216 or less",
+                {refusal.path("in.wav"), refusal.path("out.wav"), "--wet", "--block", "217"});
+}
+
+TEST_CASE("comparisons that cannot be") {
+  const Refusal refusal;
+  refusal.checkOption("--each-color: makes several outputs; say where to with --out-dir DIR",
+                      {"--each-color"});
+  const auto check = [&](const std::string& start, std::vector<std::string> options) {
+    options.insert(options.begin(), {refusal.path("in.wav"), "--out-dir", refusal.path("bent")});
+    refusal.check(2, start, options);
+  };
+  check("--each-color: does not go with --color; ", {"--each-color", "--color", "2"});
+  check("--each-color: does not go with --each-preset; ", {"--each-color", "--each-preset"});
+  check("--each-preset: does not go with --preset; ", {"--each-preset", "--preset", "Octave climb"});
+  check("--each-preset: does not go with --save-preset; ",
+        {"--each-preset", "--save-preset", refusal.path("p")});
+  check("--play: is for one recording at a time; ", {"--each-color", "--play"});
+  check("--plot: is for one recording at a time; ", {"--each-preset", "--plot", refusal.path("p.png")});
+  writeBytes(refusal.path("twins"), "[a b]\ncolor = 1\n[a/b]\ncolor = 2\n");
+  check("--each-preset 'a/b': another preset would have its name in a file's; ",
+        {"--each-preset", "--load-preset", refusal.path("twins")});
 }
 
 TEST_CASE("values that nothing would read, before anything is written or listed") {
