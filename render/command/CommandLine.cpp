@@ -296,6 +296,7 @@ void CommandLine::refuseUnheardOutput() const {
 void CommandLine::refuseVariants() const {
   const std::pair<const char*, const char*> excluded[] = {{"--each-color", "--each-preset"},
                                                           {"--each-color", "--color"},
+                                                          {"--each-color", "--interval"},
                                                           {"--each-preset", "--preset"},
                                                           {"--each-color", "--save-preset"},
                                                           {"--each-preset", "--save-preset"}};

@@ -23,7 +23,7 @@ constexpr Wish kWishes[] = {
     {{"--overwrite", "--force", "-f"}, "leave out --no-clobber, which keeps files"},
     {{"--threads", "--parallel", "--workers"}, "give --jobs N"},
     {{"--pitch", "--semitones", "--cents", "--transpose", "--shift"},
-     "--color gives the interval at heel and toe, --pedal the way between; see --list-colors"},
+     "give --interval +7st, or cents as in --interval -50c"},
     {{"--tempo", "--bpm", "--speed", "--stretch"},
      "the pedal keeps the tempo; change it with: sox in.wav out.wav tempo 1.25"},
     {{"--mix", "--dry-wet", "--wet-dry", "--blend"},

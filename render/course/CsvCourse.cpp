@@ -10,26 +10,6 @@
 
 namespace {
 
-// The seconds of mm:ss or h:mm:ss with decimals; nothing when the text is no such time. They are put together
-// as text, so that 1:00.1 is the same number as 60.1.
-std::optional<double> clockSeconds(std::string_view text) {
-  constexpr int kMostHours = 10000, kPerMinute = 60, kPerHour = 3600;
-  const auto colon = text.find(':'), lastColon = text.rfind(':');
-  const bool hasHours = colon != lastColon;
-  const std::string_view seconds = text.substr(lastColon + 1);
-  const auto point = std::min(seconds.find('.'), seconds.size());
-  const auto hours = hasHours ? wholeNumber(text.substr(0, colon), 0, kMostHours) : 0;
-  const auto minutes = hasHours
-                           ? wholeNumber(text.substr(colon + 1, lastColon - colon - 1), 0, kPerMinute - 1)
-                           : wholeNumber(text.substr(0, colon), 0, kMostHours * kPerMinute);
-  const auto whole = wholeNumber(seconds.substr(0, point), 0, kPerMinute - 1);
-  const std::string_view decimals = seconds.substr(point);
-  const bool isDecimal = decimals.find_first_not_of("0123456789", 1) == std::string_view::npos;
-  if (!hours || !minutes || !whole || !isDecimal) return {};
-  return finiteNumber(std::to_string(*hours * kPerHour + *minutes * kPerMinute + *whole) +
-                      std::string(decimals));
-}
-
 class CsvReader {
 public:
   CsvReader(const std::string& subjectOfText, const CourseRule& ruleOfValues)

@@ -33,18 +33,27 @@ std::optional<int> wholeNumber(std::string_view text, int lowest, int highest) {
   return number;
 }
 
+// Put together as text, so that 1:00.1 is the same number as 60.1.
 std::optional<double> clockSeconds(std::string_view text) {
-  constexpr int kMost = 1000000; // of hours or minutes
-  double whole = 0.0;
-  int colons = 0;
-  for (std::size_t colon; (colon = text.find(':')) != std::string_view::npos; text.remove_prefix(colon + 1)) {
-    const auto part = wholeNumber(text.substr(0, colon), 0, colons == 0 ? kMost : 59);
-    if (!part || ++colons > 2) return {};
-    whole = (whole + *part) * 60.0;
+  constexpr int kMostHours = 10000, kPerMinute = 60, kPerHour = 3600;
+  const auto colon = text.find(':'), lastColon = text.rfind(':');
+  if (colon == std::string_view::npos) {
+    const auto seconds = finiteNumber(text);
+    return seconds && *seconds >= 0.0 ? seconds : std::nullopt;
   }
-  const auto seconds = finiteNumber(text);
-  if (!seconds || *seconds < 0.0 || (colons > 0 && *seconds >= 60.0)) return {};
-  return whole + *seconds;
+  const bool hasHours = colon != lastColon;
+  const std::string_view seconds = text.substr(lastColon + 1);
+  const auto point = std::min(seconds.find('.'), seconds.size());
+  const auto hours = hasHours ? wholeNumber(text.substr(0, colon), 0, kMostHours) : 0;
+  const auto minutes = hasHours
+                           ? wholeNumber(text.substr(colon + 1, lastColon - colon - 1), 0, kPerMinute - 1)
+                           : wholeNumber(text.substr(0, colon), 0, kMostHours * kPerMinute);
+  const auto whole = wholeNumber(seconds.substr(0, point), 0, kPerMinute - 1);
+  const std::string_view decimals = seconds.substr(point);
+  const bool isDecimal = decimals.find_first_not_of("0123456789", 1) == std::string_view::npos;
+  if (!hours || !minutes || !whole || !isDecimal) return {};
+  return finiteNumber(std::to_string(*hours * kPerHour + *minutes * kPerMinute + *whole) +
+                      std::string(decimals));
 }
 
 std::string shortest(double number) {

@@ -20,7 +20,7 @@ std::optional<double> finiteNumber(std::string_view text);
 std::optional<int> wholeNumber(std::string_view text, int lowest, int highest);
 
 // A time as seconds, mm:ss or hh:mm:ss, 0 or more; only the seconds may have a fraction, and each part
-// behind a colon is below 60. Nothing when the text is anything else. Allocates nothing.
+// behind a colon is below 60. Nothing when the text is anything else. Allocates.
 std::optional<double> clockSeconds(std::string_view text);
 
 // The fewest digits that read back as the same number. Allocates.
