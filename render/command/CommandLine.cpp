@@ -7,7 +7,6 @@
 #include "render/text/Console.h"
 #include "render/text/Text.h"
 
-#include <charconv>
 #include <filesystem>
 #include <numeric>
 #include <string_view>
@@ -32,15 +31,17 @@ Fault wrongCall(const std::string& subject, const std::optional<std::string>& va
   return Fault(ExitStatus::wrongCall, subject, value, wrong, right);
 }
 
-template <class Number>
-Number numberOf(const char* option, const std::string& text, Number lowest, Number highest,
+int wholeNumberOf(const char* option, const std::string& text, int lowest, int highest,
+                  const std::string& what, const std::string& right) {
+  if (const auto number = wholeNumber(text, lowest, highest)) return *number;
+  throw wrongCall(option, text, "not " + what, right);
+}
+
+double numberOf(const char* option, const std::string& text, double lowest, double highest,
                 const std::string& what, const std::string& right) {
-  Number number = {};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  const bool isRight =
-      error == std::errc() && end == text.data() + text.size() && number >= lowest && number <= highest;
-  if (!isRight) throw wrongCall(option, text, "not " + what, right);
-  return number;
+  const auto number = finiteNumber(text);
+  if (!number || *number < lowest || *number > highest) throw wrongCall(option, text, "not " + what, right);
+  return *number;
 }
 
 // How many letters must be put in, taken out or changed to make one word of the other.
@@ -322,8 +323,8 @@ RenderSettings CommandLine::settingsWithoutControls() const {
   result.modulePath = module;
   if (given("--block")) {
     result.blockFrames =
-        numberOf("--block", block, 1, kLargestBlock,
-                 "a number of samples from 1 to " + std::to_string(kLargestBlock), "64 is usual");
+        wholeNumberOf("--block", block, 1, kLargestBlock,
+                      "a number of samples from 1 to " + std::to_string(kLargestBlock), "64 is usual");
   }
   if (given("--channels")) result.channels = ChannelChoice(channels);
   if (given("--bits")) result.sampleFormat = sampleFormatNamed(bits);
@@ -391,8 +392,8 @@ RenderJob CommandLine::ownJob(const std::string& path, const Player* player) con
 
 int CommandLine::parallelJobs() const {
   if (given("--jobs"))
-    return numberOf("--jobs", jobCount, 1, kMostJobs, "a number from 1 to 256",
-                    "as many as there are processors is best");
+    return wholeNumberOf("--jobs", jobCount, 1, kMostJobs, "a number from 1 to 256",
+                         "as many as there are processors is best");
   return std::max(1, static_cast<int>(std::thread::hardware_concurrency()));
 }
 

@@ -1,15 +1,14 @@
 #include "render/course/PresetFile.h"
 
+#include "render/file/Descriptor.h"
 #include "render/file/OutputFile.h"
 #include "render/file/TextFile.h"
 #include "render/text/Text.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <system_error>
-#include <unistd.h>
 
 namespace {
 
@@ -41,18 +40,6 @@ void refuseToReplaceOther(const std::string& path) {
   if (held.size() > 1) fail("exists and holds " + std::to_string(held.size()) + " presets");
 }
 
-void writeAll(const OutputFile& file, std::string_view text) {
-  while (!text.empty()) {
-    const ssize_t count = write(file.descriptor(), text.data(), text.size());
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) {
-      throw Fault(ExitStatus::couldNot, "--save-preset", file.name(),
-                  "cannot be written (" + std::string(std::strerror(errno)) + ")");
-    }
-    text.remove_prefix(static_cast<std::size_t>(count));
-  }
-}
-
 } // namespace
 
 std::vector<Preset> loadPresets(const std::string& option, const std::string& path) {
@@ -69,6 +56,9 @@ void savePreset(const std::string& path, const Controls& controls, bool mayRepla
   const std::string text = presetText(nameFrom(path), controls);
   if (mayReplace) refuseToReplaceOther(path);
   OutputFile file(path, mayReplace);
-  writeAll(file, text);
+  if (const int error = writeAll(file.descriptor(), text.data(), text.size())) {
+    throw Fault(ExitStatus::couldNot, "--save-preset", path,
+                "cannot be written (" + std::string(std::strerror(error)) + ")");
+  }
   file.publish();
 }

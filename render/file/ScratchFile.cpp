@@ -7,7 +7,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
-#include <utility>
 
 namespace {
 
@@ -29,32 +28,21 @@ std::string temporaryDirectory() {
 }
 
 ScratchFile::ScratchFile(const std::string& directory) : place(directory), file(openNameless(directory)) {
-  if (file < 0) fail(errno);
+  if (!file.isOpen()) fail(errno);
 }
-
-ScratchFile::~ScratchFile() {
-  if (file >= 0) close(file);
-}
-
-int ScratchFile::release() { return std::exchange(file, -1); }
 
 void ScratchFile::write(const void* bytes, std::size_t count) {
-  for (std::size_t done = 0; done < count;) {
-    const ssize_t written = ::write(file, static_cast<const char*>(bytes) + done, count - done);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) fail(written < 0 ? errno : ENOSPC);
-    done += static_cast<std::size_t>(written);
-  }
+  if (const int error = writeAll(file.get(), bytes, count)) fail(error);
 }
 
 void ScratchFile::rewind() {
-  if (lseek(file, 0, SEEK_SET) != 0) fail(errno);
+  if (lseek(file.get(), 0, SEEK_SET) != 0) fail(errno);
 }
 
 std::size_t ScratchFile::read(void* bytes, std::size_t count) {
   std::size_t done = 0;
   while (done < count) {
-    const ssize_t got = ::read(file, static_cast<char*>(bytes) + done, count - done);
+    const ssize_t got = ::read(file.get(), static_cast<char*>(bytes) + done, count - done);
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) fail(errno);
     if (got == 0) break;

@@ -1,6 +1,8 @@
 // Room on the disk for what is too long for memory.
 #pragma once
 
+#include "render/file/Descriptor.h"
+
 #include <string>
 
 // The directory for temporary files: TMPDIR, else the system's. Allocates.
@@ -11,16 +13,12 @@ class ScratchFile {
 public:
   // directory: where the room is taken. Throws Fault (couldNot) when there is none to be had.
   explicit ScratchFile(const std::string& directory);
-  ~ScratchFile();
-
-  ScratchFile(const ScratchFile&) = delete;
-  ScratchFile& operator=(const ScratchFile&) = delete;
 
   // Open for reading and writing, empty at first.
-  int descriptor() const { return file; }
+  int descriptor() const { return file.get(); }
 
   // Hands the descriptor over to the caller.
-  int release();
+  int release() { return file.release(); }
 
   // Writes behind what was written before. Throws Fault (couldNot) when the disk is full or the like.
   void write(const void* bytes, std::size_t count);
@@ -35,5 +33,5 @@ private:
   [[noreturn]] void fail(int error) const;
 
   std::string place;
-  int file = -1;
+  Descriptor file;
 };

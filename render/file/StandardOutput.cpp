@@ -1,8 +1,8 @@
 #include "render/file/StandardOutput.h"
 
+#include "render/file/Descriptor.h"
 #include "render/text/Fault.h"
 
-#include <cerrno>
 #include <cstring>
 #include <unistd.h>
 #include <vector>
@@ -12,15 +12,9 @@ namespace {
 constexpr std::size_t kPartBytes = 65536;
 
 void send(const char* bytes, std::size_t count) {
-  for (std::size_t done = 0; done < count;) {
-    const ssize_t written = ::write(STDOUT_FILENO, bytes + done, count - done);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) {
-      throw Fault(ExitStatus::couldNot, "output", "-",
-                  std::string("cannot be written: ") + std::strerror(written < 0 ? errno : ENOSPC));
-    }
-    done += static_cast<std::size_t>(written);
-  }
+  if (const int error = writeAll(STDOUT_FILENO, bytes, count))
+    throw Fault(ExitStatus::couldNot, "output", "-",
+                std::string("cannot be written: ") + std::strerror(error));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "render/file/TextFile.h"
 
+#include "render/file/Descriptor.h"
 #include "render/text/Fault.h"
 
 #include <algorithm>
@@ -11,19 +12,6 @@
 
 namespace {
 
-// An open file that closes itself.
-class Descriptor {
-public:
-  explicit Descriptor(const std::string& path) : number(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {}
-  ~Descriptor() {
-    if (number >= 0) close(number);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  const int number; // negative: could not be opened
-};
-
 [[noreturn]] void fail(const std::string& subject, const std::string& path, const std::string& wrong,
                        const std::string& right) {
   throw Fault(ExitStatus::couldNot, subject, path, wrong, right);
@@ -34,17 +22,17 @@ std::string errorText() { return std::strerror(errno); }
 } // namespace
 
 std::string readSmallFile(const std::string& subject, const std::string& path, std::size_t largestBytes) {
-  const Descriptor file(path);
-  if (file.number < 0 && errno == ENOENT) fail(subject, path, "no such file", "give one that is there");
-  if (file.number < 0) fail(subject, path, "cannot be opened (" + errorText() + ")", "");
+  const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!file.isOpen() && errno == ENOENT) fail(subject, path, "no such file", "give one that is there");
+  if (!file.isOpen()) fail(subject, path, "cannot be opened (" + errorText() + ")", "");
   struct stat status = {};
-  if (fstat(file.number, &status) == 0 && S_ISDIR(status.st_mode)) {
+  if (fstat(file.get(), &status) == 0 && S_ISDIR(status.st_mode)) {
     fail(subject, path, "a directory", "give a file");
   }
   std::string bytes;
   char part[65536];
   for (;;) {
-    const ssize_t count = read(file.number, part, sizeof part);
+    const ssize_t count = read(file.get(), part, sizeof part);
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) fail(subject, path, "cannot be read (" + errorText() + ")", "");
     if (count == 0) return bytes;

@@ -1,21 +1,21 @@
 #include "render/look/PitchPicture.h"
 
 #include "render/course/Colors.h"
+#include "render/file/Descriptor.h"
 #include "render/file/OutputFile.h"
 #include "render/file/TemporaryDirectory.h"
 #include "render/look/PitchScript.h"
 #include "render/look/Subprocess.h"
 #include "render/module/OpenEffect.h"
 #include "render/text/Fault.h"
+#include "render/text/Text.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <unistd.h>
 
 namespace {
 
@@ -24,13 +24,6 @@ constexpr PitchRange kRange = {40.0, 3200.0, 48};
 
 constexpr char kPictureName[] = "picture.png";
 constexpr char kScriptName[] = "picture.gnuplot";
-
-std::string lowerCaseExtension(const std::string& path) {
-  std::string extension = std::filesystem::path(path).extension();
-  for (char& character : extension)
-    if (character >= 'A' && character <= 'Z') character = static_cast<char>(character - 'A' + 'a');
-  return extension;
-}
 
 // Several channels are looked at as one.
 std::string titleOf(const std::string& recording, int channels) {
@@ -53,7 +46,7 @@ std::string quoted(const std::string& text) {
 
 PitchPicture::PitchPicture(const std::string& file, bool mayReplace)
     : path(file), replaces(mayReplace), gnuplot(findProgram("gnuplot")) {
-  if (lowerCaseExtension(path) != ".png")
+  if (lowerCase(std::filesystem::path(path).extension().string()) != ".png")
     throw Fault(ExitStatus::wrongCall, "--plot", path, "the name does not end in .png", "give a .png file");
   if (gnuplot.empty()) {
     fail("pictures need the program gnuplot, which is not there",
@@ -148,14 +141,8 @@ void PitchPicture::publish(const std::string& directory) const {
   OutputFile file(path, replaces);
   char part[65536];
   while (drawn.read(part, sizeof part), drawn.gcount() > 0) {
-    for (std::streamsize done = 0; done < drawn.gcount();) {
-      const ssize_t count =
-          write(file.descriptor(), part + done, static_cast<std::size_t>(drawn.gcount() - done));
-      if (count < 0 && errno == EINTR) continue;
-      if (count <= 0)
-        fail(std::string("cannot be written: ") + std::strerror(count < 0 ? errno : ENOSPC), "make room");
-      done += count;
-    }
+    const int error = writeAll(file.descriptor(), part, static_cast<std::size_t>(drawn.gcount()));
+    if (error != 0) fail(std::string("cannot be written: ") + std::strerror(error), "make room");
   }
   file.publish();
 }

@@ -1,6 +1,7 @@
 #include "render/sound/SoundFormat.h"
 
 #include "render/text/Fault.h"
+#include "render/text/Text.h"
 
 #include <algorithm>
 #include <cctype>
@@ -24,12 +25,6 @@ const std::vector<SoundType>& types() {
       {"rf64", SF_FORMAT_RF64, 0, {".rf64"}, false},
   };
   return list;
-}
-
-std::string lowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char character) { return static_cast<char>(std::tolower(character)); });
-  return text;
 }
 
 std::string upperCase(std::string text) {
@@ -161,7 +156,7 @@ OutputFormat nearestFormat(const std::string& path, const SoundType& type, const
 } // namespace
 
 const SoundType* typeOfName(const std::string& path) {
-  const std::string extension = lowerCase(std::filesystem::path(path).extension());
+  const std::string extension = lowerCase(std::filesystem::path(path).extension().string());
   for (const SoundType& type : types()) {
     const auto& known = type.extensions;
     if (std::find(known.begin(), known.end(), extension) != known.end()) return &type;

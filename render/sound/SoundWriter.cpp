@@ -1,5 +1,6 @@
 #include "render/sound/SoundWriter.h"
 
+#include "render/file/Descriptor.h"
 #include "render/sound/OggSerial.h"
 #include "render/sound/OpeningLock.h"
 #include "render/text/Fault.h"
@@ -38,18 +39,9 @@ sf_count_t readFrom(void* bytes, sf_count_t count, void* file) {
 }
 
 sf_count_t writeTo(const void* bytes, sf_count_t count, void* file) {
-  sf_count_t done = 0;
-  while (done < count) {
-    const char* rest = static_cast<const char*>(bytes) + done;
-    const ssize_t written = ::write(watched(file).descriptor, rest, static_cast<std::size_t>(count - done));
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) {
-      if (watched(file).error == 0) watched(file).error = written < 0 ? errno : ENOSPC;
-      break;
-    }
-    done += written;
-  }
-  return done;
+  const int error = writeAll(watched(file).descriptor, bytes, static_cast<std::size_t>(count));
+  if (watched(file).error == 0) watched(file).error = error;
+  return error == 0 ? count : 0;
 }
 
 sf_count_t positionIn(void* file) { return lseek(watched(file).descriptor, 0, SEEK_CUR); }
