@@ -55,7 +55,7 @@ std::vector<Preset> loadPresets(const std::string& option, const std::string& pa
 void savePreset(const std::string& path, const Controls& controls, bool mayReplace) {
   const std::string text = presetText(nameFrom(path), controls);
   if (mayReplace) refuseToReplaceOther(path);
-  OutputFile file(path, mayReplace);
+  OutputFile file(path, mayReplace ? ReplacingRule{} : refuseToReplace);
   if (const int error = writeAll(file.descriptor(), text.data(), text.size())) {
     throw Fault(ExitStatus::couldNot, "--save-preset", path,
                 "cannot be written (" + std::string(std::strerror(error)) + ")");

@@ -75,7 +75,9 @@ bool isStream(int descriptor) {
 
 std::unique_ptr<Output> openOutput(const RenderJob& job, const RenderSettings& settings) {
   if (job.player) return job.player->stream(job.inputPath);
-  if (job.outputPath != "-") return std::make_unique<OutputFile>(job.outputPath, settings.mayReplace);
+  if (job.outputPath != "-")
+    return std::make_unique<OutputFile>(job.outputPath,
+                                        settings.mayReplace ? ReplacingRule{} : refuseToReplace);
   return std::make_unique<StandardOutput>(job.type->streams && isStream(STDOUT_FILENO));
 }
 

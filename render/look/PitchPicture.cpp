@@ -45,13 +45,14 @@ std::string quoted(const std::string& text) {
 } // namespace
 
 PitchPicture::PitchPicture(const std::string& file, bool mayReplace)
-    : path(file), replaces(mayReplace), gnuplot(findProgram("gnuplot")) {
+    : path(file), gnuplot(findProgram("gnuplot")) {
   if (lowerCase(std::filesystem::path(path).extension().string()) != ".png")
     throw Fault(ExitStatus::wrongCall, "--plot", path, "the name does not end in .png", "give a .png file");
   if (gnuplot.empty()) {
     fail("pictures need the program gnuplot, which is not there",
          "install it (the package gnuplot-nox), or leave out --plot");
   }
+  output = std::make_unique<OutputFile>(path, mayReplace ? ReplacingRule{} : refuseToReplace);
 }
 
 void PitchPicture::begin(const std::string& recording, const SoundInfo& sound, const Controls& controls,
@@ -136,15 +137,14 @@ void PitchPicture::runGnuplot(const std::string& directory) const {
        "gnuplot needs the terminal pngcairo, as in the package gnuplot-nox");
 }
 
-void PitchPicture::publish(const std::string& directory) const {
+void PitchPicture::publish(const std::string& directory) {
   std::ifstream drawn(directory + "/" + kPictureName, std::ios::binary);
-  OutputFile file(path, replaces);
   char part[65536];
   while (drawn.read(part, sizeof part), drawn.gcount() > 0) {
-    const int error = writeAll(file.descriptor(), part, static_cast<std::size_t>(drawn.gcount()));
+    const int error = writeAll(output->descriptor(), part, static_cast<std::size_t>(drawn.gcount()));
     if (error != 0) fail(std::string("cannot be written: ") + std::strerror(error), "make room");
   }
-  file.publish();
+  output->publish();
 }
 
 void PitchPicture::fail(const std::string& wrong, const std::string& right) const {

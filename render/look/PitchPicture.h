@@ -3,6 +3,7 @@
 #pragma once
 
 #include "render/course/Controls.h"
+#include "render/file/OutputFile.h"
 #include "render/look/Spectrogram.h"
 #include "render/sound/SoundFormat.h"
 
@@ -12,7 +13,7 @@
 class PitchPicture {
 public:
   // path: the PNG file to make. Throws Fault: wrongCall when its name does not end in .png, couldNot when
-  // gnuplot is missing. Allocates.
+  // gnuplot is missing or the place cannot take a file. Allocates.
   PitchPicture(const std::string& path, bool mayReplace);
 
   // The sound begins. recording: its file's name, or "-". sound: of the recording and the bent one alike.
@@ -36,11 +37,10 @@ private:
   void writeCourses(const std::string& directory) const;
   void writeScript(const std::string& directory, double octave) const;
   void runGnuplot(const std::string& directory) const;
-  void publish(const std::string& directory) const;
+  void publish(const std::string& directory);
   [[noreturn]] void fail(const std::string& wrong, const std::string& right) const;
 
   std::string path;
-  bool replaces;
   std::string gnuplot; // the program's path
   Controls courses;
   std::array<double, kParameterCount> defaults = {};
@@ -48,4 +48,5 @@ private:
   double rateHz = 0.0;
   double start = 0.0; // seconds into the recording
   std::unique_ptr<Spectrogram> before, after;
+  std::unique_ptr<OutputFile> output; // taken at once, so that no long rendering ends in its refusal
 };

@@ -224,7 +224,7 @@ TEST_CASE("with --no-clobber a file that appears meanwhile is not replaced eithe
   Program program({work.path("in.wav"), work.path("out.wav"), "--no-clobber"});
   const int input = open(work.path("in.wav").c_str(), O_WRONLY);
   REQUIRE(write(input, bytes.data(), 20000) == 20000);
-  while (program.isRunning() && work.names().size() < 3)
+  while (program.isRunning() && program.filesWrittenIn(work.path("")) == 0)
     usleep(1000); // until the unfinished output is there
   writeBytes(work.path("out.wav"), "someone else's");
   REQUIRE(write(input, bytes.data() + 20000, bytes.size() - 20000) ==
@@ -253,7 +253,7 @@ TEST_CASE("a signal leaves none of several unfinished outputs behind") {
     inputs[i] = open(paths[i].c_str(), O_WRONLY);
     REQUIRE(write(inputs[i], bytes.data(), 20000) == 20000);
   }
-  while (program.isRunning() && namesIn(work.path("bent")).size() < 3)
+  while (program.isRunning() && program.filesWrittenIn(work.path("bent")) < 3)
     usleep(1000);
   program.signal(SIGINT);
   const Outcome outcome = program.wait();

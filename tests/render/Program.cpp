@@ -10,6 +10,7 @@
 #include <regex>
 #include <sstream>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -143,6 +144,18 @@ bool Program::isRunning() const {
   siginfo_t ended = {};
   return waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
          ended.si_pid == 0;
+}
+
+int Program::filesWrittenIn(const std::string& directory) const {
+  const std::string descriptors = "/proc/" + std::to_string(child) + "/fd";
+  std::error_code error;
+  int count = 0;
+  for (const auto& each : fs::directory_iterator(descriptors, error)) {
+    struct stat link = {};
+    const bool isForWriting = lstat(each.path().c_str(), &link) == 0 && (link.st_mode & S_IWUSR) != 0;
+    if (isForWriting && fs::read_symlink(each.path(), error).string().rfind(directory, 0) == 0) ++count;
+  }
+  return count;
 }
 
 void Program::signal(int number) const { kill(child, number); }

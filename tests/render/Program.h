@@ -53,6 +53,10 @@ public:
   static Program command(const std::vector<std::string>& words, const Surroundings& surroundings);
 
   bool isRunning() const;
+
+  // The files that it has open for writing and that are or will be in a directory; they need not have a name
+  // yet.
+  int filesWrittenIn(const std::string& directory) const;
   void signal(int number) const;
   Outcome wait();
 
