@@ -16,6 +16,12 @@ public:
   using std::runtime_error::runtime_error;
 };
 
+// The effect is lost by no fault of the module: its worker was ended from outside.
+class EffectKilled : public EffectError {
+public:
+  using EffectError::EffectError;
+};
+
 // The numbers of an effect's record, at the widths that both pointer widths share.
 struct EffectFacts {
   std::int32_t programCount;

@@ -119,7 +119,7 @@ void WorkerRunner::finish() const {
 }
 
 void WorkerRunner::add(const WorkerOrder& order, std::span<const char> bytes) const {
-  if (!loss.empty()) throw EffectError(loss);
+  if (!loss.empty()) failLost();
   if (bytes.size() > kLargestWorkerMessage) throw EffectError("takes no blocks of that size in its worker");
   WorkerOrder header = order;
   header.bytes = static_cast<std::uint32_t>(bytes.size());
@@ -164,6 +164,11 @@ WorkerRunner::Answer WorkerRunner::receiveAnswer(std::span<char> bytes, const st
 
 void WorkerRunner::lose(const std::string& reason) const {
   loss = reason;
+  failLost();
+}
+
+void WorkerRunner::failLost() const {
+  if (isKilled) throw EffectKilled(loss);
   throw EffectError(loss);
 }
 
@@ -179,6 +184,7 @@ void WorkerRunner::loseAfterHangUp(const std::string& activity) const {
   case WorkerProcess::Ending::signalled:
     if (isFaultOfProgram(number))
       lose("crashed its worker process " + activity + " (" + signalName(number) + ")");
+    isKilled = true;
     lose("lost its worker process " + activity + " (killed by " + signalName(number) + ")");
   case WorkerProcess::Ending::exited:
     if (number == kCannotLoadProgram)

@@ -52,6 +52,7 @@ private:
   Answer exchange(const WorkerOrder& order, std::span<const char> sent, std::span<char> received,
                   const std::string& activity) const;
   [[noreturn]] void lose(const std::string& reason) const;
+  [[noreturn]] void failLost() const;
   [[noreturn]] void loseAfterHangUp(const std::string& activity) const;
   [[noreturn]] void loseAfterRefusal(std::uint32_t bytes, const std::string& activity) const;
   void receive(std::span<char> bytes, const std::string& activity) const;
@@ -62,4 +63,5 @@ private:
   mutable std::vector<char> orders; // not sent yet
   mutable BlockRun started{};       // its output is still to come
   mutable std::string loss;         // why the worker is of no use any more; empty: it is
+  mutable bool isKilled = false;    // the loss was nobody's fault in the worker
 };

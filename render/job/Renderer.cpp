@@ -21,7 +21,7 @@ template <typename Step> auto withEffects(const std::string& modulePath, Step st
   try {
     return step();
   } catch (const EffectError& error) {
-    failModule(modulePath, error.what());
+    failModule(modulePath, error);
   }
 }
 

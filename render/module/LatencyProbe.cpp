@@ -59,7 +59,7 @@ int probe(const std::string& modulePath, const Controls& controls, int rateHz,
   }
   return reportedSamples;
 } catch (const EffectError& error) {
-  failModule(modulePath, error.what());
+  failModule(modulePath, error);
 }
 
 } // namespace

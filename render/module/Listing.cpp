@@ -194,6 +194,6 @@ std::string listEffect(const std::string& modulePath, const Controls& controls) 
            identity(*effect) + "\nCan do\n" + capabilities(*effect) + "\nParameters\n" + parameters(*effect) +
            "\n" + programs(*effect);
   } catch (const EffectError& error) {
-    failModule(modulePath, error.what());
+    failModule(modulePath, error);
   }
 }

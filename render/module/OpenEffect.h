@@ -12,3 +12,4 @@ std::unique_ptr<EffectDriver> openEffect(const std::string& modulePath);
 
 // Throws the Fault (couldNot) for what is wrong with a module, at its opening or later.
 [[noreturn]] void failModule(const std::string& modulePath, const std::string& wrong);
+[[noreturn]] void failModule(const std::string& modulePath, const EffectError& error);
