@@ -57,6 +57,7 @@ private:
 void printLists(const CommandLine& line) {
   if (line.controlOptions.listColors) printText(colorList());
   if (line.controlOptions.listPresets) printText(presetList());
+  if (!line.again.empty() && !line.renders()) printText(settingsNoteOf(line.again) + "\n");
   if (line.show) printText(listEffect(findModule(line.module), line.controls()));
 }
 
@@ -89,6 +90,16 @@ void tellFoundColor(const Controls& controls) {
                " (" + std::string(color.mix) + "); --color takes another");
 }
 
+// The controls come from files that may be read only once.
+void saveAsked(const CommandLine& line, const Controls& controls) {
+  const std::string& path = line.controlOptions.savePreset;
+  savePreset(path, controls, !line.noClobber);
+  const Course* const pedal = controls.course(kParameterPedal);
+  if (pedal && !pedal->constant() && !line.quiet)
+    printMessage(
+        messageLine("--save-preset", path, "the pedal moves, which a preset does not hold: left out"));
+}
+
 ExitStatus renderAndFollow(const CommandLine& line) {
   RenderSettings settings = line.settings();
   if (!line.quiet) tellFoundColor(settings.controls);
@@ -109,6 +120,7 @@ ExitStatus renderAndFollow(const CommandLine& line) {
   std::optional<PitchPicture> picture;
   if (!line.plot.empty()) picture.emplace(line.plot, !line.noClobber);
   settings.modulePath = findModule(settings.modulePath);
+  if (!line.controlOptions.savePreset.empty()) saveAsked(line, settings.controls);
   const OutputDirectory directory(line.outDirectory);
   const ExitStatus status = runBatch(jobs, settings, parallel, line.reports(), picture ? &*picture : nullptr);
   if (status != ExitStatus::done) return status;
@@ -123,9 +135,9 @@ ExitStatus run(const CommandLine& line) {
   refuseOverSounds("--save-preset", line.controlOptions.savePreset, line);
   if (!line.plot.empty()) refuseSamePath("--plot", line.plot, line.controlOptions.savePreset);
   printLists(line);
-  if (!line.controlOptions.savePreset.empty())
-    savePreset(line.controlOptions.savePreset, line.controls(), !line.noClobber);
-  return line.renders() ? renderAndFollow(line) : ExitStatus::done;
+  if (line.renders()) return renderAndFollow(line);
+  if (!line.controlOptions.savePreset.empty()) saveAsked(line, line.controls());
+  return ExitStatus::done;
 }
 
 ExitStatus runReportingFaults(int argc, char** argv) {

@@ -59,6 +59,12 @@ std::size_t differences(const std::string& from, const std::string& to) {
   return row.back();
 }
 
+bool isParameter(const std::string& option) {
+  for (int index = 0; index < kParameterCount; ++index)
+    if (optionName(static_cast<ParameterIndex>(index)) == option) return true;
+  return false;
+}
+
 void addText(CLI::App& app, const char* name, std::string& text, const char* type, const char* group,
              const char* help) {
   app.add_option(name, text, help)->type_name(type)->group(group);
@@ -94,6 +100,16 @@ void CommandLine::addFileOptions() {
   addText(app, "-j,--jobs", jobCount, "N", kFileGroup,
           "recordings rendered at the same time; as many as there are processors if not given");
   addFlag(app, "-n,--no-clobber", noClobber, kFileGroup, "replace no file that is there");
+  addFlag(
+      app, "-y,--yes", yes, kFileGroup,
+      "replace files that are there, whoever made them; if not given, only those whose comment tells that "
+      "this program did, and empty ones");
+  addText(app, "--again", again, "FILE", kFileGroup,
+          "repeat the settings that the comment of an earlier output tells, which other options override; "
+          "without a recording, print them");
+  addFlag(app, "--no-tags", noTags, kFileGroup,
+          "leave out what the recording carries beside its sound (title, artist, comment, cue points, time "
+          "reference and so on), and the settings in the comment");
   addText(app, "--type", type, "TYPE", kFileGroup,
           "type of the output, whatever its name: wav, flac, ogg, opus, mp3, aiff, au, caf, w64 or rf64");
   addText(app, "--bits", bits, "FORMAT", kFileGroup,
@@ -111,7 +127,7 @@ void CommandLine::addFileOptions() {
   addText(app, "--gain", gain, "DB", kFileGroup, "make the output louder, or softer with a minus");
   addFlag(app, "--normalize", normalize, kFileGroup,
           "bring the output's peak to full scale; --gain then counts from there. The sound waits in a "
-          "temporary file beside the output until its peak is known");
+          "temporary file in TMPDIR, or beside the output, until its peak is known");
   addFlag(app, "--dither", dither, kFileGroup,
           "add triangular noise of one step before rounding to whole numbers, the same in every call");
 }
@@ -157,7 +173,28 @@ void CommandLine::addOtherOptions() {
       ->group(kOtherGroup);
 }
 
-void CommandLine::parse(int argc, char** argv) { app.parse(argc, argv); }
+void CommandLine::parse(int argc, char** argv) {
+  app.parse(argc, argv);
+  if (app.count("--again") == 1 && !again.empty())
+    parseAgain(std::vector<std::string>(argv + 1, argv + argc));
+}
+
+// The repeated settings come first, each in one word, as though they had been typed. A preset takes the place
+// of what presets are made of, and an interval that of the pedal.
+void CommandLine::parseAgain(const std::vector<std::string>& words) {
+  const bool hasPreset = given("--preset") || given("--load-preset");
+  std::vector<std::string> all;
+  for (const auto& [option, value] : notedSettings(again)) {
+    const bool isOfPresets =
+        option == "--color" || option == "--tone" || option == "--mode" || option == "--on";
+    const bool isReplaced = (hasPreset && isOfPresets) || (given("--interval") && option == "--pedal");
+    if (app.count(option) != 0 || isReplaced) continue;
+    all.push_back(value.empty() ? option : option + "=" + value);
+  }
+  all.insert(all.end(), words.begin(), words.end());
+  std::reverse(all.begin(), all.end()); // as the library wants them
+  app.parse(all);
+}
 
 // The library's words are "--tone: 1 required VALUE|FILE missing" and "Could not convert: --show = yes".
 Fault CommandLine::faultOf(const CLI::ParseError& error) {
@@ -191,6 +228,8 @@ void CommandLine::check() const {
   refuseEmptyNames();
   refuseValues();
   refuseFilesBesideLists();
+  refuseLostSettings();
+  if (yes && noClobber) throw wrongCall("--yes", {}, "contradicts --no-clobber", "give one of them");
   if (onlyLists()) return;
   refuseNumberOfFiles();
   refuseVariants();
@@ -200,6 +239,7 @@ void CommandLine::check() const {
 
 void CommandLine::refuseExtras() const {
   for (const std::string& extra : app.remaining()) {
+    if (extra == "--") continue; // ends the options
     const bool isOption = extra.size() > 1 && extra[0] == '-';
     if (!isOption) throw wrongCall("argument", extra, "not understood");
     const std::string name = extra.substr(0, extra.find('='));
@@ -226,6 +266,15 @@ std::string CommandLine::nearestOption(const std::string& name) const {
   return nearest;
 }
 
+void CommandLine::refuseLostSettings() const {
+  for (const auto& [option, takesValue] : notedOptions()) {
+    if (takesValue && given(option.c_str()) && app.get_option(option)->results().front() == kTooLongValue)
+      throw Fault(ExitStatus::couldNot, "--again", again,
+                  "its comment does not tell " + option + ", which was too long",
+                  "give " + option + " as well");
+  }
+}
+
 void CommandLine::refuseRepeats() const {
   for (const CLI::Option* option : app.get_options()) {
     if (!option->get_positional() && option->count() > 1)
@@ -234,8 +283,10 @@ void CommandLine::refuseRepeats() const {
 }
 
 void CommandLine::refuseEmptyNames() const {
-  const std::pair<const char*, const std::string&> names[] = {
-      {"--plot", plot}, {"--save-preset", controlOptions.savePreset}, {"--module", module}};
+  const std::pair<const char*, const std::string&> names[] = {{"--plot", plot},
+                                                              {"--save-preset", controlOptions.savePreset},
+                                                              {"--module", module},
+                                                              {"--again", again}};
   for (const auto& [option, name] : names) {
     if (given(option) && name.empty()) throw wrongCall(option, name, "no file", "give its name");
   }
@@ -251,7 +302,7 @@ void CommandLine::refuseValues() const {
 
 bool CommandLine::onlyLists() const {
   const bool lists = show || controlOptions.listColors || controlOptions.listPresets;
-  return lists || (given("--save-preset") && files.empty());
+  return lists || ((given("--save-preset") || given("--again")) && files.empty());
 }
 
 void CommandLine::refuseFilesBesideLists() const {
@@ -295,12 +346,10 @@ void CommandLine::refuseUnheardOutput() const {
 }
 
 void CommandLine::refuseVariants() const {
-  const std::pair<const char*, const char*> excluded[] = {{"--each-color", "--each-preset"},
-                                                          {"--each-color", "--color"},
-                                                          {"--each-color", "--interval"},
-                                                          {"--each-preset", "--preset"},
-                                                          {"--each-color", "--save-preset"},
-                                                          {"--each-preset", "--save-preset"}};
+  const std::pair<const char*, const char*> excluded[] = {
+      {"--each-color", "--each-preset"}, {"--each-color", "--color"},
+      {"--each-color", "--interval"},    {"--each-preset", "--preset"},
+      {"--each-color", "--save-preset"}, {"--each-preset", "--save-preset"}};
   for (const auto& [each, other] : excluded) {
     if (given(each) && given(other))
       throw wrongCall(each, {}, "does not go with " + std::string(other), "give one of them");
@@ -314,7 +363,17 @@ void CommandLine::refuseVariants() const {
 RenderSettings CommandLine::settings() const {
   RenderSettings result = settingsWithoutControls();
   result.controls = controls();
+  if (!noTags) note(result);
   return result;
+}
+
+// The parameters are noted by what drives them, which may be a preset or a file.
+void CommandLine::note(RenderSettings& settings) const {
+  settings.version = TREADSHIFT_VERSION;
+  for (const auto& [option, takesValue] : notedOptions()) {
+    if (!given(option.c_str()) || isParameter(option)) continue;
+    settings.noted.push_back({option, takesValue ? app.get_option(option)->results().front() : ""});
+  }
 }
 
 // Apart from the files that controls may come from, which may be read only once.
@@ -346,7 +405,9 @@ RenderSettings CommandLine::settingsWithoutControls() const {
   result.aligns = align;
   result.normalizes = normalize;
   result.dithers = dither;
-  result.mayReplace = !noClobber;
+  if (noClobber) result.replacingRule = refuseToReplace;
+  if (yes) result.replacingRule = {};
+  result.keepsTags = !noTags;
   result.measuresLatency = verbose || given("--stats");
   return result;
 }

@@ -4,6 +4,7 @@
 #include "render/command/ControlOptions.h"
 #include "render/job/Batch.h"
 #include "render/job/RenderJob.h"
+#include "render/job/SettingsNote.h"
 #include "render/text/Fault.h"
 
 #include <CLI/CLI.hpp>
@@ -18,6 +19,8 @@ public:
 
   // Throws CLI::Success for --help and --version, which print() then answers; CLI::ParseError for what is no
   // option or lacks its value.
+  // With --again the settings that a file's comment tells come before the user's own; throws Fault
+  // (couldNot) when it tells none.
   void parse(int argc, char** argv);
 
   // What a parse error that is no success says, in the manner of the other messages. Allocates.
@@ -57,8 +60,9 @@ public:
   BatchReports reports() const;
 
   std::string module, outDirectory, plot;
+  std::string again; // a file whose settings are repeated
   ControlOptions controlOptions;
-  bool show = false, play = false, quiet = false, noClobber = false;
+  bool show = false, play = false, quiet = false, noClobber = false, yes = false;
 
 private:
   void addFileOptions();
@@ -78,6 +82,9 @@ private:
   double timeOf(const char* option, const std::string& text) const;
   void refuseDirectory(const std::string& output) const;
   RenderSettings settingsWithoutControls() const;
+  void parseAgain(const std::vector<std::string>& words);
+  void refuseLostSettings() const;
+  void note(RenderSettings& settings) const;
   std::string nearestOption(const std::string& name) const;
   bool given(const char* option) const { return app.count(option) != 0; }
   bool onlyLists() const;
@@ -85,5 +92,5 @@ private:
   CLI::App app;
   std::vector<std::string> files;
   std::string type, bits, channels, gain, tail, from, to, dryGain, jobCount, block, stats;
-  bool normalize = false, dither = false, verbose = false, wet = false, align = false;
+  bool normalize = false, dither = false, verbose = false, wet = false, align = false, noTags = false;
 };

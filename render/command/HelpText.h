@@ -7,7 +7,8 @@ constexpr char kHelpDescription[] =
 Reads every sound file that libsndfile knows; - is the standard input. The
 output's name tells its type: .wav .flac .ogg .opus .mp3 .aiff .au .caf .w64
 .rf64; - is the standard output and gets AU unless --type says otherwise. The
-output keeps the sample rate, channels and sample format of the input.
+output keeps the sample rate, channels and sample format of the input, and its
+title, artist, cue points and the like as far as it holds them.
 )";
 
 constexpr char kHelpValues[] =
@@ -77,6 +78,8 @@ Examples:
       two recordings at once, to bent/guitar.wav and bent/bass.flac
   cat guitar.wav | treadshift-render - - --color 5 --pedal 1 > bent.au
       between two programs
+  treadshift-render --again bent.wav other.wav other-bent.wav
+      the settings of an earlier output, for another recording
   treadshift-render guitar.wav --pedal 0:0,2:1 --play --from 0:00.2 --to 0:02
       listen to a part while it is rendered, and keep nothing
   treadshift-render guitar.wav bass.flac --out-dir compared --each-color
@@ -90,6 +93,7 @@ Examples:
 
 Exit status:
 0 done, 1 could not be done, 2 wrong call. An output that exists is replaced
-only by a whole new one, and by none with --no-clobber. Of several recordings,
-one that cannot be rendered does not keep the others.
+only by a whole new one; only with -y when it is not this program's, which its
+comment tells (AU and W64 files hold none); and by none with --no-clobber. Of
+several recordings, one that cannot be rendered does not keep the others.
 )";

@@ -151,6 +151,25 @@ double Course::valueAt(double seconds) const {
   return from.value + (after->value - from.value) * share;
 }
 
+std::string Course::text() const {
+  if (points.size() == 1) return shortest(points.front().value);
+  if (periodSeconds > 0.0) return shapeText();
+  std::string list;
+  for (const Point& point : points) {
+    if (!list.empty()) list += ',';
+    list.append(shortest(point.seconds)).append(1, ':').append(shortest(point.value));
+  }
+  return list;
+}
+
+std::string Course::shapeText() const {
+  const std::string_view name = joint == Joint::step ? kSteps : joint == Joint::cosine ? kSine : kTriangle;
+  std::string text = std::string(name) + ":" + shortest(periodSeconds);
+  for (std::size_t i = 0; i + 1 < points.size(); ++i) // the last one is the first again
+    text.append(1, i == 0 ? ':' : '-').append(shortest(points[i].value));
+  return text;
+}
+
 std::optional<double> Course::constant() const {
   const double value = points.front().value;
   const bool moves =

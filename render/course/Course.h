@@ -52,12 +52,16 @@ public:
   // The course of other values. map: a straight line, from a value to its other value. Allocates.
   Course mapped(const std::function<double(double)>& map) const;
 
+  // As parse() reads it, with as many digits as bring back the same numbers. Allocates.
+  std::string text() const;
+
 private:
   enum class Joint { step, line, cosine }; // from one point to the next
 
   static Course parseShape(std::string_view text, const CourseRule& rule, TextPlace place);
   static Course shaped(Joint joint, double period, const std::vector<double>& values);
   double withinPeriod(double seconds) const;
+  std::string shapeText() const;
 
   std::vector<Point> points;
   Joint joint;

@@ -168,7 +168,10 @@ void Batch::printNotices(const RenderStatistics& statistics) const {
   };
   for (const std::string& notice : statistics.notices)
     print(notice);
-  if (reports.tellsMore) print(statisticsText(statistics));
+  if (!reports.tellsMore) return;
+  for (const std::string& detail : statistics.details)
+    print(detail);
+  print(statisticsText(statistics));
 }
 
 void Batch::printReadyJson() {

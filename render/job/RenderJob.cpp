@@ -10,12 +10,14 @@
 #include "render/look/Player.h"
 #include "render/sound/InputSound.h"
 #include "render/sound/SoundWriter.h"
+#include "render/sound/Tags.h"
 #include "render/text/Fault.h"
 #include "render/text/Text.h"
 
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdlib>
 #include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -44,7 +46,8 @@ void refuseUnplayable(const RenderJob& job, const RenderSettings& settings, cons
   const std::string rate = std::to_string(sound.rateHz) + " Hz";
   if (sound.rateHz > kHighestRateHz) fail("its sample rate of " + rate + " is too high for the effect");
   if (neededBytes(sound, settings.blockFrames) > machineBytes()) {
-    fail(std::to_string(sound.channels) + " channels at " + rate + " take more memory than there is");
+    fail(counted(sound.channels, "channel at ", "channels at ") + rate +
+         (sound.channels == 1 ? " takes" : " take") + " more memory than there is");
   }
   if (!effectRunsAt(settings.modulePath, sound.rateHz)) {
     fail("the effect does not run at its sample rate of " + rate + ", the sound would stay as it is");
@@ -75,9 +78,7 @@ bool isStream(int descriptor) {
 
 std::unique_ptr<Output> openOutput(const RenderJob& job, const RenderSettings& settings) {
   if (job.player) return job.player->stream(job.inputPath);
-  if (job.outputPath != "-")
-    return std::make_unique<OutputFile>(job.outputPath,
-                                        settings.mayReplace ? ReplacingRule{} : refuseToReplace);
+  if (job.outputPath != "-") return std::make_unique<OutputFile>(job.outputPath, settings.replacingRule);
   return std::make_unique<StandardOutput>(job.type->streams && isStream(STDOUT_FILENO));
 }
 
@@ -90,8 +91,10 @@ std::string milliseconds(double seconds) { return std::to_string(std::lround(100
 
 std::string decibels(double magnitude) { return std::to_string(std::lround(20.0 * std::log10(magnitude))); }
 
-std::string counted(std::int64_t samples, const char* one, const char* several) {
-  return std::to_string(samples) + (samples == 1 ? one : several);
+// Beside the output there is room for a sound of that size, most often more than in a usual /tmp.
+std::string scratchDirectory(const RenderJob& job) {
+  const char* const chosen = std::getenv("TMPDIR");
+  return (chosen && *chosen) || job.outputPath == "-" ? temporaryDirectory() : directoryOf(job.outputPath);
 }
 
 // One rendering from opening to the finished output.
@@ -116,6 +119,8 @@ private:
   void open();
   void measureDelay() { latency = measureLatency(settings.modulePath, settings.controls, outputInfo.rateHz); }
   std::int64_t lateFrames() const;
+  std::int64_t lastFrames() const;
+  Tags carriedTags() const;
   void finish(Progress& progress);
   void renderAll(Progress& progress);
   void deliver(double* samples, int frames);
@@ -136,6 +141,8 @@ private:
   std::optional<Latency> latency;
   std::unique_ptr<BentSound> sound;
   std::unique_ptr<Output> output;
+  SettingsNote note;
+  std::unique_ptr<TagWriter> tags; // null: the output carries none
   std::unique_ptr<SoundWriter> writer;
   std::unique_ptr<ScratchFile> rendered; // doubles that wait for their peak to be known; null: none need to
   std::optional<CutTail> cutTail;
@@ -152,13 +159,29 @@ void Rendering::open() {
   sound = std::make_unique<BentSound>(settings, input, lateFrames(), picture != nullptr);
   output = openOutput(job, settings);
   writer = std::make_unique<SoundWriter>(*output, outputInfo, settings.dithers);
-  if (settings.normalizes) {
-    rendered = std::make_unique<ScratchFile>(job.outputPath == "-" ? temporaryDirectory()
-                                                                   : directoryOf(job.outputPath));
+  if (settings.keepsTags) {
+    note = settingsNote(settings.version, settings.controls, settings.noted);
+    tags = std::make_unique<TagWriter>(carriedTags(), note.line, outputInfo.format, lastFrames());
+    writer->carry(*tags);
   }
+  if (settings.normalizes) rendered = std::make_unique<ScratchFile>(scratchDirectory(job));
   gain = std::pow(10.0, settings.gainDb / 20.0);
   if (picture)
     picture->begin(job.inputPath, outputInfo, settings.controls, settings.modulePath, settings.fromSeconds);
+}
+
+// In a part from the middle the positions would be others.
+Tags Rendering::carriedTags() const {
+  Tags carried = readTags(job.inputPath);
+  if (settings.fromSeconds > 0.0) carried.dropChunks();
+  return carried;
+}
+
+// Of the output, as far as they are known before it is rendered.
+std::int64_t Rendering::lastFrames() const {
+  if (!settings.toSeconds) return outputInfo.frames;
+  const std::int64_t asked = std::llround((*settings.toSeconds - settings.fromSeconds) * outputInfo.rateHz);
+  return outputInfo.frames < 0 ? asked : std::min(asked, outputInfo.frames);
 }
 
 std::int64_t Rendering::lateFrames() const {
@@ -238,15 +261,23 @@ RenderStatistics Rendering::statistics() const {
 
 void Rendering::addNotices(RenderStatistics& result) const {
   auto& notices = result.notices;
+  result.details = note.details;
   if (!formatNotice.empty()) notices.push_back(formatNotice);
   if (result.clippedSamples > 0) {
-    notices.push_back(counted(result.clippedSamples, " sample was", " samples were") +
+    notices.push_back(counted(result.clippedSamples, "sample was", "samples were") +
                       " beyond full scale and clipped; --gain -3 or --normalize avoids that, a "
                       "floating-point file would hold them");
   }
   if (result.unusableSamples > 0) {
-    notices.push_back(counted(result.unusableSamples, " sample", " samples") +
-                      " of the recording, not finite numbers, were taken as silence");
+    notices.push_back(counted(result.unusableSamples,
+                              "sample of the recording, not a finite number, was taken as silence",
+                              "samples of the recording, not finite numbers, were taken as silence"));
+  }
+  if (tags && !tags->lost().empty()) {
+    std::string names;
+    for (const std::string& name : tags->lost())
+      names += (names.empty() ? "" : ", ") + name;
+    result.details.push_back("not kept of what the recording carries: " + names);
   }
   if (settings.aligns) {
     notices.push_back(latency ? "shifted " + milliseconds(latency->average) +

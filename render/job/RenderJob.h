@@ -2,12 +2,15 @@
 #pragma once
 
 #include "render/course/Controls.h"
+#include "render/file/OutputFile.h"
 #include "render/job/RenderStatistics.h"
+#include "render/job/SettingsNote.h"
 #include "render/sound/ChannelChoice.h"
 #include "render/sound/SoundFormat.h"
 
 #include <optional>
 #include <string>
+#include <vector>
 
 class PitchPicture;
 class Player;
@@ -30,7 +33,10 @@ struct RenderSettings {
   double gainDb = 0.0;             // on top of normalizing, if that is done
   bool normalizes = false;         // the peak becomes full scale
   bool dithers = false;
-  bool mayReplace = true; // files that are there
+  ReplacingRule replacingRule = refuseToReplaceForeign; // about files that are there
+  bool keepsTags = true;                                // of the recording
+  std::vector<NotedSetting> noted;                      // for the output's comment, beside the controls
+  std::string version;                                  // of the program, for the comment
   bool measuresLatency = false;
 };
 

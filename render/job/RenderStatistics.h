@@ -19,6 +19,7 @@ struct RenderStatistics {
   std::int64_t unusableSamples = 0; // of the input, taken as silence
   std::optional<Latency> latency;   // when it was asked for and there is one
   std::vector<std::string> notices; // what the user should know about the output
+  std::vector<std::string> details; // what a user may want to know
 
   double seconds() const { return static_cast<double>(output.frames) / output.rateHz; }
 };

@@ -148,8 +148,9 @@ OutputFormat nearestFormat(const std::string& path, const SoundType& type, const
     return output;
   }
   throw Fault(ExitStatus::couldNot, "output", path,
-              upperCase(type.name) + " cannot hold " + std::to_string(sound.channels) + " channels at " +
-                  std::to_string(sound.rateHz) + " Hz",
+              upperCase(type.name) + " cannot hold " +
+                  counted(sound.channels, "channel at ", "channels at ") + std::to_string(sound.rateHz) +
+                  " Hz",
               "use .wav");
 }
 

@@ -101,6 +101,11 @@ void SoundWriter::leaveOutPeaks() {
   }
 }
 
+void SoundWriter::carry(TagWriter& writer) {
+  tags = &writer;
+  tags->begin(file.get());
+}
+
 void SoundWriter::write(const double* samples, std::int64_t frames) {
   refuseTooLong(frames);
   for (std::int64_t done = 0; done < frames; done += kSliceFrames) {
@@ -159,6 +164,8 @@ double SoundWriter::noise() {
 
 void SoundWriter::publish() {
   refuseIncomplete(sf_close(file.release()) == SF_ERR_NO_ERROR);
+  if (tags) watchedFile.error = tags->finish(output.descriptor());
+  refuseIncomplete(true);
   if (isOf(sound.format, SF_FORMAT_OGG) && !fixOggSerial(output.descriptor())) {
     watchedFile.error = errno;
     refuseIncomplete(false);

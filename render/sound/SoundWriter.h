@@ -4,6 +4,7 @@
 #include "render/file/Output.h"
 #include "render/sound/SoundFormat.h"
 #include "render/sound/SoundReader.h"
+#include "render/sound/Tags.h"
 
 #include <cstdint>
 #include <memory>
@@ -25,6 +26,9 @@ public:
   // adds noise of two equal parts, together up to one step up or down (triangular), before rounding to whole
   // numbers; the same noise for every file. Throws Fault (couldNot). Allocates.
   SoundWriter(Output& target, const SoundInfo& info, bool dither);
+
+  // Lets the file carry tags; before the first write. writer: must outlive this one. Allocates.
+  void carry(TagWriter& writer);
 
   // Writes frames with interleaved channels. Formats of whole numbers get the nearest number, and the end
   // of their range for samples outside it (0 for a sample that is no number); encoders of music get samples
@@ -49,6 +53,7 @@ private:
   double noise();
 
   Output& output;
+  TagWriter* tags = nullptr; // none
   WatchedFile watchedFile;
   SoundInfo sound;
   int bits; // of a format of whole numbers, else 0

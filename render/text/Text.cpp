@@ -66,6 +66,10 @@ std::string withSign(double number) {
   return text += shortest(number);
 }
 
+std::string counted(std::int64_t count, const char* one, const char* several) {
+  return std::to_string(count) + " " + (count == 1 ? one : several);
+}
+
 std::string excerpt(std::string_view text) {
   constexpr std::size_t kShownBytes = 40;
   constexpr int kContinuationMask = 0xC0, kContinuation = 0x80; // of UTF-8's further bytes of a character

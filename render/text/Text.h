@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -28,6 +29,9 @@ std::string shortest(double number);
 
 // The same with a plus before a number above 0. Allocates.
 std::string withSign(double number);
+
+// "1 loop" or "3 loops". Allocates.
+std::string counted(std::int64_t count, const char* one, const char* several);
 
 // As much of a text as a message can show in one line. Allocates.
 std::string excerpt(std::string_view text);

@@ -23,7 +23,7 @@ TEST_CASE("bash completes options and their values") {
     MESSAGE("not checked: there is no bash here");
     return;
   }
-  CHECK(offered("in.wav", "--no") == "--no-clobber\n--normalize\n");
+  CHECK(offered("in.wav", "--no") == "--no-clobber\n--no-tags\n--normalize\n");
   CHECK(offered("in.wav", "--pedal") == "--pedal\n--pedal-cc\n--pedal-channel\n");
   CHECK(offered("in.wav", "-n") == "-n\n");
   CHECK(offered("--mode", "") == "guitar\nbass\n");

@@ -62,6 +62,9 @@ TEST_CASE("every example of the help works as typed") {
     const Workspace work;
     writeSound(work.path("guitar.wav"), {44100, 2, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(40000)});
     writeSound(work.path("bass.flac"), {44100, 1, SF_FORMAT_FLAC | SF_FORMAT_PCM_16, noise(40000)});
+    writeSound(work.path("other.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(40000)});
+    if (holds(command, "--again"))
+      REQUIRE(render({work.path("other.wav"), work.path("bent.wav")}).status == 0);
     writeBytes(work.path("sweep.csv"), "seconds,value\n0,0\n0.2,1\n");
     writeBytes(work.path("take.mid"), kMidiFile);
     pathWith(work, "play", "exec cat > /dev/null\n");

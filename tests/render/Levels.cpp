@@ -196,6 +196,8 @@ TEST_CASE("samples that are no finite numbers are silence and counted") {
   CHECK(
       passed(work, in, {}, "3 samples of the recording, not finite numbers, were taken as silence").samples ==
       std::vector<double>{0.5, 0.0, 0.25, 0.0, 0.0, 0.125});
+  passed(work, {44100, 1, kDoubleWav, {0.5, none, 0.25}}, {},
+         "1 sample of the recording, not a finite number, was taken as silence");
   // With the pedal on they leave no trace either.
   Sound clean = in;
   for (double& sample : clean.samples)

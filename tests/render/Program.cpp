@@ -151,9 +151,11 @@ int Program::filesWrittenIn(const std::string& directory) const {
   std::error_code error;
   int count = 0;
   for (const auto& each : fs::directory_iterator(descriptors, error)) {
-    struct stat link = {};
+    struct stat link = {}, file = {};
     const bool isForWriting = lstat(each.path().c_str(), &link) == 0 && (link.st_mode & S_IWUSR) != 0;
-    if (isForWriting && fs::read_symlink(each.path(), error).string().rfind(directory, 0) == 0) ++count;
+    const bool isRegular = stat(each.path().c_str(), &file) == 0 && S_ISREG(file.st_mode);
+    if (isForWriting && isRegular && fs::read_symlink(each.path(), error).string().rfind(directory, 0) == 0)
+      ++count;
   }
   return count;
 }

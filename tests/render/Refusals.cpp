@@ -217,6 +217,22 @@ TEST_CASE("inputs that are no sound") {
                      "holds no sound; ");
 }
 
+TEST_CASE("places of pictures and presets are tried before the sound is read") {
+  const Refusal refusal;
+  const std::string missing = refusal.path("missing.wav"), nowhere = refusal.path("none/file");
+  const auto check = [&](int status, const std::string& start, const std::vector<std::string>& options) {
+    std::vector<std::string> arguments = {missing, refusal.path("out.wav")};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    refusal.check(status, start, arguments);
+  };
+  check(1, "output '" + nowhere + "': cannot write in '", {"--save-preset", nowhere, "--color", "2"});
+  check(2, "--plot '" + nowhere + "': the name does not end in .png; ", {"--plot", nowhere});
+  if (shell("command -v gnuplot >/dev/null").status == 0)
+    check(1, "output '" + nowhere + ".png': cannot write in '", {"--plot", nowhere + ".png"});
+  else
+    MESSAGE("not checked: the place of a picture, there is no gnuplot");
+}
+
 TEST_CASE("a name with a line break stays in one line") {
   const Refusal refusal;
   const std::string shown = refusal.path("two?lines.wav");

@@ -150,6 +150,16 @@ TEST_CASE("the tail is what the effect makes of silence behind the recording") {
                     [](double sample) { return std::abs(sample) > 0.01; }));
 }
 
+TEST_CASE("two dashes end the options, so that names may begin with one") {
+  const Workspace work;
+  Surroundings surroundings;
+  surroundings.directory = work.path("");
+  const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(5000)};
+  writeSound(work.path("-x.wav"), in);
+  CHECK(render({"--color", "2", "--", "-x.wav", "-y.wav"}, surroundings).status == 0);
+  CHECK(readSound(work.path("-y.wav")).samples == drive(in.samples, 44100, 64, {constant(kColor, 2.5 / 8)}));
+}
+
 TEST_CASE("a float file gets the doubles rounded once") {
   const Workspace work;
   const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_FLOAT, noise(8000)};

@@ -37,7 +37,7 @@ public:
 
   // Until the unfinished output is there.
   void handFirstPart(const Program& program) {
-    input = open(work.path("in.wav").c_str(), O_WRONLY);
+    input = open(work.path("in.wav").c_str(), O_RDWR); // waits for nobody, should the program have ended
     REQUIRE(write(input, bytes.data(), kFirstPart) == kFirstPart);
     while (program.isRunning() && program.filesWrittenIn(work.path("")) == 0)
       usleep(1000);
@@ -70,7 +70,7 @@ TEST_CASE("an existing output is replaced by a whole new one") {
   const Workspace work;
   writeInput(work);
   writeBytes(work.path("out.wav"), "an older rendering");
-  CHECK(render({work.path("in.wav"), work.path("out.wav")}).status == 0);
+  CHECK(render({work.path("in.wav"), work.path("out.wav"), "-y"}).status == 0);
   CHECK(readSound(work.path("out.wav")).samples.size() == 40000);
   CHECK(work.names() == Names{"in.wav", "out.wav"});
 }
@@ -81,7 +81,7 @@ TEST_CASE("an existing output survives when the input turns out to be damaged") 
   const std::string bytes = fileBytes(work.path("whole.flac"));
   writeBytes(work.path("half.flac"), bytes.substr(0, bytes.size() / 2));
   writeBytes(work.path("out.wav"), "an older rendering");
-  CHECK(render({work.path("half.flac"), work.path("out.wav")}).status == 1);
+  CHECK(render({work.path("half.flac"), work.path("out.wav"), "-y"}).status == 1);
   CHECK(fileBytes(work.path("out.wav")) == "an older rendering");
   CHECK(work.names() == Names{"half.flac", "out.wav", "whole.flac"});
 }
@@ -109,7 +109,7 @@ TEST_CASE("when there is no room nothing is left behind") {
     writeBytes(work.path(output), "an older rendering");
     Surroundings tight;
     tight.largestFileBytes = 6000;
-    const Outcome outcome = render({work.path("in.wav"), work.path(output), "-q"}, tight);
+    const Outcome outcome = render({work.path("in.wav"), work.path(output), "-qy"}, tight);
     CHECK(outcome.status == 1);
     CHECK(holds(outcome.err, "treadshift-render: output '" + work.path(output) + "': cannot be written"));
     CHECK(std::count(outcome.err.begin(), outcome.err.end(), '\n') == 1);
@@ -122,7 +122,7 @@ TEST_CASE("when there is no room nothing is left behind") {
 TEST_CASE("the room runs out at any byte") {
   const Workspace work;
   writeSound(work.path("in.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(3000)});
-  for (const char* output : {"out.wav", "out.flac", "out.ogg"}) {
+  for (const char* output : {"out.wav", "out.flac", "out.ogg", "out.mp3"}) {
     REQUIRE(render({work.path("in.wav"), work.path(output), "-q"}).status == 0);
     const auto size = static_cast<long>(fileBytes(work.path(output)).size());
     fs::remove(work.path(output));
@@ -170,7 +170,7 @@ TEST_CASE("a link leads to its file and stays a link") {
   writeInput(work);
   writeBytes(work.path("real.wav"), "an older rendering");
   fs::create_symlink("real.wav", work.path("link.wav"));
-  CHECK(render({work.path("in.wav"), work.path("link.wav")}).status == 0);
+  CHECK(render({work.path("in.wav"), work.path("link.wav"), "-y"}).status == 0);
   CHECK(fs::is_symlink(work.path("link.wav")));
   CHECK(readSound(work.path("real.wav")).samples.size() == 40000);
 }
@@ -205,6 +205,30 @@ TEST_CASE("with --no-clobber a preset that is there stays") {
   CHECK(fileBytes(preset) == before);
 }
 
+TEST_CASE("a preset leaves out that the pedal moves, and says so") {
+  const Workspace work;
+  const std::string preset = work.path("own.conf");
+  const Outcome outcome = render({"--save-preset", preset, "--color", "2", "--pedal", "0:0,1:1"});
+  CHECK(outcome.status == 0);
+  CHECK(outcome.err == "treadshift-render: --save-preset '" + preset +
+                           "': the pedal moves, which a preset does not hold: left out\n");
+  CHECK(render({"--save-preset", preset, "--color", "2", "--pedal", "0:0,1:1", "-q"}).err == "");
+  CHECK(render({"--save-preset", preset, "--color", "2", "--pedal", "1"}).err == "");
+}
+
+TEST_CASE("the sound that --normalize keeps waiting does so where TMPDIR says") {
+  const Workspace work;
+  writeInput(work);
+  Surroundings surroundings;
+  surroundings.environment = {"TMPDIR=" + work.path("none")};
+  const Outcome outcome = render({work.path("in.wav"), work.path("out.wav"), "--normalize"}, surroundings);
+  CHECK(outcome.status == 1);
+  CHECK(outcome.err ==
+        "treadshift-render: temporary file in '" + work.path("none") +
+            "': No such file or directory; make room, or name another directory with TMPDIR\n");
+  CHECK(work.names() == Names{"in.wav"});
+}
+
 TEST_CASE("permissions are those of the replaced file, or the usual ones") {
   const Workspace work;
   writeInput(work);
@@ -214,7 +238,7 @@ TEST_CASE("permissions are those of the replaced file, or the usual ones") {
   CHECK(permissions(work.path("new.wav")) == 0640);
   writeBytes(work.path("old.wav"), "an older rendering");
   REQUIRE(chmod(work.path("old.wav").c_str(), 0604) == 0);
-  CHECK(render({work.path("in.wav"), work.path("old.wav")}).status == 0);
+  CHECK(render({work.path("in.wav"), work.path("old.wav"), "-y"}).status == 0);
   CHECK(permissions(work.path("old.wav")) == 0604);
 }
 
@@ -228,7 +252,7 @@ TEST_CASE("not even SIGKILL leaves anything behind, where files need no name") {
   close(nameless);
   SlowInput input(work);
   writeBytes(work.path("out.wav"), "an older rendering");
-  Program program({work.path("in.wav"), work.path("out.wav"), "--normalize"});
+  Program program({work.path("in.wav"), work.path("out.wav"), "-y", "--normalize"});
   input.handFirstPart(program);
   program.signal(SIGKILL);
   CHECK(program.wait().status == 128 + SIGKILL);
@@ -242,7 +266,7 @@ TEST_CASE("a signal in the middle leaves nothing behind") {
     const Workspace work;
     SlowInput input(work);
     writeBytes(work.path("out.wav"), "an older rendering");
-    Program program({work.path("in.wav"), work.path("out.wav")});
+    Program program({work.path("in.wav"), work.path("out.wav"), "-y"});
     input.handFirstPart(program);
     program.signal(number);
     const Outcome outcome = program.wait();
@@ -259,7 +283,7 @@ TEST_CASE("an existing output survives when the module is gone in the end") {
   SlowInput input(work);
   fs::copy_file(TREADSHIFT_MODULE, work.path("module.so"));
   writeBytes(work.path("out.wav"), "an older rendering");
-  Program program({work.path("in.wav"), work.path("out.wav"), "-v", "--module", work.path("module.so")});
+  Program program({work.path("in.wav"), work.path("out.wav"), "-vy", "--module", work.path("module.so")});
   input.handFirstPart(program);
   fs::remove(work.path("module.so"));
   input.handRest();
