@@ -146,19 +146,21 @@ const double* SoundWriter::limit(const double* samples, std::size_t count) {
 void SoundWriter::quantize(const double* samples, std::size_t count) {
   const double scale = std::ldexp(1.0, bits - 1);
   const double highest = scale - 1.0;
+  const double upperBits = std::ldexp(1.0, 32 - bits); // the library takes 32-bit numbers
   for (std::size_t i = 0; i < count; ++i) {
     const double steps = samples[i] * scale;
     const double exact = std::nearbyint(dithers ? steps + noise() : steps);
     const double whole = held(exact, -scale, highest);
     if (whole != exact) ++clipped;
-    wholeNumbers[i] = static_cast<int>(std::ldexp(whole, 32 - bits));
+    wholeNumbers[i] = static_cast<int>(whole * upperBits);
   }
 }
 
 // In steps of the format, over -1 to 1.
 double SoundWriter::noise() {
-  const double first = std::ldexp(static_cast<double>(random()), -32);
-  const double second = std::ldexp(static_cast<double>(random()), -32);
+  constexpr double kStep = 0x1p-32;
+  const double first = static_cast<double>(random()) * kStep;
+  const double second = static_cast<double>(random()) * kStep;
   return first - second;
 }
 
