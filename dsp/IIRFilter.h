@@ -61,11 +61,14 @@ public:
   // Before any ipFDexcute the first sample meets old coefficients of zero, later ones the design.
   void ipIirProcessing(double* x) noexcept;
 
+  // Starts a smoother settled: with `value` for ever at its input it stays there. [audio]
+  void settleAt(double value) noexcept { state1 = (1.0 - fb1) * value / ff0; }
+
   // Silences the state. [audio]
   void refresh() noexcept { state1 = state2 = 0.0; }
 
   // Coefficients. Feedback is stored negated, so that processing adds. A smoother keeps its input gain
-  // (1 - p) in fb1 and its pole p in ff0; to start it settled at v, set state1 = (1 - fb1) * v / ff0.
+  // (1 - p) in fb1 and its pole p in ff0.
   double fb1 = 0.0, fb2 = 0.0, ff0 = 0.0, ff1 = 0.0, ff2 = 0.0;
 
   // The walk: coefficients at its start and their steps per sample.

@@ -33,7 +33,7 @@ void lfoTriangle::Excute(double rate, double upperDepth, double lowerDepth, int 
 
 void lfoTriangle::settleAt(double rate) {
   lastRate = rate;
-  if (rateFilter) rateFilter->state1 = (1.0 - rateFilter->fb1) * rate / rateFilter->ff0;
+  if (rateFilter) rateFilter->settleAt(rate);
   firstCall = 0;
 }
 

@@ -1,23 +1,14 @@
 // The pitch pedal: five parameters, sixteen programs, and the pitch shifter that they steer.
 #pragma once
 
-#include "dsp/IIRFilter.h"
-#include "dsp/lfoTriangle.h"
-#include "effect/Chunk.h"
-#include "effect/FilterRun.h"
-#include "effect/ParamCurve.h"
-#include "effect/ParamSwitch.h"
-#include "effect/TapReader.h"
-#include "effect/TapSweep.h"
 #include "effect/TreadshiftProgram.h"
+#include "engine/PitchPedal.h"
 #include "framework/CriticalSection.h"
 #include "framework/Q_TypeBase.h"
 
-// Two taps of a circular delay line sweep at the speed that the pitch ratio demands and are crossfaded with
-// equal power where one of them jumps back (the rotating-head method of tape pitch shifters; Puckette, The
-// Theory and Technique of Electronic Music, chapter 7, on pitch shifting with delay lines). Sources by the
-// thread that calls them: TreadshiftParameters.cpp [any thread], TreadshiftSetUp.cpp [host, processing
-// stopped], TreadshiftControl.cpp, TreadshiftProcess.cpp and TreadshiftPasses.cpp [audio].
+// The record's side of a pitch pedal, whose sound is PitchPedal's. Sources by the thread that calls them:
+// TreadshiftParameters.cpp [any thread], TreadshiftSetUp.cpp [host, processing stopped],
+// TreadshiftProcess.cpp [audio].
 //
 // Until a usable sample rate is set, and after one that cannot be run, blocks copy input to output.
 class Treadshift : public Q_TypeBase {
@@ -98,88 +89,18 @@ public:
   // is ignored. [any thread]
   virtual void setProgram(long program);
 
-protected:
-  static constexpr int kToneCoefficients = 4;
-
-  // Control (TreadshiftControl.cpp). Call setColor before setPitch: the range comes first.
-  // Chooses pitch range, mix rule and gains from the live Color and PedalPos.
+  // Takes the colour of the live Color and the gains at the live PedalPos. [host, processing stopped]
   void setColor();
-  // Turns a pedal position of 0..1 into cents, pitch ratio, sweep rate and gains; a change of the pitch's
-  // sign turns the sweep around.
+  // Takes the pitch at a pedal position of 0..1, within the colour's range. [host, processing stopped]
   void setPitch(float pedal);
-  // As setPitch, but leaves the sweep alone. True: the pitch changed its sign.
-  bool movePitch(float pedal);
-  // The two steps of movePitch: the pitch itself, and what follows from it once it stays.
-  void bendPitch(float pedal);
-  double centsAt(double pedal) const;
-  void settlePitch();
-  double sweepRateFor(double ratio) const; // Hz
-  // Sets the tone targets from a Tone value of 0..1.
-  void setToneTargets(float toneValue);
-  void setMixGains(double pedal);
 
-  // Set-up (TreadshiftSetUp.cpp).
-  // Takes the first program and fills the record, through the virtual table as everywhere: a call made by
-  // the constructor itself, or inlined into it, would skip the table.
+private:
+  // Through the virtual table as everywhere: a call made by the constructor itself, or inlined into it, would
+  // skip the table.
   [[gnu::noinline]] void presentToHost();
   void setUp(double rate);
-  void adoptRate(double rate);
-  void chooseToneBounds();
-  void zeroControlState();
-  bool canRun(double rate) const;
-  bool isBuilt() const;
-  bool isPoisoned() const;
-  void buildProcessing();
-  void buildToneCurves();
-  void buildFilters();
-  void releaseProcessing();
-  void reserveAnnounced() noexcept;
-  bool reserveBlockBuffers(int32_t samples) noexcept;
-  void releaseBlockBuffers();
-
-  // Values of a block that its samples only read (TreadshiftProcess.cpp).
-  struct BlockValues {
-    int32_t samples;
-    float onOff, color, tone, pedalPos;
-    double toneStep[kToneCoefficients]; // per sample
-    double pedalStep;                   // per sample
-    double tapRestart;                  // samples: delay to which a tap jumps back
-    bool fades;                         // a switch plays a fade: gains and On/Off values are in their arrays
-    int32_t silence;                    // the silent sample at which the colour changes, or beyond the block
-  };
-
-  // The frame of a block.
-  bool prepareBuffers(int32_t samples) noexcept;
-  BlockValues beginBlock(int32_t samples);
-  void beginFirstBlock(const BlockValues& block);
-  void runSamples(const double* input, double* output, const BlockValues& block);
-  void endBlock(const BlockValues& block);
-
-  // A chunk: control first, then one pass after another (TreadshiftPasses.cpp). steady: nothing that steers
-  // the taps or the mix changes inside the chunk.
-  int32_t chunkLength(int32_t first, const BlockValues& block, double longestDelay) const;
-  void switchColor(const BlockValues& block);
-  bool isSteady(const BlockValues& block) const;
-  bool pedalRests(const BlockValues& block) const;
-  bool pedalHolds(const BlockValues& block) const;
-  void followPedal(Chunk& chunk, const BlockValues& block);
-  bool followPitch(Chunk& chunk, const BlockValues& block);
-  int32_t followSmoother(Chunk& chunk, const BlockValues& block);
-  void bendPitches(Chunk& chunk, int32_t bent);
-  void followGains(Chunk& chunk) const;
-  void followRate(Chunk& chunk, const BlockValues& block);
-  void followEveryRate(Chunk& chunk, const BlockValues& block);
-  double startSweep(double rate, int32_t i, const BlockValues& block);
-  void shiftChunk(Chunk& chunk, double longestDelay, bool steady, const BlockValues& block);
-  void shiftSteadily(const DelayLineView& view, TapSweep& taps, FilterRun& filters, Chunk& chunk) const;
-  FilterRun beginFilters(const BlockValues& block) const;
-  void endFilters(const FilterRun& filters);
-  void mixChunk(const Chunk& chunk, const BlockValues& block, bool steady, double* output) const;
-  void passInput(const Chunk& chunk, double* output) const;
-  template <typename Gains, typename Input>
-  void mixOn(const Chunk& chunk, const BlockValues& block, Gains gainsAt, Input inputAt,
-             double* output) const;
-  void fadeChunk(const Chunk& chunk, double* output) const;
+  int32_t announcedSamples() const;
+  PedalSettings settings();
 
   TreadshiftProgram* programAt(int number) const;
   TreadshiftProgram* liveProgram();
@@ -192,60 +113,11 @@ protected:
 
   TreadshiftProgram* programs; // owned: programCount programs
 
-  // Set by the sample rate.
-  int32_t rateHzInt;     // Hz, truncated
-  double rateHz;         // Hz; -1 until the first rate
-  int32_t delayLength;   // samples: two seconds
-  double minDelay;       // samples: 5 ms, the shortest delay of a tap
-  int32_t sweepLength;   // samples: a tap's way between two jumps
-  double sweepLengthInv; // per sample
-  double toneCurveSeed1, toneCurveSeed2, toneCurveSeed3, toneCurveSeed4; // bounds of the tone curves
+  PitchPedal pedal;
 
-  // Objects built for the sample rate, all or none; owned, null until built.
-  IIRFilter* pedalSmoother;
-  IIRFilter* shiftFilter;
-  lfoTriangle* sweepLfo;
-  ParamCurve* toneCurves[kToneCoefficients]; // Tone to k1..k4
-  ParamSwitch* onOffSwitch;
-  ParamSwitch* colorSwitch;
-  double* delayLine; // delayLength samples, circular
-
-  // Results of the control steps.
-  double centsAtHeel, centsAtToe;     // cents
-  double cents, lastCents;            // cents, now and before the latest step
-  float pitchPedal;                   // 0..1: the pedal that the pitch was made from
-  double pitchRatio;                  // 2^(cents / 1200)
-  double sweepRate;                   // Hz
-  int32_t mixMode;                    // see ColorRange
-  double dryGain, wetGain;            // linear
-  double toneCoef[kToneCoefficients]; // low pole, high pole, low gain, high gain
-
-  // Ends of the ramps: values at the end of the block before.
-  bool firstBlock; // true until a block has run; a new rate does not set it again
-  float lastTone;  // -1 forces new targets
-  double prevToneCoef[kToneCoefficients];
-  double lastPedal;         // 0..1
-  double lastSmoothedPedal; // 0..1, of the sample before
-
-  // State that runs from sample to sample.
-  int32_t writeIndex;      // samples into delayLine
-  double tapPos1, tapPos2; // samples of delay
-  double toneLowState, toneHighState;
-  int32_t sweepStart; // samples into the block: where the latest run of the sweep began
-  bool turnPending;   // the sweep turns around at the end of the block unless a new run begins before
-
-  // Scratch of a block; owned, null until reserved.
-  double* sweepBuffer;   // crossfade position, 0..1; even stretches leave theirs out
-  double* onOffGain;     // linear
-  double* colorGain;     // linear
-  int32_t scratchLength; // samples: entries of each
-  int32_t lastBlockSize; // samples
-
-  // Constants of the object. The last four are read by nothing and kept on purpose: they are part of the
-  // object's state.
-  double centsToOctaves; // 1/1200
-  double halfPi;
-  double spareTime;  // s
-  double spareLevel; // linear
-  double spareZero;
+  // Read by nothing and kept on purpose: they are part of the object's state.
+  [[maybe_unused]] double halfPi = 1.57079632675;
+  [[maybe_unused]] double spareTime = 0.025;     // s
+  [[maybe_unused]] double spareLevel = 0.003162; // linear
+  [[maybe_unused]] double spareZero = 0.0;
 };

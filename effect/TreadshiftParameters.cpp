@@ -1,8 +1,8 @@
 // Parameters, programs and their texts. [any thread]
 #include "effect/Treadshift.h"
 
-#include "effect/ColorTable.h"
 #include "effect/SharedField.h"
+#include "engine/ColorTable.h"
 
 #include <cstdio>
 #include <cstring>

@@ -7,6 +7,8 @@
 // table, then, on the other side of the silence, the fade-in table. Neither table ends where the other
 // begins: out stops at 1/length, in starts at 0 and never reaches 1.
 struct ParamSwitch {
+  static constexpr float kOn = 1.0f; // the value at which On/Off is on
+
   enum State : int32_t { kIdle = 0, kFadingOut = 1, kFadingIn = 2 };
 
   // Whole samples of a fade at a rate; below 1 no switch can be built. rateHz: any number.

@@ -1,7 +1,7 @@
-#include "effect/ParamSwitch.h"
+#include "engine/ParamSwitch.h"
 
 #include "dsp/ExactArithmetic.h"
-#include "effect/WholeSamples.h"
+#include "engine/WholeSamples.h"
 
 #include <algorithm>
 #include <cmath>
@@ -61,7 +61,7 @@ int32_t ParamSwitch::play(float value, int32_t samples, double idleGain, double*
                           float* values) noexcept {
   const int32_t fadingOut = state == kFadingOut ? std::min(length - position, samples) : 0;
   if (values) {
-    const float oldValue = value == 1.0f ? 0.0f : 1.0f; // a switch has two values
+    const float oldValue = value == kOn ? 0.0f : kOn; // a switch has two values
     std::fill_n(std::fill_n(values, fadingOut, oldValue), samples - fadingOut, value);
   }
   int32_t played = 0;

@@ -1,14 +1,14 @@
-#include "effect/TapReader.h"
+#include "engine/fast/PairReader.h"
 
 #include "dsp/ExactArithmetic.h"
+#include "engine/Crossfade.h"
+#include "engine/ReadTap.h"
+#include "engine/Slice.h"
 
 #if defined(__i386__) || defined(__x86_64__)
 #include <emmintrin.h>
-#endif
 
 namespace {
-
-#if defined(__i386__) || defined(__x86_64__)
 
 // Where a tap finds two neighbours in the line, as far and near: side by side, ...
 struct StraightLine {
@@ -35,13 +35,11 @@ __m128d readPair(const Line& line, int32_t index0, int32_t index1, __m128d fract
   return near + (far - near) * fraction;
 }
 
-// Two samples at a time from sample 0 on. Result: the samples read, all or all but one.
-template <typename Line> int32_t readPairs(const Line& line, int32_t writeIndex, Chunk& chunk) {
-  const __m128d one = _mm_set1_pd(1.0);
+template <typename Line> int32_t readPairsOf(const Line& line, int32_t writeIndex, Slice& slice) {
   int32_t i = 0;
-  for (; i + 2 <= chunk.samples; i += 2) {
-    const __m128d delay1 = _mm_load_pd(chunk.delay1 + i);
-    const __m128d delay2 = _mm_load_pd(chunk.delay2 + i);
+  for (; i + 2 <= slice.samples; i += 2) {
+    const __m128d delay1 = _mm_load_pd(slice.delay1 + i);
+    const __m128d delay2 = _mm_load_pd(slice.delay2 + i);
     const __m128i whole1 = _mm_cvttpd_epi32(delay1);
     const __m128i whole2 = _mm_cvttpd_epi32(delay2);
     alignas(16) int32_t whole[4];
@@ -51,31 +49,17 @@ template <typename Line> int32_t readPairs(const Line& line, int32_t writeIndex,
         readPair(line, index - whole[0], index + 1 - whole[1], delay1 - _mm_cvtepi32_pd(whole1));
     const __m128d tap2 =
         readPair(line, index - whole[2], index + 1 - whole[3], delay2 - _mm_cvtepi32_pd(whole2));
-    const __m128d sweep = _mm_loadu_pd(chunk.sweep + i);
-    _mm_store_pd(chunk.shifted + i, crossfadeWeight(sweep) * tap1 + crossfadeWeight(one - sweep) * tap2);
+    _mm_store_pd(slice.shifted + i, crossfaded(_mm_load_pd(slice.sweepBuffer + i), tap1, tap2));
   }
   return i;
 }
 
-int32_t readMost(const DelayLineView& view, Chunk& chunk) {
-  return view.isStraight ? readPairs(StraightLine{view.line}, view.writeIndex, chunk)
-                         : readPairs(RoundLine{view.line, view.length}, view.writeIndex, chunk);
-}
-#else // no pairs are read here: each sample is, to the same bits
-int32_t readMost(const DelayLineView&, Chunk&) { return 0; }
-#endif
-
 } // namespace
 
-void readSample(const DelayLineView& view, int32_t i, Chunk& chunk) noexcept {
-  const int32_t index = view.writeIndex + i;
-  const double tap1 = readTap(view.line, view.length, index, chunk.delay1[i]);
-  const double tap2 = readTap(view.line, view.length, index, chunk.delay2[i]);
-  const double sweep = chunk.sweep[i];
-  chunk.shifted[i] = crossfadeWeight(sweep) * tap1 + crossfadeWeight(1.0 - sweep) * tap2;
+int32_t readPairs(const DelayLine& line, bool isStraight, Slice& slice) noexcept {
+  return isStraight ? readPairsOf(StraightLine{line.samples()}, line.writtenFrom(), slice)
+                    : readPairsOf(RoundLine{line.samples(), line.length()}, line.writtenFrom(), slice);
 }
-
-void readTaps(const DelayLineView& view, Chunk& chunk) noexcept {
-  for (int32_t i = readMost(view, chunk); i < chunk.samples; ++i)
-    readSample(view, i, chunk);
-}
+#else
+int32_t readPairs(const DelayLine&, bool, Slice&) noexcept { return 0; }
+#endif

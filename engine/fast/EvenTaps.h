@@ -1,9 +1,9 @@
-// Two taps along an even stretch, several samples at a time.
+// Same bits as reading both taps sample by sample, faster: along an even stretch, several samples at a time.
 #pragma once
 
 #include "dsp/ExactArithmetic.h"
-#include "effect/TapReader.h"
-#include "effect/TapSweep.h"
+#include "engine/Crossfade.h"
+#include "engine/fast/EvenStretch.h"
 
 #include <bit>
 #include <cstdint>
@@ -93,21 +93,21 @@ private:
 // Both taps and the crossfade between them.
 template <int kLanes> class EvenTaps {
 public:
-  // begin: the chunk's sample at which the stretch begins.
-  [[gnu::always_inline]] EvenTaps(const DelayLineView& view, int32_t begin,
-                                  const EvenStretch& stretch) noexcept
+  // begin: the slice's sample at which the stretch begins.
+  [[gnu::always_inline]] EvenTaps(const LineView& view, int32_t begin, const EvenStretch& stretch) noexcept
       : phases(Vector<kLanes>::evenly(stretch.phase, stretch.phaseMove)),
         phaseMoves(kLanes * stretch.phaseMove - Numbers{}),
         tap1(view.neighbour(begin, stretch.delay1), stretch.delay1, stretch.move1),
         tap2(view.neighbour(begin, stretch.delay2), stretch.delay2, stretch.move2) {}
 
-  // The next samples, a multiple of kLanes. One tap after the other, for the sake of the few registers.
+  // The next samples, a multiple of kLanes.
   [[gnu::always_inline]] void read(double* shifted, int32_t samples) noexcept {
     for (int32_t j = 0; j < samples; j += kLanes) {
-      const Numbers sweep = sweepAt(phases);
+      const Numbers position = crossfadeAt(phases);
       phases += phaseMoves;
-      const Numbers faded1 = crossfadeWeight(sweep) * tap1.read();
-      const Numbers both = faded1 + crossfadeWeight(1.0 - sweep) * tap2.read();
+      // One tap after the other, for the sake of the few registers: crossfaded() in its own order.
+      const Numbers faded1 = crossfadeWeight(position) * tap1.read();
+      const Numbers both = faded1 + crossfadeWeight(1.0 - position) * tap2.read();
       std::memcpy(shifted + j, &both, sizeof both);
     }
   }

@@ -1,7 +1,8 @@
-#include "effect/TapSweep.h"
+#include "engine/fast/EvenStretch.h"
 
 #include "dsp/ExactArithmetic.h"
-#include "dsp/lfoTriangle.h"
+#include "engine/ReadTap.h"
+#include "engine/TapSteps.h"
 
 #include <algorithm>
 #if defined(__i386__) || defined(__x86_64__)
@@ -12,7 +13,7 @@
 
 namespace {
 
-constexpr double kLeastEvenPhase = 0x1p-40; // far above the phases that sweepAt rounds to 0
+constexpr double kLeastEvenPhase = 0x1p-40; // far above the phases that crossfadeAt rounds to 0
 
 // The power of two at or below a positive number: inside [2^e, 2^(e+1)] all doubles are equally spaced. On
 // x86 in a vector register, because 32 bits would take the number apart and wait for its halves to come
@@ -26,7 +27,7 @@ double binadeFloor(double x) {
 #endif
 }
 
-// A chunk's way at this ratio stays below the 2048 samples that a tap's fixed-point position can tell. Within
+// A slice's way at this ratio stays below the 2048 samples that a tap's fixed-point position can tell. Within
 // the pedal's range the ratio is 2 at most.
 constexpr double kFastestRatio = 7.0;
 
@@ -45,62 +46,15 @@ int32_t repeats(double x, double step, double low, double high, int32_t most) {
 
 } // namespace
 
-void TapSweep::follow(Chunk& chunk) noexcept {
-  for (int32_t i = 0; i < chunk.samples; ++i) {
-    i = followFreely(i, chunk);
-    if (i < chunk.samples) followOne(i, chunk.phaseStep[i], chunk.pitchRatio[i], chunk);
-  }
-}
-
-// followOne from sample i on for as long as no tap jumps or is held back. Result: the sample where one is. As
-// ways out of the loop these cases cost a prediction; as choices inside they would lengthen every sample.
-int32_t TapSweep::followFreely(int32_t i, Chunk& chunk) noexcept {
-  TapSweep taps = *this;
-  for (; i < chunk.samples; ++i) {
-    const double sweep = sweepAt(taps.phase);
-    if (sweep == 0.0 || sweep == 1.0) break;
-    const double next1 = taps.delay1 + 1.0 - chunk.pitchRatio[i];
-    const double next2 = taps.delay2 + 1.0 - chunk.pitchRatio[i];
-    if (!(next1 >= minDelay) || !(next2 >= minDelay)) break;
-    chunk.sweep[i] = sweep;
-    chunk.delay1[i] = taps.delay1;
-    chunk.delay2[i] = taps.delay2;
-    taps.delay1 = next1;
-    taps.delay2 = next2;
-    lfoTriangle::advance(taps.phase, taps.falling, chunk.phaseStep[i]);
-  }
-  *this = taps;
-  return i;
-}
-
-// A tap jumps only where its own weight is zero, so that the jump is not heard.
-void TapSweep::followOne(int32_t i, double phaseStep, double pitchRatio, Chunk& chunk) noexcept {
-  const double sweep = sweepAt(phase);
-  if (sweep == 0.0) delay1 = restart;
-  if (1.0 - sweep == 0.0) delay2 = restart;
-  chunk.sweep[i] = sweep;
-  chunk.delay1[i] = delay1;
-  chunk.delay2[i] = delay2;
-  advance(phaseStep, pitchRatio);
-}
-
-// A tap that would come closer than the shortest delay stays where it is; one that lengthens has no bound.
-void TapSweep::advance(double phaseStep, double pitchRatio) noexcept {
-  const double next1 = delay1 + 1.0 - pitchRatio;
-  const double next2 = delay2 + 1.0 - pitchRatio;
-  if (next1 >= minDelay) delay1 = next1;
-  if (next2 >= minDelay) delay2 = next2;
-  lfoTriangle::advance(phase, falling, phaseStep);
-}
-
 // Inside one binade every rounded step is the same multiple of the spacing there, apart from ties, which go
 // to the even neighbour: two equal steps show that there is none or that all go the same way. So
 // start + j * move is exact and has the bits of j single steps.
-EvenStretch TapSweep::evenStretch(double phaseStep, double pitchRatio, int32_t most) const noexcept {
-  TapSweep once = *this;
-  once.advance(phaseStep, pitchRatio);
-  TapSweep twice = once;
-  twice.advance(phaseStep, pitchRatio);
+EvenStretch SteadyTaps::stretch(int32_t most) const noexcept {
+  const auto& [phase, falling, delay1, delay2] = now;
+  TapState once = now;
+  advance(once);
+  TapState twice = once;
+  advance(twice);
   EvenStretch stretch{
       0, phase, once.phase - phase, delay1, once.delay1 - delay1, delay2, once.delay2 - delay2};
   const bool even = twice.falling == falling && twice.phase - once.phase == stretch.phaseMove &&
@@ -123,18 +77,43 @@ EvenStretch TapSweep::evenStretch(double phaseStep, double pitchRatio, int32_t m
 
 // True when a tap jumps at the stretch's first sample or could at a later one. At a turn that lasts, where
 // the silent tap jumps before every sample, it is enough that it already stands where it jumps to.
-bool TapSweep::jumpsSoon(const EvenStretch& stretch) const noexcept {
-  const double sweep = sweepAt(phase);
-  if (sweep == 0.0) return stretch.phaseMove != 0.0 || stretch.move1 != 0.0 || delay1 != restart;
-  if (sweep == 1.0) return stretch.phaseMove != 0.0 || stretch.move2 != 0.0 || delay2 != restart;
-  return phase < kLeastEvenPhase;
+bool SteadyTaps::jumpsSoon(const EvenStretch& stretch) const noexcept {
+  const double position = crossfadeAt(now.phase);
+  if (position == 0.0) return stretch.phaseMove != 0.0 || stretch.move1 != 0.0 || now.delay1 != jumpDelay;
+  if (position == 1.0) return stretch.phaseMove != 0.0 || stretch.move2 != 0.0 || now.delay2 != jumpDelay;
+  return now.phase < kLeastEvenPhase;
 }
 
 // The last sample's own step may lead anywhere.
-void TapSweep::pass(const EvenStretch& stretch, double phaseStep, double pitchRatio) noexcept {
+void SteadyTaps::pass(const EvenStretch& stretch) noexcept {
   const int32_t moves = stretch.samples - 1;
-  phase += moves * stretch.phaseMove;
-  delay1 += moves * stretch.move1;
-  delay2 += moves * stretch.move2;
-  advance(phaseStep, pitchRatio);
+  now.phase += moves * stretch.phaseMove;
+  now.delay1 += moves * stretch.move1;
+  now.delay2 += moves * stretch.move2;
+  advance(now);
+}
+
+void SteadyTaps::advance(TapState& taps) const noexcept { taps.advance(phaseStep, pitchRatio, minDelay); }
+
+const double* LineView::neighbour(int32_t i, double delay) const noexcept {
+  const int32_t index = writeIndex + i - wholeSamples(delay);
+  return line + (index > 0 ? index : index + length);
+}
+
+EvenStretch LineView::beforeSeam(int32_t i, EvenStretch stretch) const noexcept {
+  stretch.samples = samplesToSeam(i, stretch.delay1, stretch.move1, stretch.samples);
+  stretch.samples = samplesToSeam(i, stretch.delay2, stretch.move2, stretch.samples) & ~3;
+  return stretch;
+}
+
+// Of `samples` samples from i on, how many a tap reads before it passes the line's end, its delay changing by
+// `move` each; rather a few too few. 0 while it passes, and for one that has outgrown the line.
+int32_t LineView::samplesToSeam(int32_t i, double delay, double move, int32_t samples) const noexcept {
+  const int32_t index = writeIndex + i - wholeSamples(delay);
+  if (index > 0) return samples;
+  if (index > -2 || index < 2 - length) return 0;
+  const double closing = 1.0 - move;
+  if (!(closing > 0.0)) return samples; // 0 may be -0, and a little less, as the host has it rounded
+  const double times = (-1 - index) / closing;
+  return times < samples ? static_cast<int32_t>(times) : samples;
 }

@@ -1,4 +1,4 @@
-#include "effect/ParamCurve.h"
+#include "engine/ParamCurve.h"
 
 #include "dsp/ExactArithmetic.h"
 

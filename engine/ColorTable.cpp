@@ -1,4 +1,4 @@
-#include "effect/ColorTable.h"
+#include "engine/ColorTable.h"
 
 namespace {
 
