@@ -16,7 +16,7 @@ public:
   // Sixteen "Init" programs, the first one live; one channel in, one out. host: may be null. Allocates;
   // throws std::bad_alloc when memory cannot be had. [host, processing stopped]
   explicit Treadshift(HostCallback host);
-  // Frees all that it holds. [host, processing stopped]
+  // Frees all that it owns. [host, processing stopped]
   ~Treadshift() override;
 
   // Builds everything that depends on the rate and clears the delay line. The rate in force does nothing,
@@ -47,7 +47,7 @@ public:
   void setParameter(int index, float value) override;
   float getParameter(int index) override;
 
-  // Stores the number alone; the live values stay and go into that program from now on. [any thread]
+  // Stores the number alone; the live values go into that program from now on. [any thread]
   using Q_TypeBase::setProgram;
 
   // Texts of the current program: names are cut to 23 characters. While the current number is none of the

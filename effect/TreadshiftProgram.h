@@ -6,7 +6,7 @@
 // Parameter indices, in the order that hosts and programs know.
 enum Parameter { kOnOff = 0, kMode = 1, kTone = 2, kColor = 3, kPedalPos = 4, kParameterCount = 5 };
 
-// A new program is named "Init" and holds the effect's defaults.
+// A new program is named "Init" and has the effect's defaults.
 class TreadshiftProgram {
 public:
   static constexpr std::size_t kNameBytes = 24;

@@ -1,6 +1,8 @@
 // What each of the eight colours means: its pitch range and how it mixes dry and shifted sound.
 #pragma once
 
+#include "engine/RealTime.h"
+
 #include <cstdint>
 
 // Pitch range of a colour and the rule by which it mixes.
@@ -18,10 +20,10 @@ struct MixGains {
 
 // The row that a Color value selects: eight half-open steps of 0.125 from 0, so 0.125 itself selects row 1;
 // below 0 row 0, above 1 and NaN row 7. [any thread] Allocates nothing.
-int colorRow(float color) noexcept;
+int colorRow(float color) noexcept TREADSHIFT_REALTIME;
 
 // The range of a row. row: 0..7, unchecked. [any thread] Allocates nothing.
-const ColorRange& colorRange(int row) noexcept;
+const ColorRange& colorRange(int row) noexcept TREADSHIFT_REALTIME;
 
 // The gains at a pedal position. mixMode: 0..3; any other is taken for 3. pedal: 0 heel .. 1 toe, unclamped.
 // [any thread] Allocates nothing.

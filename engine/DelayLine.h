@@ -1,6 +1,8 @@
 // The delay line: the last two seconds of the input, read between samples.
 #pragma once
 
+#include "engine/RealTime.h"
+
 #include <cstdint>
 
 struct Slice;
@@ -12,7 +14,7 @@ public:
   DelayLine(const DelayLine&) = delete;
   DelayLine& operator=(const DelayLine&) = delete;
 
-  // Makes a line of that many samples, 1 or more, which still has to be cleared, to be written from its
+  // Makes a line of that many samples, 1 or more, not cleared yet, to be written from its
   // start. Allocates; throws std::bad_alloc. [host, processing stopped]
   void build(int32_t samples);
   // Frees the line. [host, processing stopped]
@@ -25,19 +27,19 @@ public:
   // before a tap that starts it at `delay` samples or less, and grows by one sample per sample at most, would
   // reach around the line into it. At least 1: a single sample is always written before it is read. delay: 0
   // or more. [audio] This and all below allocates nothing.
-  int32_t longestSlice(double delay) const noexcept;
+  int32_t longestSlice(double delay) const noexcept TREADSHIFT_REALTIME;
 
   // Writes the slice's samples of the input, and lets slice.input point at them.
-  void write(const double* input, Slice& slice) noexcept;
+  void write(const double* input, Slice& slice) noexcept TREADSHIFT_REALTIME;
 
   // Fills slice.shifted: both taps at each sample's delays, crossfaded. longestDelay: of both taps at the
   // slice's first sample and of a jump, in samples.
-  void read(Slice& slice, double longestDelay) const noexcept;
+  void read(Slice& slice, double longestDelay) const noexcept TREADSHIFT_REALTIME;
   // The same for sample i alone.
-  void readSample(int32_t i, Slice& slice) const noexcept;
+  void readSample(int32_t i, Slice& slice) const noexcept TREADSHIFT_REALTIME;
 
   // Moves on behind a slice.
-  void advance(const Slice& slice) noexcept;
+  void advance(const Slice& slice) noexcept TREADSHIFT_REALTIME;
 
   // For fast/: where in the line the slice stands.
   const double* samples() const noexcept { return delayLine; }

@@ -52,7 +52,7 @@ void Fades::settleAt(float onOff, float color) noexcept {
 void Fades::begin(Block& block) noexcept {
   const PedalSettings& now = block.settings;
   block.silentSample = block.samples;
-  block.fades = !kFast || !onOffSwitch->rests(now.onOff) || !colorSwitch->rests(now.color);
+  block.fades = !kFast || !onOffSwitch->isSteady(now.onOff) || !colorSwitch->isSteady(now.color);
   if (!block.fades) return;
   onOffSwitch->playOnOff(now.onOff, block.samples, onOffGain);
   block.silentSample = colorSwitch->playColor(now.color, block.samples, colorGain);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engine/ParamSwitch.h"
+#include "engine/RealTime.h"
 
 #include <cstdint>
 
@@ -18,7 +19,7 @@ public:
   // Makes both switches for a sample rate in Hz (see ParamSwitch), idle at the values of onOff and color.
   // Allocates; throws std::bad_alloc. [host, processing stopped]
   void build(double rateHz, float onOff, float color);
-  // Frees both switches; the gains' arrays stay. [host, processing stopped]
+  // Frees both switches, but not the gains' arrays. [host, processing stopped]
   void release() noexcept;
   bool isBuilt() const noexcept { return colorSwitch != nullptr; }
 
@@ -28,17 +29,17 @@ public:
   int32_t reserved() const noexcept; // samples
 
   // Takes both values as they are, without a fade. [audio] This and all below allocates nothing.
-  void settleAt(float onOff, float color) noexcept;
+  void settleAt(float onOff, float color) noexcept TREADSHIFT_REALTIME;
 
   // Plays both switches along the block, whose samples are no more than reserved(): sets its `fades`, its
   // `silentSample` and, where it fades, the gains.
-  void begin(Block& block) noexcept;
+  void begin(Block& block) noexcept TREADSHIFT_REALTIME;
 
   // Fades a slice of a block. output: the mixed sound, of which On/Off leaves the input alone while it is
   // off.
-  void apply(const Slice& slice, double* output) const noexcept;
+  void apply(const Slice& slice, double* output) const noexcept TREADSHIFT_REALTIME;
   // The same, defined in fast/. [audio]
-  void applyQuickly(const Slice& slice, double* output) const noexcept;
+  void applyQuickly(const Slice& slice, double* output) const noexcept TREADSHIFT_REALTIME;
 
   // The gain of On/Off while it is idle, linear.
   double idleGain() const noexcept { return onOffSwitch->steadyGain; }

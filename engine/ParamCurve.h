@@ -1,6 +1,8 @@
 // Maps a parameter of 0..1 to a coefficient between two bounds.
 #pragma once
 
+#include "engine/RealTime.h"
+
 #include <cstdint>
 
 // The evaluation is in single precision where the fields are floats; its last bits are part of the sound.
@@ -28,7 +30,7 @@ struct ParamCurve {
 
   // The coefficient at `value` (0..1; other values extrapolate): min(lo, hi) + f(x) * (max - min), with
   // x = 1 - value when lo < hi, else value. Allocates nothing. [audio]
-  double evaluate(float value) const noexcept;
+  double evaluate(float value) const noexcept TREADSHIFT_REALTIME;
 
   float* coeffs; // owned; null unless setPolynomial gave some
   int32_t kind;  // Kind
@@ -41,6 +43,6 @@ struct ParamCurve {
   int32_t order;  // number of coefficients (kPolynomial)
 
 private:
-  float shape(float x) const noexcept;
-  float polynomial(float x) const noexcept;
+  float shape(float x) const noexcept TREADSHIFT_REALTIME;
+  float polynomial(float x) const noexcept TREADSHIFT_REALTIME;
 };

@@ -48,7 +48,7 @@ void ParamSwitch::prepareValueBuffer(int32_t samples) {
 }
 
 void ParamSwitch::playOnOff(float value, int32_t samples, double* gains) noexcept {
-  if (value != lastValue) state = kFadingOut; // position stays: no restart of a running fade
+  if (value != lastValue) state = kFadingOut; // a running fade goes on from where it is
   play(value, samples, steadyGain, gains, valueBuffer);
 }
 
@@ -66,12 +66,12 @@ int32_t ParamSwitch::play(float value, int32_t samples, double idleGain, double*
   }
   int32_t played = 0;
   if (state == kFadingOut) played += playTable(fadeOutTable, kFadingIn, samples, gains);
-  const int32_t silence = state == kFadingIn && position == 0 ? played : samples;
+  const int32_t silent = state == kFadingIn && position == 0 ? played : samples;
   if (state == kFadingIn) played += playTable(fadeInTable, kIdle, samples - played, gains + played);
   std::fill_n(gains + played, samples - played, idleGain);
   lastValue = value;
   lastBlockSize = samples;
-  return silence;
+  return silent;
 }
 
 int32_t ParamSwitch::playTable(const double* table, State next, int32_t samples, double* gains) noexcept {

@@ -1,10 +1,12 @@
 // Fades the sound out and in again around a change of a switched parameter.
 #pragma once
 
+#include "engine/RealTime.h"
+
 #include <cstdint>
 
 // Each block the switch turns a parameter value into a gain per sample: on a change it walks the fade-out
-// table, then, on the other side of the silence, the fade-in table. Neither table ends where the other
+// table, then, from the silent sample between them on, the fade-in table. Neither table ends where the other
 // begins: out stops at 1/length, in starts at 0 and never reaches 1.
 struct ParamSwitch {
   static constexpr float kOn = 1.0f; // the value at which On/Off is on
@@ -22,22 +24,22 @@ struct ParamSwitch {
   ParamSwitch(const ParamSwitch&) = delete;
   ParamSwitch& operator=(const ParamSwitch&) = delete;
 
-  // Makes valueBuffer hold blocks of `samples` samples; one that does already stays. Allocates otherwise;
+  // Makes room in valueBuffer for blocks of `samples` samples. Allocates unless there is;
   // throws std::bad_alloc, with the buffer as it was, when memory cannot be had.
   // [audio; host, processing stopped]
   void prepareValueBuffer(int32_t samples);
 
   // True when a block with this value would get the idle gain at every sample and change nothing. [audio]
-  bool rests(float value) const noexcept { return state == kIdle && value == lastValue; }
+  bool isSteady(float value) const noexcept { return state == kIdle && value == lastValue; }
 
   // One block of the On/Off switch: gains and valueBuffer for `samples` samples. A change during a fade
   // plays the fade-out on from the position reached. [audio]
-  void playOnOff(float value, int32_t samples, double* gains) noexcept;
+  void playOnOff(float value, int32_t samples, double* gains) noexcept TREADSHIFT_REALTIME;
 
   // One block of the Color switch: gains for `samples` samples. A change during a fade is forgotten: the
   // fade goes on, and the value counts as seen. Result: the silent sample with which a fade-in begins, or
   // `samples` when none does. [audio]
-  int32_t playColor(float value, int32_t samples, double* gains) noexcept;
+  int32_t playColor(float value, int32_t samples, double* gains) noexcept TREADSHIFT_REALTIME;
 
   int32_t length;        // samples: entries of each table, whole samples in fadeTime
   double lengthExact;    // samples
@@ -54,6 +56,8 @@ struct ParamSwitch {
   int32_t valueCapacity; // samples: entries of valueBuffer
 
 private:
-  int32_t play(float value, int32_t samples, double idleGain, double* gains, float* values) noexcept;
-  int32_t playTable(const double* table, State next, int32_t samples, double* gains) noexcept;
+  int32_t play(float value, int32_t samples, double idleGain, double* gains,
+               float* values) noexcept TREADSHIFT_REALTIME;
+  int32_t playTable(const double* table, State next, int32_t samples,
+                    double* gains) noexcept TREADSHIFT_REALTIME;
 };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engine/ColorTable.h"
+#include "engine/RealTime.h"
 
 #include <cstdint>
 
@@ -15,19 +16,19 @@ public:
   void prepare(double rate, int32_t sweepLength) noexcept;
 
   // Takes the colour's range and mix, and the gains at a pedal position. color, pedal: 0..1.
-  void chooseColor(float color, float pedal) noexcept;
+  void chooseColor(float color, float pedal) noexcept TREADSHIFT_REALTIME;
 
   // Turns a pedal position of 0..1 into cents, pitch ratio, sweep rate and gains. True: the pitch changed its
   // sign, so that the taps have to change from shortening to lengthening or back.
-  bool choosePitch(float pedal) noexcept;
+  bool choosePitch(float pedal) noexcept TREADSHIFT_REALTIME;
 
   // Takes the pitch at a pedal position for the one before the next, and chooses nothing else.
   void pretendPitch(float pedal) noexcept { lastCents = centsAt(pedal); }
 
   // Pitch ratio, sweep rate and gains of each sample of a slice whose pedal is known. From slice.bend on each
   // sample has the pitch of its pedal, before it the one that was chosen last. What the last sample has
-  // stays.
-  void follow(Slice& slice) noexcept;
+  // isSteady().
+  void follow(Slice& slice) noexcept TREADSHIFT_REALTIME;
 
   float pedal() const noexcept { return pitchPedal; }
   double ratio() const noexcept { return pitchRatio; }
@@ -37,10 +38,10 @@ public:
   bool isFinite() const noexcept;
 
 private:
-  double centsAt(double pedal) const noexcept;
-  double rateFor(double ratio) const noexcept;
-  void chooseGains(double pedal) noexcept;
-  void keepLast(const Slice& slice) noexcept;
+  double centsAt(double pedal) const noexcept TREADSHIFT_REALTIME;
+  double rateFor(double ratio) const noexcept TREADSHIFT_REALTIME;
+  void chooseGains(double pedal) noexcept TREADSHIFT_REALTIME;
+  void keepLast(const Slice& slice) noexcept TREADSHIFT_REALTIME;
 
   double rateHz = -1.0;                          // Hz: the sample rate
   double sweepLengthInv = 0.0;                   // per sample

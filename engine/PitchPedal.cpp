@@ -57,7 +57,7 @@ Block PitchPedal::beginBlock(int32_t samples, const PedalSettings& settings) noe
   return block;
 }
 
-// The first block starts at rest: no fade, no ramp of the pedal, a smoother that has arrived.
+// The first block starts steady: no fade, no ramp of the pedal, a smoother that has arrived.
 void PitchPedal::settle(const PedalSettings& settings) noexcept {
   fades.settleAt(settings.onOff, settings.color);
   pitch.pretendPitch(settings.pedalPos);

@@ -28,6 +28,7 @@
 #include "engine/Fades.h"
 #include "engine/PedalMotion.h"
 #include "engine/Pitch.h"
+#include "engine/RealTime.h"
 #include "engine/TapPair.h"
 #include "engine/ToneFilter.h"
 
@@ -47,8 +48,8 @@ public:
   // The sample rate that was set last in Hz, usable or not; -1 before the first.
   double rate() const noexcept { return rateHz; }
 
-  // Builds everything for a sample rate and makes room for blocks of `samples` samples. The line still has to
-  // be cleared. The first block ever starts at rest at its settings; a later rate starts with the pedal at
+  // Builds everything for a sample rate and makes room for blocks of `samples` samples. The line is not
+  // cleared yet. The first block ever starts steady at its settings; a later rate starts with the pedal at
   // the heel, no colour chosen and silent filters, and takes the colour up where its fade is silent. rate:
   // Hz, any number; one that cannot be run, or for which memory cannot be had, leaves the pedal not ready.
   // Allocates. [host, processing stopped]
@@ -65,37 +66,40 @@ public:
   // stopped]
   void clear() noexcept { line.clear(); }
 
-  // Whether every recursion still holds a finite number: one that took in something else never comes back by
+  // Whether every recursion has a finite number: one that took in something else never comes back by
   // itself. Call it when ready. [host, processing stopped]
   bool isFinite() const noexcept;
 
   // One block: bends `samples` samples of input into output, which may be the same array. samples: 0 or more.
   // Call it when ready and with room for the block. Subnormal results are flushed to zero; the control
   // register is put back. Allocates nothing, waits for nothing. [audio]
-  void run(const double* input, double* output, int32_t samples, const PedalSettings& settings) noexcept;
+  void run(const double* input, double* output, int32_t samples,
+           const PedalSettings& settings) noexcept TREADSHIFT_REALTIME;
 
   // Takes the colour of the settings and the gains at their pedal position. [host, processing stopped]
-  void chooseColor(const PedalSettings& settings) noexcept;
+  void chooseColor(const PedalSettings& settings) noexcept TREADSHIFT_REALTIME;
   // Takes the pitch at a pedal position of 0..1. [host, processing stopped]
-  void choosePitch(float pedalPos) noexcept;
+  void choosePitch(float pedalPos) noexcept TREADSHIFT_REALTIME;
 
 private:
   void build();
   void release() noexcept;
-  Block beginBlock(int32_t samples, const PedalSettings& settings) noexcept;
-  void settle(const PedalSettings& settings) noexcept;
-  void endBlock(const Block& block) noexcept;
-  void beginSlice(int32_t first, const Block& block, Slice& slice) const noexcept;
-  void changeColor(Block& block) noexcept;
-  void filter(const Block& block, Slice& slice) noexcept;
-  void lowPass(Slice& slice) noexcept;
-  void mix(const Block& block, const Slice& slice, bool isSteady, double* output) const noexcept;
+  Block beginBlock(int32_t samples, const PedalSettings& settings) noexcept TREADSHIFT_REALTIME;
+  void settle(const PedalSettings& settings) noexcept TREADSHIFT_REALTIME;
+  void endBlock(const Block& block) noexcept TREADSHIFT_REALTIME;
+  void beginSlice(int32_t first, const Block& block, Slice& slice) const noexcept TREADSHIFT_REALTIME;
+  void changeColor(Block& block) noexcept TREADSHIFT_REALTIME;
+  void filter(const Block& block, Slice& slice) noexcept TREADSHIFT_REALTIME;
+  void lowPass(Slice& slice) noexcept TREADSHIFT_REALTIME;
+  void mix(const Block& block, const Slice& slice, bool isSteady,
+           double* output) const noexcept TREADSHIFT_REALTIME;
 
   // In fast/, same bits as the steps of run() that they take the place of.
-  bool isSteady(const Block& block) const noexcept;
-  void shiftSteadily(const Block& block, Slice& slice) noexcept;
-  void filterJointly(const Block& block, Slice& slice) noexcept;
-  void mixQuickly(const Block& block, const Slice& slice, bool isSteady, double* output) const noexcept;
+  bool isSteady(const Block& block) const noexcept TREADSHIFT_REALTIME;
+  void shiftSteadily(const Block& block, Slice& slice) noexcept TREADSHIFT_REALTIME;
+  void filterJointly(const Block& block, Slice& slice) noexcept TREADSHIFT_REALTIME;
+  void mixQuickly(const Block& block, const Slice& slice, bool isSteady,
+                  double* output) const noexcept TREADSHIFT_REALTIME;
 
   double rateHz = -1.0;      // Hz; -1 until the first rate
   int32_t rateHzInt = 44100; // Hz, truncated; 44100 until the first rate

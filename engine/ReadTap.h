@@ -9,8 +9,8 @@
 // [audio]
 inline int32_t wrappedIndex(int32_t index, int32_t length) noexcept {
   if (index >= 0 && index < length) return index; // a division takes long
-  const int32_t rest = index % length;
-  return rest < 0 ? rest + length : rest;
+  const int32_t remainder = index % length;
+  return remainder < 0 ? remainder + length : remainder;
 }
 
 // Whole samples of a delay of 0 or more samples. [audio]

@@ -83,11 +83,11 @@ double TapPair::longestDelay(const Block& block) const noexcept {
   return std::max({tapPos1, tapPos2, block.jumpDelay});
 }
 
-bool TapPair::isLevel() const noexcept { return sweepLfo->isLevel(); }
+bool TapPair::isSteady() const noexcept { return sweepLfo->isLevel(); }
 
 bool TapPair::isBoundFor(double rate) const noexcept { return sweepLfo->lastRate == rate; }
 
-double TapPair::levelStep() const noexcept { return sweepLfo->glideStep(0); }
+double TapPair::steadyStep() const noexcept { return sweepLfo->glideStep(0); }
 
 TapState TapPair::state() const noexcept { return {sweepLfo->phase, sweepLfo->falling, tapPos1, tapPos2}; }
 

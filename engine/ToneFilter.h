@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engine/ParamCurve.h"
+#include "engine/RealTime.h"
 
 #include <cstdint>
 
@@ -40,13 +41,13 @@ public:
 
   // Sets the coefficients' way along the block to those of its Tone. perSample: the inverse of the samples
   // from the first to the last. [audio] This and all below allocates nothing.
-  void begin(Block& block, double perSample) noexcept;
+  void begin(Block& block, double perSample) noexcept TREADSHIFT_REALTIME;
 
   // Filters slice.shifted, halved, into slice.toned.
-  void run(const Block& block, Slice& slice) noexcept;
+  void run(const Block& block, Slice& slice) noexcept TREADSHIFT_REALTIME;
 
   // Remembers where the block's ramps led.
-  void end(const Block& block) noexcept;
+  void end(const Block& block) noexcept TREADSHIFT_REALTIME;
 
   // For fast/, which runs several recursions in one loop: the coefficients at the block's start, and the
   // branches, to step them as run() does.
@@ -59,7 +60,7 @@ private:
   static constexpr int kCurves = 4;
 
   void chooseBounds(int32_t rateHzInt) noexcept;
-  ToneCoefficients coefficientsAt(const Block& block, int32_t sample) const noexcept;
+  ToneCoefficients coefficientsAt(const Block& block, int32_t sample) const noexcept TREADSHIFT_REALTIME;
 
   ParamCurve* toneCurves[kCurves] = {}; // owned, null until built: Tone to each coefficient
   double toneCurveSeed1 = 0.0, toneCurveSeed2 = 0.0, toneCurveSeed3 = 0.0,

@@ -1,4 +1,4 @@
-// Same bits as PitchPedal::mix and Fades::apply, faster: gains that stay are held in registers, those of idle
+// Same bits as PitchPedal::mix and Fades::apply, faster: steady gains in registers, those of idle
 // fades are left out, and denormal input becomes zero before it is multiplied, which would take thirty times
 // as long.
 #include "engine/Block.h"
@@ -41,7 +41,7 @@ void mixOn(const Block& block, const Slice& slice, const ToneCoefficients& start
 } // namespace
 
 // A sum is flushed already, and a gain of 1 changes nothing else; the idle gain that multiplies the input
-// stays.
+// isSteady().
 void PitchPedal::mixQuickly(const Block& block, const Slice& slice, bool isSteady,
                             double* output) const noexcept {
   const MixGains held = pitch.gains();

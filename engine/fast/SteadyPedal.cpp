@@ -20,14 +20,14 @@ bool narrowsTo(float wanted, double number) { return sameBits<uint32_t>(static_c
 
 } // namespace
 
-bool PedalMotion::isAtRest(const Block& block) const noexcept {
+bool PedalMotion::isSteady(const Block& block) const noexcept {
   const double next = smoothed(*pedalSmoother, state(), rampValue(block, 0));
   return sameBits<uint64_t>(next, state()) && next == lastSmoothedPedal;
 }
 
-// Rounding keeps order and the pole is positive, so from between two states that move towards each other, or
-// stay, the smoother never leads out.
-bool PedalMotion::keepsTo(float pitchPedal, const Block& block) const noexcept {
+// Rounding keeps order and the pole is positive, so from between two states that do not move apart, the
+// smoother never leads out.
+bool PedalMotion::keepsPitch(float pitchPedal, const Block& block) const noexcept {
   if (block.remakesPitch) return false;
   const double pedal = rampValue(block, 0);
   const double next = smoothed(*pedalSmoother, state(), pedal);

@@ -2,38 +2,38 @@
 
 #include "engine/PitchPedal.h"
 #include "engine/TapSteps.h"
-#include "engine/fast/EvenTaps.h"
+#include "engine/fast/StretchTaps.h"
 
 #include <algorithm>
 
 namespace {
 
-constexpr int32_t kLeastEvenSamples = 4; // a whole vector of any width
+constexpr int32_t kLeastStretch = 4; // a whole vector of any width
 
 // Samples of which first the taps are read, then the filters run. The filters leave much of the processor
 // idle while they wait for themselves; groups this short let it read the next taps meanwhile. Whole vectors,
 // their number found by trial.
 template <int kLanes> constexpr int32_t kGroup = kLanes == 2 ? 12 : 16;
 
-template <int kLanes, bool kPolesStay, bool kPedalStays>
-[[gnu::always_inline]] inline void shiftGroups(const LineView& line, const EvenStretch& stretch,
-                                               int32_t begin, JointFilters& filters, SmootherRun& pedal,
+template <int kLanes, bool kSteadyTone, bool kSteadyPedal>
+[[gnu::always_inline]] inline void shiftGroups(const LineView& line, const Stretch& stretch, int32_t begin,
+                                               JointFilters& filters, SmootherRun& pedal,
                                                Slice& slice) noexcept {
-  EvenTaps<kLanes> taps(line, begin, stretch);
+  StretchTaps<kLanes> taps(line, begin, stretch);
   const int32_t end = begin + stretch.samples;
   for (int32_t i = begin; i < end; i += kGroup<kLanes>) {
     const int32_t groupEnd = std::min(end, i + kGroup<kLanes>);
     taps.read(slice.shifted + i, groupEnd - i);
-    filters.run<kPolesStay, kPedalStays>(slice, i, groupEnd, pedal);
+    filters.run<kSteadyTone, kSteadyPedal>(slice, i, groupEnd, pedal);
   }
 }
 
 template <int kLanes>
-[[gnu::always_inline]] inline void shiftIn(const LineView& line, const EvenStretch& stretch, int32_t begin,
+[[gnu::always_inline]] inline void shiftIn(const LineView& line, const Stretch& stretch, int32_t begin,
                                            JointFilters& filters, SmootherRun& pedal, Slice& slice) noexcept {
-  if (!filters.tonePolesStay())
+  if (!filters.isToneSteady())
     shiftGroups<kLanes, false, false>(line, stretch, begin, filters, pedal, slice);
-  else if (!pedal.stays())
+  else if (!pedal.isSteady())
     shiftGroups<kLanes, true, false>(line, stretch, begin, filters, pedal, slice);
   else
     shiftGroups<kLanes, true, true>(line, stretch, begin, filters, pedal, slice);
@@ -51,7 +51,7 @@ template <int kLanes>
 #define TREADSHIFT_CLEAR_UPPER_HALVES
 #endif
 
-TREADSHIFT_FOR_AVX2 void shiftInFours(const LineView& line, const EvenStretch& stretch, int32_t begin,
+TREADSHIFT_FOR_AVX2 void shiftInFours(const LineView& line, const Stretch& stretch, int32_t begin,
                                       JointFilters& filters, SmootherRun& pedal, Slice& slice) noexcept {
   shiftIn<4>(line, stretch, begin, filters, pedal, slice);
   TREADSHIFT_CLEAR_UPPER_HALVES;
@@ -65,8 +65,8 @@ const bool kWorksInFours = TREADSHIFT_HAS_AVX2;
 
 } // namespace
 
-void shiftEvenly(const LineView& line, const EvenStretch& stretch, int32_t begin, JointFilters& filters,
-                 SmootherRun& pedal, Slice& slice) noexcept {
+void shiftStretch(const LineView& line, const Stretch& stretch, int32_t begin, JointFilters& filters,
+                  SmootherRun& pedal, Slice& slice) noexcept {
   if (kWorksInFours)
     shiftInFours(line, stretch, begin, filters, pedal, slice);
   else
@@ -75,24 +75,23 @@ void shiftEvenly(const LineView& line, const EvenStretch& stretch, int32_t begin
 
 // A new glide would make a difference, and so would a turn that waits for the end of the block.
 bool PitchPedal::isSteady(const Block& block) const noexcept {
-  if (block.pedalStep != 0.0 || !taps.isLevel()) return false;
-  if (pedal.isAtRest(block)) return true;
-  return !block.turns && taps.isBoundFor(pitch.rate()) && pedal.keepsTo(pitch.pedal(), block);
+  if (block.pedalStep != 0.0 || !taps.isSteady()) return false;
+  if (pedal.isSteady(block)) return true;
+  return !block.turns && taps.isBoundFor(pitch.rate()) && pedal.keepsPitch(pitch.pedal(), block);
 }
 
-// Even stretches as such, the samples between them one by one.
+// Stretches as such, the samples between them one by one.
 void PitchPedal::shiftSteadily(const Block& block, Slice& slice) noexcept {
   const LineView view(line);
-  SteadyTaps moving{taps.state(), taps.levelStep(), pitch.ratio(), taps.shortestDelay(), block.jumpDelay};
+  SteadyTaps moving{taps.state(), taps.steadyStep(), pitch.ratio(), taps.shortestDelay(), block.jumpDelay};
   SmootherRun smoother{pedal.pole(), pedal.input(block), pedal.state()};
   JointFilters filters(block, *shiftFilter, tone);
   filters.begin(slice);
   for (int32_t i = 0; i < slice.samples;) {
-    EvenStretch stretch{};
-    if (slice.samples - i >= kLeastEvenSamples)
-      stretch = view.beforeSeam(i, moving.stretch(slice.samples - i));
+    Stretch stretch{};
+    if (slice.samples - i >= kLeastStretch) stretch = view.beforeSeam(i, moving.stretch(slice.samples - i));
     if (stretch.samples > 0) {
-      shiftEvenly(view, stretch, i, filters, smoother, slice);
+      shiftStretch(view, stretch, i, filters, smoother, slice);
       moving.pass(stretch);
       i += stretch.samples;
     } else {
@@ -111,7 +110,7 @@ void PitchPedal::filterJointly(const Block& block, Slice& slice) noexcept {
   SmootherRun none{};
   JointFilters filters(block, *shiftFilter, tone);
   filters.begin(slice);
-  if (filters.tonePolesStay())
+  if (filters.isToneSteady())
     filters.run<true, true>(slice, 0, slice.samples, none);
   else
     filters.run<false, true>(slice, 0, slice.samples, none);

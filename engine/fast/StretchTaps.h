@@ -1,9 +1,9 @@
-// Same bits as reading both taps sample by sample, faster: along an even stretch, several samples at a time.
+// Same bits as reading both taps sample by sample, faster: along a stretch, several samples at a time.
 #pragma once
 
 #include "dsp/ExactArithmetic.h"
 #include "engine/Crossfade.h"
-#include "engine/fast/EvenStretch.h"
+#include "engine/fast/Stretch.h"
 
 #include <bit>
 #include <cstdint>
@@ -15,27 +15,28 @@ template <int kLanes> struct Vector;
 template <> struct Vector<2> {
   typedef double Numbers __attribute__((vector_size(16)));
   typedef int64_t Bits __attribute__((vector_size(16)));
-  [[gnu::always_inline]] static Numbers evenly(double start, double move) {
+  [[gnu::always_inline]] static Numbers steps(double start, double move) {
     return Numbers{start, start + move};
   }
 };
 template <> struct Vector<4> {
   typedef double Numbers __attribute__((vector_size(32)));
   typedef int64_t Bits __attribute__((vector_size(32)));
-  [[gnu::always_inline]] static Numbers evenly(double start, double move) {
+  [[gnu::always_inline]] static Numbers steps(double start, double move) {
     return Numbers{start, start + move, start + 2.0 * move, start + 3.0 * move};
   }
 };
 
-// One tap. All delays of an even stretch have the same exponent, so their bits, taken as integers, move
-// evenly too: where to read comes from a running fixed-point number, for which the integer units are free.
-template <int kLanes> class EvenTap {
+// One tap. All delays of a stretch have the same exponent, so their bits, taken as integers, move
+// by equal steps too: where to read comes from a running fixed-point number, for which the integer units are
+// free.
+template <int kLanes> class StretchTap {
 public:
   using Numbers = typename Vector<kLanes>::Numbers;
 
   // neighbour: the nearer one of the stretch's first sample. delay, move: samples.
-  [[gnu::always_inline]] EvenTap(const double* neighbour, double delay, double move) noexcept
-      : delays(Vector<kLanes>::evenly(delay, move)), moves(kLanes * move - Numbers{}), place(neighbour) {
+  [[gnu::always_inline]] StretchTap(const double* neighbour, double delay, double move) noexcept
+      : delays(Vector<kLanes>::steps(delay, move)), moves(kLanes * move - Numbers{}), place(neighbour) {
     const uint64_t bits = std::bit_cast<uint64_t>(delay);
     const uint64_t bitsMove = std::bit_cast<uint64_t>(delay + move) - bits;
     const int exponent = static_cast<int>(bits >> kFractionBits) - kExponentBias;
@@ -77,10 +78,10 @@ private:
     } else {
       const Pair c = nextPair();
       const Pair d = nextPair();
-      const Numbers even = __builtin_shufflevector(a, c, 0, 1, 2, 3);
-      const Numbers odd = __builtin_shufflevector(b, d, 0, 1, 2, 3);
-      far = __builtin_shufflevector(even, odd, 0, 4, 2, 6);
-      near = __builtin_shufflevector(even, odd, 1, 5, 3, 7);
+      const Numbers first = __builtin_shufflevector(a, c, 0, 1, 2, 3);
+      const Numbers second = __builtin_shufflevector(b, d, 0, 1, 2, 3);
+      far = __builtin_shufflevector(first, second, 0, 4, 2, 6);
+      near = __builtin_shufflevector(first, second, 1, 5, 3, 7);
     }
   }
 
@@ -91,11 +92,11 @@ private:
 };
 
 // Both taps and the crossfade between them.
-template <int kLanes> class EvenTaps {
+template <int kLanes> class StretchTaps {
 public:
   // begin: the slice's sample at which the stretch begins.
-  [[gnu::always_inline]] EvenTaps(const LineView& view, int32_t begin, const EvenStretch& stretch) noexcept
-      : phases(Vector<kLanes>::evenly(stretch.phase, stretch.phaseMove)),
+  [[gnu::always_inline]] StretchTaps(const LineView& view, int32_t begin, const Stretch& stretch) noexcept
+      : phases(Vector<kLanes>::steps(stretch.phase, stretch.phaseMove)),
         phaseMoves(kLanes * stretch.phaseMove - Numbers{}),
         tap1(view.neighbour(begin, stretch.delay1), stretch.delay1, stretch.move1),
         tap2(view.neighbour(begin, stretch.delay2), stretch.delay2, stretch.move2) {}
@@ -116,5 +117,5 @@ private:
   using Numbers = typename Vector<kLanes>::Numbers;
 
   Numbers phases, phaseMoves;
-  EvenTap<kLanes> tap1, tap2;
+  StretchTap<kLanes> tap1, tap2;
 };

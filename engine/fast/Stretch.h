@@ -3,12 +3,13 @@
 #pragma once
 
 #include "engine/DelayLine.h"
+#include "engine/RealTime.h"
 #include "engine/TapPair.h"
 
 #include <cstdint>
 
-// The delays stay between the same two powers of two, from 1 sample on.
-struct EvenStretch {
+// The delays lie between the same two powers of two, from 1 sample on.
+struct Stretch {
   int32_t samples; // 0: none
   double phase, phaseMove;
   double delay1, move1;
@@ -23,14 +24,14 @@ struct SteadyTaps {
   double minDelay;   // samples
   double jumpDelay;  // samples
 
-  // The even stretch that begins here, of `most` samples or less. It may be found shorter than it is.
-  EvenStretch stretch(int32_t most) const noexcept;
+  // The stretch that begins here, of `most` samples or less. It may be found shorter than it is.
+  Stretch stretch(int32_t most) const noexcept TREADSHIFT_REALTIME;
   // Moves on behind the last sample of a stretch.
-  void pass(const EvenStretch& stretch) noexcept;
+  void pass(const Stretch& stretch) noexcept TREADSHIFT_REALTIME;
 
 private:
-  bool jumpsSoon(const EvenStretch& stretch) const noexcept;
-  void advance(TapState& taps) const noexcept;
+  bool jumpsSoon(const Stretch& stretch) const noexcept TREADSHIFT_REALTIME;
+  void advance(TapState& taps) const noexcept TREADSHIFT_REALTIME;
 };
 
 // The line around a slice that has just been written.
@@ -44,12 +45,13 @@ struct LineView {
 
   // The nearer neighbour of a tap at the slice's sample i; the other one stands before it, if both are on the
   // same side of the line's ends. delay: samples.
-  const double* neighbour(int32_t i, double delay) const noexcept;
+  const double* neighbour(int32_t i, double delay) const noexcept TREADSHIFT_REALTIME;
 
   // As much of a stretch that begins at sample i as both taps read, in whole vectors of four, before one of
   // them passes the line's end.
-  EvenStretch beforeSeam(int32_t i, EvenStretch stretch) const noexcept;
+  Stretch beforeSeam(int32_t i, Stretch stretch) const noexcept TREADSHIFT_REALTIME;
 
 private:
-  int32_t samplesToSeam(int32_t i, double delay, double move, int32_t samples) const noexcept;
+  int32_t samplesToSeam(int32_t i, double delay, double move,
+                        int32_t samples) const noexcept TREADSHIFT_REALTIME;
 };

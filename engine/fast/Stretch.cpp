@@ -1,4 +1,4 @@
-#include "engine/fast/EvenStretch.h"
+#include "engine/fast/Stretch.h"
 
 #include "dsp/ExactArithmetic.h"
 #include "engine/ReadTap.h"
@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr double kLeastEvenPhase = 0x1p-40; // far above the phases that crossfadeAt rounds to 0
+constexpr double kLeastStretchPhase = 0x1p-40; // far above the phases that crossfadeAt rounds to 0
 
 // The power of two at or below a positive number: inside [2^e, 2^(e+1)] all doubles are equally spaced. On
 // x86 in a vector register, because 32 bits would take the number apart and wait for its halves to come
@@ -27,8 +27,8 @@ double binadeFloor(double x) {
 #endif
 }
 
-// A slice's way at this ratio stays below the 2048 samples that a tap's fixed-point position can tell. Within
-// the pedal's range the ratio is 2 at most.
+// A slice's way at this ratio isSteady() below the 2048 samples that a tap's fixed-point position can tell.
+// Within the pedal's range the ratio is 2 at most.
 constexpr double kFastestRatio = 7.0;
 
 constexpr double kDivisionSlack = 0x1p-20; // steps: far more than a quotient of some hundred steps is off
@@ -49,18 +49,17 @@ int32_t repeats(double x, double step, double low, double high, int32_t most) {
 // Inside one binade every rounded step is the same multiple of the spacing there, apart from ties, which go
 // to the even neighbour: two equal steps show that there is none or that all go the same way. So
 // start + j * move is exact and has the bits of j single steps.
-EvenStretch SteadyTaps::stretch(int32_t most) const noexcept {
+Stretch SteadyTaps::stretch(int32_t most) const noexcept {
   const auto& [phase, falling, delay1, delay2] = now;
   TapState once = now;
   advance(once);
   TapState twice = once;
   advance(twice);
-  EvenStretch stretch{
-      0, phase, once.phase - phase, delay1, once.delay1 - delay1, delay2, once.delay2 - delay2};
-  const bool even = twice.falling == falling && twice.phase - once.phase == stretch.phaseMove &&
-                    twice.delay1 - once.delay1 == stretch.move1 &&
-                    twice.delay2 - once.delay2 == stretch.move2;
-  if (!even || pitchRatio > kFastestRatio || jumpsSoon(stretch) || !(std::min(delay1, delay2) >= 1.0))
+  Stretch stretch{0, phase, once.phase - phase, delay1, once.delay1 - delay1, delay2, once.delay2 - delay2};
+  const bool isEqual = twice.falling == falling && twice.phase - once.phase == stretch.phaseMove &&
+                       twice.delay1 - once.delay1 == stretch.move1 &&
+                       twice.delay2 - once.delay2 == stretch.move2;
+  if (!isEqual || pitchRatio > kFastestRatio || jumpsSoon(stretch) || !(std::min(delay1, delay2) >= 1.0))
     return stretch;
 
   const double phaseFloor = binadeFloor(phase);
@@ -77,15 +76,15 @@ EvenStretch SteadyTaps::stretch(int32_t most) const noexcept {
 
 // True when a tap jumps at the stretch's first sample or could at a later one. At a turn that lasts, where
 // the silent tap jumps before every sample, it is enough that it already stands where it jumps to.
-bool SteadyTaps::jumpsSoon(const EvenStretch& stretch) const noexcept {
+bool SteadyTaps::jumpsSoon(const Stretch& stretch) const noexcept {
   const double position = crossfadeAt(now.phase);
   if (position == 0.0) return stretch.phaseMove != 0.0 || stretch.move1 != 0.0 || now.delay1 != jumpDelay;
   if (position == 1.0) return stretch.phaseMove != 0.0 || stretch.move2 != 0.0 || now.delay2 != jumpDelay;
-  return now.phase < kLeastEvenPhase;
+  return now.phase < kLeastStretchPhase;
 }
 
 // The last sample's own step may lead anywhere.
-void SteadyTaps::pass(const EvenStretch& stretch) noexcept {
+void SteadyTaps::pass(const Stretch& stretch) noexcept {
   const int32_t moves = stretch.samples - 1;
   now.phase += moves * stretch.phaseMove;
   now.delay1 += moves * stretch.move1;
@@ -100,7 +99,7 @@ const double* LineView::neighbour(int32_t i, double delay) const noexcept {
   return line + (index > 0 ? index : index + length);
 }
 
-EvenStretch LineView::beforeSeam(int32_t i, EvenStretch stretch) const noexcept {
+Stretch LineView::beforeSeam(int32_t i, Stretch stretch) const noexcept {
   stretch.samples = samplesToSeam(i, stretch.delay1, stretch.move1, stretch.samples);
   stretch.samples = samplesToSeam(i, stretch.delay2, stretch.move2, stretch.samples) & ~3;
   return stretch;
