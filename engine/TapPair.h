@@ -39,7 +39,7 @@ public:
   void release() noexcept;
 
   // Lets the sweep turn around, so that the crossfade goes on where it is while the taps change from
-  // shortening to lengthening or back. [host, processing stopped; audio before begin()]
+  // shortening to lengthening or back. [audio; host, processing stopped]
   void turnAround() noexcept TREADSHIFT_REALTIME;
 
   // Starts the block's first glide, to a sweep rate in Hz, and sets where its taps jump to. [audio] This and

@@ -228,9 +228,56 @@ const std::string kTag =
 const std::set<std::string> kOtherSlots = {"destroy", "destroyAndFree", "setProgramLong"}; // told in words
 
 bool isHeader(const std::string& file) {
-  static const std::set<std::string> folders = {"vst",  "framework", "dsp", "effect",
+  static const std::set<std::string> folders = {"vst",  "framework", "dsp", "engine", "effect",
                                                 "host", "worker",    "lv2", "render"};
   return file.ends_with(".h") && folders.contains(file.substr(0, file.find('/')));
+}
+
+// A row of the glossary: one word for one thing, and the words that are not used for it.
+struct Term {
+  std::string word;
+  Names rivals;
+};
+
+// The rows of the table whose head is "Term".
+std::vector<Term> glossary(const std::string& page) {
+  static const std::regex row(R"re(\| (\w+) \| [^|]* \| ?([^|]*)\|)re");
+  static const std::regex word("\\w+");
+  std::vector<Term> terms;
+  std::istringstream lines(page.substr(std::min(page.size(), page.find("| Term |"))));
+  std::string line;
+  for (std::getline(lines, line); std::getline(lines, line) && line.starts_with("|");) {
+    std::smatch match;
+    if (!std::regex_match(line, match, row)) continue;
+    const std::string rivals = match[2];
+    terms.push_back({match[1], {}});
+    for (std::sregex_iterator rival(rivals.begin(), rivals.end(), word), end; rival != end; ++rival)
+      terms.back().rivals.push_back(rival->str());
+  }
+  return terms;
+}
+
+std::string sourcesIn(const Names& folders) {
+  std::string text;
+  for (const std::string& file : files())
+    for (const std::string& folder : folders)
+      if (isSource(file) && file.starts_with(folder)) text += contentsOf(kRoot / file);
+  return text;
+}
+
+// Terms that no code begins a word with, and rivals that stand in it as words.
+Names againstGlossary(const std::vector<Term>& terms, const std::string& code,
+                      const std::string& restOfCode) {
+  const auto stands = [](const std::string& pattern, const std::string& text) {
+    return std::regex_search(text, std::regex(pattern, std::regex::icase));
+  };
+  Names wrong;
+  for (const Term& term : terms) {
+    if (!stands(term.word, code) && !stands("\\b" + term.word, restOfCode)) wrong.push_back(term.word);
+    for (const std::string& rival : term.rivals)
+      if (stands("\\b" + rival + "\\b", code)) wrong.push_back(rival);
+  }
+  return wrong;
 }
 
 void checkNone(const std::string& file, const std::string& what, const Names& wrong) {
@@ -253,7 +300,14 @@ TEST_CASE("every row of a table with tests names one") {
     rows += page.testedRows.size();
     checkNone(file, "no test in this row", rowsWithoutTest(page));
   }
-  CHECK(rows > 50);
+  CHECK(rows > 20);
+}
+
+TEST_CASE("the engine uses every term of the glossary and none of their rivals") {
+  const std::vector<Term> terms = glossary(contentsOf(kRoot / "docs/architecture.md"));
+  CHECK(terms.size() >= 25);
+  checkNone("docs/architecture.md", "not as the glossary has it",
+            againstGlossary(terms, sourcesIn({"engine/", "effect/"}), sourcesIn({"render/course/"})));
 }
 
 TEST_CASE("every file that a page names exists") {
@@ -370,6 +424,17 @@ TEST_CASE("the checks of the pages trip on what they are there for") {
         Names{"--silent", "    script/bench --slowly", "build/x86_64/treadshift-render in.wav --louder  "});
   REQUIRE(page.fences.size() == 1);
   CHECK(page.fences[0].language == "sh");
+}
+
+TEST_CASE("the check of the glossary trips on a term that nobody uses and on a rival") {
+  const auto terms =
+      glossary("| Term | What it is | Not |\n|---|---|---|\n| jump | a leap | restart, splice |\n"
+               "| slice | a part | |\n\n| other | table | word |\n");
+  REQUIRE(terms.size() == 2);
+  CHECK(terms[0].rivals == Names{"restart", "splice"});
+  CHECK(againstGlossary(terms, "jumpDelay Slice", "").empty());
+  CHECK(againstGlossary(terms, "the Restart of a slice", "jumping").size() == 1);
+  CHECK(againstGlossary(terms, "restarted", "") == Names{"jump", "slice"});
 }
 
 TEST_CASE("wildcards, names without a folder and links between pages are followed") {
