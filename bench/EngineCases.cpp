@@ -2,7 +2,7 @@
 
 #include "bench/Signal.h"
 #include "bench/Tail.h"
-#include "effect/TreadshiftProgram.h"
+#include "engine/PedalNumbers.h"
 #include "host/EffectRunner.h"
 
 #include <algorithm>

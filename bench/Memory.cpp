@@ -1,7 +1,7 @@
 #include "bench/Memory.h"
 
 #include "bench/Signal.h"
-#include "effect/TreadshiftProgram.h"
+#include "engine/PedalNumbers.h"
 #include "host/EffectRunner.h"
 
 #include <array>

@@ -1,6 +1,6 @@
 #include "bench/Moves.h"
 
-#include "effect/TreadshiftProgram.h"
+#include "engine/PedalNumbers.h"
 
 #include <algorithm>
 

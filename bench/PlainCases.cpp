@@ -1,7 +1,7 @@
 #include "bench/PlainCases.h"
 
 #include "bench/Signal.h"
-#include "effect/TreadshiftProgram.h"
+#include "engine/PedalNumbers.h"
 #include "tests/reference/PlainPedal.h"
 
 #include <memory>

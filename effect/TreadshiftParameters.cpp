@@ -2,7 +2,7 @@
 #include "effect/Treadshift.h"
 
 #include "effect/SharedField.h"
-#include "engine/ColorTable.h"
+#include "engine/PedalNumbers.h"
 
 #include <cstdio>
 #include <cstring>
@@ -39,7 +39,7 @@ void copyDisplay(char* text, const char* source) {
 bool showsAsOn(float value) { return !(value < 1.0f) && !(value > 1.0f); }
 
 // NaN, which sounds as row 7, shows as row 0.
-char colorDigit(float value) { return static_cast<char>('0' + (value != value ? 0 : colorRow(value))); }
+char colorDigit(float value) { return static_cast<char>('0' + (value != value ? 0 : colorOf(value))); }
 
 } // namespace
 

@@ -1,10 +1,9 @@
 // One of the effect's programs: a value for each parameter, and a name.
 #pragma once
 
-#include <cstddef>
+#include "engine/PedalNumbers.h"
 
-// Parameter indices, in the order that hosts and programs know.
-enum Parameter { kOnOff = 0, kMode = 1, kTone = 2, kColor = 3, kPedalPos = 4, kParameterCount = 5 };
+#include <cstddef>
 
 // A new program is named "Init" and has the effect's defaults.
 class TreadshiftProgram {

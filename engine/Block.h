@@ -9,7 +9,7 @@
 struct PedalSettings {
   float onOff; // on at exactly 1
   float tone;
-  float color; // one of eight colours, see colorRow
+  float color; // one of eight colours, see colorOf
   float pedalPos;
 };
 

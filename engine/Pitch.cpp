@@ -13,7 +13,7 @@ void Pitch::prepare(double rate, int32_t sweepLength) noexcept {
 }
 
 void Pitch::chooseColor(float color, float pedal) noexcept {
-  const ColorRange& range = colorRange(colorRow(color));
+  const Color& range = kColorTable[colorOf(color)];
   centsAtHeel = range.centsAtHeel;
   centsAtToe = range.centsAtToe;
   mixMode = range.mixMode;

@@ -1,7 +1,7 @@
 // From a colour and a pedal position to pitch, sweep rate and gains.
 #pragma once
 
-#include "engine/ColorTable.h"
+#include "engine/PedalNumbers.h"
 #include "engine/RealTime.h"
 
 #include <cstdint>
@@ -47,7 +47,7 @@ private:
   double sweepLengthInv = 0.0;                   // per sample
   double centsToOctaves = 0.0008333333333333334; // octaves per cent
   double centsAtHeel = 0.0, centsAtToe = 0.0;    // cents
-  int32_t mixMode = 0;                           // see ColorRange
+  int32_t mixMode = 0;                           // see MixMode
   float pitchPedal = 0.0f;                       // 0..1: the pedal that the pitch was made from
   double cents = 0.0, lastCents = 0.0;           // cents, now and before the latest choice
   double pitchRatio = 1.0;                       // 2^(cents / 1200)
