@@ -6,7 +6,7 @@
 
 void checkCourses(const Controls& controls) {
   for (int index = 0; index < kParameterCount; ++index) {
-    const auto parameter = static_cast<ParameterIndex>(index);
+    const auto parameter = static_cast<Parameter>(index);
     const Course* const course = controls.course(parameter);
     if (!course) continue;
     const CourseRule& rule = courseRule(parameter);

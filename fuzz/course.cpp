@@ -14,7 +14,7 @@ namespace {
 
 constexpr int kInterval = 0x80; // in the first byte, of a text that is a course
 
-Controls driven(ParameterIndex parameter, Course course) {
+Controls driven(Parameter parameter, Course course) {
   Controls controls;
   controls.set(parameter, std::move(course));
   return controls;
@@ -24,7 +24,7 @@ void readAsPresets(std::string_view text) {
   for (const Preset& preset : readPresets("presets", text)) {
     expect(samePresetName(preset.name, preset.name), "a preset's name is not its own");
     checkCourses(preset.controls);
-    if (preset.controls.course(kParameterColor)) checkPreset(preset.controls);
+    if (preset.controls.course(kColor)) checkPreset(preset.controls);
   }
 }
 
@@ -35,7 +35,7 @@ void followInterval(const Course& cents) {
 }
 
 void read(int choice, std::string_view text) {
-  const auto parameter = static_cast<ParameterIndex>((choice >> 2) % kParameterCount);
+  const auto parameter = static_cast<Parameter>((choice >> 2) % kParameterCount);
   const bool isInterval = (choice & kInterval) != 0;
   switch (choice & 3) {
   case 0:
@@ -43,7 +43,7 @@ void read(int choice, std::string_view text) {
     return checkCourses(driven(parameter, readCsvCourse("a file", text, courseRule(parameter))));
   case 1: {
     const MidiSource source = {choice >> 4 == 0 ? 11 : choice & 0x7F, {}, "--pedal-cc"};
-    return checkCourses(driven(kParameterPedal, readMidiCourse("a file", text, source)));
+    return checkCourses(driven(kPedalPos, readMidiCourse("a file", text, source)));
   }
   case 2:
     return readAsPresets(text);

@@ -10,9 +10,6 @@ extern "C" Q_TypeIF* getinterface(HostCallback host);
 
 namespace {
 
-// The effect's parameter numbers, in the order of its record.
-enum Parameter { kParameterOn, kParameterMode, kParameterTone, kParameterColor, kParameterPedal };
-
 constexpr int32_t kUsualLargestBlock = 8192; // samples, for hosts that tell none
 constexpr int32_t kLongestScratch = 65536;   // samples, whatever a host tells
 constexpr int kUsualColor = 4;               // of the effect's programs and of the port
@@ -31,22 +28,19 @@ int choiceOf(float value, int highest) {
   return static_cast<int>(std::lround(std::clamp(value, 0.0f, static_cast<float>(highest))));
 }
 
-// The middle of a colour's eighth selects it.
-float colorParameter(int color) { return (static_cast<float>(color) + 0.5f) / kColors; }
-
 // What a control port asks of the effect. value: any number.
 ParameterValue parameterOf(Port port, float value) {
   switch (port) {
   case kPortEnabled:
-    return {kParameterOn, value > 0.0f ? 1.0f : 0.0f};
+    return {kOnOff, value > 0.0f ? 1.0f : 0.0f};
   case kPortMode:
-    return {kParameterMode, static_cast<float>(choiceOf(value, 1))};
+    return {kMode, static_cast<float>(choiceOf(value, 1))};
   case kPortColor:
-    return {kParameterColor, colorParameter(choiceOf(value, kColors - 1))};
+    return {kColor, colorParameter(choiceOf(value, kColorCount - 1))};
   case kPortTone:
-    return {kParameterTone, std::clamp(value, 0.0f, 1.0f)};
+    return {kTone, std::clamp(value, 0.0f, 1.0f)};
   default:
-    return {kParameterPedal, std::clamp(value, 0.0f, 1.0f)};
+    return {kPedalPos, std::clamp(value, 0.0f, 1.0f)};
   }
 }
 
@@ -54,7 +48,7 @@ bool holdsNumber(const float* port) { return port && !std::isnan(*port); }
 
 std::unique_ptr<EffectRunner> makeEffect(int color, double rateHz, int32_t largestBlock) {
   auto effect = std::make_unique<EffectRunner>(getinterface);
-  effect->setParameter(kParameterColor, colorParameter(color));
+  effect->setParameter(kColor, colorParameter(color));
   effect->setBlockSize(largestBlock);
   effect->setSampleRate(static_cast<float>(rateHz));
   effect->resume();
@@ -74,7 +68,7 @@ void PedalInstance::makeEffects() {
   effect = nullptr;
   hasRun = false;
   isOn = true;
-  for (int color = 0; color < kColors; ++color)
+  for (int color = 0; color < kColorCount; ++color)
     if (!waiting[color]) waiting[color] = makeEffect(color, rateHz, static_cast<int32_t>(block.size()));
 }
 
@@ -106,7 +100,7 @@ void PedalInstance::run(uint32_t samples) noexcept {
 
 void PedalInstance::chooseEffect() noexcept {
   const float* const color = controls[kPortColor];
-  effect = waiting[holdsNumber(color) ? choiceOf(*color, kColors - 1) : kUsualColor].get();
+  effect = waiting[holdsNumber(color) ? choiceOf(*color, kColorCount - 1) : kUsualColor].get();
   hasRun = true;
 }
 

@@ -1,6 +1,7 @@
 // One pedal as an LV2 host holds it: ports, scratch, and the effect behind its record.
 #pragma once
 
+#include "engine/PedalNumbers.h"
 #include "host/EffectRunner.h"
 
 #include <cstdint>
@@ -18,8 +19,6 @@ enum Port : uint32_t {
   kPortPedal,
   kPortCount
 };
-
-constexpr int kColors = 8; // the color port holds 0..7
 
 // Contains no sound: it converts ports to parameters and samples to doubles and back. A rate that the effect
 // cannot run passes the input through. Threads are LV2's: "instantiation" for making, activation and
@@ -58,9 +57,10 @@ private:
 
   // An effect takes up its first colour when it learns its rate, which takes memory, and what the port holds
   // is known only when the first block runs: one waits for each colour.
-  std::unique_ptr<EffectRunner> waiting[kColors]; // fresh but for the one that runs; null: no memory for it
-  EffectRunner* effect = nullptr;                 // the one that runs; null until the first block
-  bool hasRun = false;                            // since the effects were made
+  std::unique_ptr<EffectRunner>
+      waiting[kColorCount];       // fresh but for the one that runs; null: no memory for it
+  EffectRunner* effect = nullptr; // the one that runs; null until the first block
+  bool hasRun = false;            // since the effects were made
 
   bool isOn = true;             // the switch as last sent
   const float* input = nullptr; // the host's, as the next two

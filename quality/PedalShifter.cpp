@@ -1,12 +1,11 @@
 #include "quality/PedalShifter.h"
 
-double colorValue(int color) { return (color + 0.5) / 8.0; }
-
+#include "engine/PedalNumbers.h"
 PedalShifter::PedalShifter(const std::string& modulePath, const PedalSetting& setting, Heard heard)
     : effect(modulePath), dry(heard == Heard::all ? 0.0 : dryGain(modulePath, setting)) {
   setParameter(kOnOff, 1.0);
   setParameter(kTone, setting.tone);
-  setParameter(kColor, colorValue(setting.color));
+  setParameter(kColor, colorParameter(setting.color));
   setPedal(setting.pedal);
   effect.setBlockSize(kLongBlock);
   effect.setSampleRate(static_cast<float>(kRateHz));
@@ -18,7 +17,7 @@ double PedalShifter::dryGain(const std::string& modulePath, const PedalSetting& 
   return untouched.play({1.0}, 1).front();
 }
 
-void PedalShifter::setPedal(double position) { setParameter(kPedal, position); }
+void PedalShifter::setPedal(double position) { setParameter(kPedalPos, position); }
 
 void PedalShifter::setParameter(int index, double value) {
   effect.setParameter(index, static_cast<float>(value));

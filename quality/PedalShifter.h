@@ -39,9 +39,3 @@ private:
   EffectRunner effect;
   double dry; // linear: what is taken away
 };
-
-// The value that a host sets to choose a colour: the middle of its step. color: 0..7.
-double colorValue(int color);
-
-// The parameters by their numbers in the record.
-enum PedalParameter { kOnOff = 0, kTone = 2, kColor = 3, kPedal = 4 };

@@ -1,5 +1,6 @@
 #include "quality/PedalTables.h"
 
+#include "engine/PedalNumbers.h"
 #include "quality/FadeShape.h"
 #include "quality/PedalShifter.h"
 #include "quality/SettingReport.h"
@@ -22,8 +23,8 @@ struct NamedMove {
 
 const NamedMove kMoves[] = {{"On/Off, on to off", {kOnOff, 1.0, 0.0}},
                             {"On/Off, off to on", {kOnOff, 0.0, 1.0}},
-                            {"Color, 2 to 3", {kColor, colorValue(2), colorValue(3)}},
-                            {"Color, 3 to 2", {kColor, colorValue(3), colorValue(2)}}};
+                            {"Color, 2 to 3", {kColor, colorParameter(2), colorParameter(3)}},
+                            {"Color, 3 to 2", {kColor, colorParameter(3), colorParameter(2)}}};
 
 MakeShifter pedalAt(const std::string& modulePath, const PedalSetting& setting, Heard heard) {
   return [=] { return std::make_unique<PedalShifter>(modulePath, setting, heard); };
@@ -65,7 +66,7 @@ std::vector<std::string> colorRow(const std::string& modulePath, int color, doub
 
 Table colorTable(const std::string& modulePath, const Announce& announce) {
   Table table = emptyColorTable();
-  for (const Color& color : colors()) {
+  for (const Color& color : kColorTable) {
     for (const double pedal : kPositions) {
       announce("Color " + std::to_string(color.number) + ", pedal " + decimal(pedal, 2));
       table.add(colorRow(modulePath, color.number, pedal));
@@ -92,7 +93,7 @@ std::vector<std::string> sweepRow(const std::string& modulePath, int color) {
 
 Table sweepTable(const std::string& modulePath, const Announce& announce) {
   Table table = emptySweepTable();
-  for (const Color& color : colors()) {
+  for (const Color& color : kColorTable) {
     announce("Color " + std::to_string(color.number) + ", pedal moving");
     table.add(sweepRow(modulePath, color.number));
   }

@@ -1,5 +1,6 @@
 #include "quality/PictureData.h"
 
+#include "engine/PedalNumbers.h"
 #include "quality/AnalyticSignal.h"
 #include "quality/FadeShape.h"
 #include "quality/Lengths.h"
@@ -85,7 +86,7 @@ void writeToneCurves(const std::string& modulePath, const std::string& directory
 
 void writeFades(const std::string& modulePath, const std::string& directory) {
   const FadeShape onOff(modulePath, {kOnOff, 1.0, 0.0});
-  const FadeShape color(modulePath, {kColor, colorValue(2), colorValue(3)});
+  const FadeShape color(modulePath, {kColor, colorParameter(2), colorParameter(3)});
   Columns columns(directory, "fades");
   for (int n = 0; n < samplesIn(0.04); n += 6)
     columns.add({1000.0 * n / kRateHz, onOff.gains()[n], color.gains()[n]});

@@ -85,9 +85,9 @@ void refuseOverSounds(const std::string& option, const std::string& path, const 
 void tellFoundColor(const Controls& controls) {
   const auto found = controls.foundColor();
   if (!found) return;
-  const Color& color = colors()[static_cast<std::size_t>(*found)];
+  const Color& color = kColorTable[*found];
   printMessage("--interval: in colour " + std::to_string(color.number) + ", " + std::string(color.name) +
-               " (" + std::string(color.mix) + "); --color takes another");
+               " (" + std::string(mixText(color.mixMode)) + "); --color takes another");
 }
 
 // The controls come from files that may be read only once.

@@ -63,7 +63,7 @@ std::optional<Course> movingCourse(const std::string& option, const CourseRule& 
   return Course::parse(*text, rule, {ExitStatus::wrongCall, option, 0, {}, ':', alternative});
 }
 
-void setMoving(Controls& controls, ParameterIndex parameter, const std::optional<std::string>& text,
+void setMoving(Controls& controls, Parameter parameter, const std::optional<std::string>& text,
                const MidiChoice& choice) {
   if (auto course = movingCourse(optionName(parameter), courseRule(parameter), text, choice))
     controls.set(parameter, std::move(*course));
@@ -76,7 +76,7 @@ void setInterval(Controls& controls, const std::string& text, bool besidePedal) 
   if (besidePedal)
     throw Fault(ExitStatus::wrongCall, kOption, text, "sets the pedal, and so does --pedal",
                 "give one of them");
-  const Course* const color = controls.course(kParameterColor);
+  const Course* const color = controls.course(kColor);
   const auto number = color ? color->constant() : std::nullopt;
   if (color && !number) {
     throw Fault(ExitStatus::wrongCall, kOption, text, "the colour changes, and with it what the pedal means",
@@ -145,18 +145,18 @@ std::vector<Preset> presetsFrom(const CLI::App& app, const ControlOptions& optio
 
 Controls controlsFrom(const CLI::App& app, const ControlOptions& options) {
   Controls controls = presetControls(app, options);
-  setMoving(controls, kParameterPedal, given(app, "--pedal", options.pedal),
+  setMoving(controls, kPedalPos, given(app, "--pedal", options.pedal),
             {"--pedal-cc", "--pedal-channel", given(app, "--pedal-cc", options.pedalCc),
              given(app, "--pedal-channel", options.pedalChannel)});
-  setMoving(controls, kParameterTone, given(app, "--tone", options.tone),
+  setMoving(controls, kTone, given(app, "--tone", options.tone),
             {"--tone-cc", "--tone-channel", given(app, "--tone-cc", options.toneCc),
              given(app, "--tone-channel", options.toneChannel)});
-  const auto set = [&](ParameterIndex parameter, const std::string& text) {
+  const auto set = [&](Parameter parameter, const std::string& text) {
     if (app.count(optionName(parameter)) != 0) controls.set(parameter, text);
   };
-  set(kParameterColor, options.color);
-  set(kParameterMode, options.mode);
-  set(kParameterOn, options.on);
+  set(kColor, options.color);
+  set(kMode, options.mode);
+  set(kOnOff, options.on);
   if (app.count("--interval") != 0) setInterval(controls, options.interval, app.count("--pedal") != 0);
   return controls;
 }

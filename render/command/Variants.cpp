@@ -27,9 +27,9 @@ std::string fileNamePart(const std::string& name) {
 
 std::vector<Variant> variantsByColor(const Controls& controls) {
   std::vector<Variant> variants;
-  for (const Color& color : colors()) {
+  for (const Color& color : kColorTable) {
     variants.push_back({std::string(color.name), controls});
-    variants.back().controls.set(kParameterColor, std::to_string(color.number));
+    variants.back().controls.set(kColor, std::to_string(color.number));
   }
   return variants;
 }
@@ -44,7 +44,7 @@ std::vector<Variant> variantsByPreset(const std::vector<Preset>& presets, const 
                   "another preset would have its name in a file's", "rename one");
     }
     for (int index = 0; index < kParameterCount; ++index) {
-      const auto parameter = static_cast<ParameterIndex>(index);
+      const auto parameter = static_cast<Parameter>(index);
       if (const Course* const course = controls.course(parameter))
         variants.back().controls.set(parameter, *course);
     }

@@ -1,23 +1,13 @@
-// The eight colours as a player knows them: a number, a name, the pitch at both ends of the pedal, the mix.
+// The eight colours in a player's words, and the way between pedal and pitch.
 #pragma once
 
-#include <array>
+#include "engine/PedalNumbers.h"
+
 #include <string>
 #include <string_view>
 
-struct Color {
-  int number;            // 0..7
-  std::string_view name; // lower-case words joined by hyphens
-  double heelCents;      // pitch of the bent sound with the pedal at 0
-  double toeCents;       // pitch of the bent sound with the pedal at 1
-  std::string_view mix;  // how the dry and the bent sound come together, in words
-};
-
-// The mix that holds no dry sound.
-constexpr std::string_view kBentAlone = "bent alone";
-
-// All colours, in the order of their numbers. [any thread] Allocates nothing.
-const std::array<Color, 8>& colors();
+// How the dry and the bent sound come together, in words. [any thread] Allocates nothing.
+std::string_view mixText(MixMode mixMode);
 
 // The pitch of the bent sound in cents. color: 0..7. pedal: 0 heel .. 1 toe. [any thread] Allocates nothing.
 double centsAt(int color, double pedal);

@@ -1,6 +1,7 @@
 // The five parameters as the command line drives them.
 #pragma once
 
+#include "engine/PedalNumbers.h"
 #include "render/course/Course.h"
 
 #include <array>
@@ -8,31 +9,24 @@
 #include <string>
 #include <string_view>
 
-// The effect's parameters in its index order.
-enum ParameterIndex { kParameterOn, kParameterMode, kParameterTone, kParameterColor, kParameterPedal };
-constexpr int kParameterCount = 5;
-
-// The parameter value 0..1 that selects one of the eight colours, 0..7: the middle of its eighth.
-constexpr float colorParameter(double color) { return static_cast<float>((color + 0.5) / 8.0); }
-
 // The parameter value 0..1 for a player's value: a colour 0..7, everything else 0..1 as it is. Allocates
 // nothing.
-float parameterValue(ParameterIndex parameter, double playersValue);
+float parameterValue(Parameter parameter, double playersValue);
 
 // What a player may write as the parameter's value. Allocates nothing.
-const CourseRule& courseRule(ParameterIndex parameter);
+const CourseRule& courseRule(Parameter parameter);
 
 // "--color" and so on. Allocates nothing.
-const std::string& optionName(ParameterIndex parameter);
+const std::string& optionName(Parameter parameter);
 
 class Controls {
 public:
   // Reads one option's text (see Course::parse) and lets it drive the parameter from then on. Throws
   // Fault (wrongCall). Allocates.
-  void set(ParameterIndex parameter, std::string_view text);
+  void set(Parameter parameter, std::string_view text);
 
   // Lets a course of the player's values drive the parameter from then on. Allocates.
-  void set(ParameterIndex parameter, Course course);
+  void set(Parameter parameter, Course course);
 
   // Lets the pedal move so that the bent sound has an interval, in the colour that drives, or else in the
   // best one for all of the course, which drives from then on. The colour must not move. cents: a course
@@ -43,11 +37,11 @@ public:
   std::optional<int> foundColor() const { return found; }
 
   // The course that drives the parameter, in the player's values; null when none does. Any thread.
-  const Course* course(ParameterIndex parameter) const;
+  const Course* course(Parameter parameter) const;
 
   // The parameter's value 0..1 at a time in seconds; nothing when no option drives it, so that the effect
   // keeps its own value. Any thread, allocates nothing.
-  std::optional<float> valueAt(ParameterIndex parameter, double seconds) const;
+  std::optional<float> valueAt(Parameter parameter, double seconds) const;
 
 private:
   std::array<std::optional<Course>, kParameterCount> courses;

@@ -10,13 +10,13 @@ namespace {
 
 constexpr double kCentsPerSemitone = 100.0;
 
-double lowestOf(const Color& color) { return std::min(color.heelCents, color.toeCents); }
-double highestOf(const Color& color) { return std::max(color.heelCents, color.toeCents); }
+double lowestOf(const Color& color) { return std::min(color.centsAtHeel, color.centsAtToe); }
+double highestOf(const Color& color) { return std::max(color.centsAtHeel, color.centsAtToe); }
 
 std::string colorFor(double cents) {
   const auto color = bestColor(cents, cents);
   if (!color) return {};
-  return "or --color " + std::string(colors()[static_cast<std::size_t>(*color)].name) + ", which takes it";
+  return "or --color " + std::string(kColorTable[*color].name) + ", which takes it";
 }
 
 } // namespace
@@ -25,7 +25,7 @@ CourseRule intervalRule(std::optional<int> color) {
   CourseRule rule = {};
   rule.lowest = std::numeric_limits<double>::infinity();
   rule.highest = -rule.lowest;
-  for (const Color& row : colors()) {
+  for (const Color& row : kColorTable) {
     if (color && row.number != *color) continue;
     rule.lowest = std::min(rule.lowest, lowestOf(row));
     rule.highest = std::max(rule.highest, highestOf(row));
@@ -40,10 +40,10 @@ CourseRule intervalRule(std::optional<int> color) {
 
 std::optional<int> bestColor(double lowestCents, double highestCents) {
   const auto order = [](const Color& color) {
-    return std::tuple(color.mix != kBentAlone, highestOf(color) - lowestOf(color), color.number);
+    return std::tuple(color.mixMode != kBentAlone, highestOf(color) - lowestOf(color), color.number);
   };
   const Color* best = nullptr;
-  for (const Color& color : colors()) {
+  for (const Color& color : kColorTable) {
     if (lowestCents < lowestOf(color) || highestCents > highestOf(color)) continue;
     if (!best || order(color) < order(*best)) best = &color;
   }

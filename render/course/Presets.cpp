@@ -10,15 +10,12 @@ namespace {
 
 struct Key {
   std::string_view name;
-  ParameterIndex parameter;
+  Parameter parameter;
 };
 
 // In the order in which a preset is written.
-constexpr std::array<Key, kParameterCount> kKeys = {{{"color", kParameterColor},
-                                                     {"tone", kParameterTone},
-                                                     {"mode", kParameterMode},
-                                                     {"on", kParameterOn},
-                                                     {"pedal", kParameterPedal}}};
+constexpr std::array<Key, kParameterCount> kKeys = {
+    {{"color", kColor}, {"tone", kTone}, {"mode", kMode}, {"on", kOnOff}, {"pedal", kPedalPos}}};
 constexpr std::string_view kDescriptionKey = "description";
 
 // Reads presets line by line; the place of the line is in every fault.
@@ -113,7 +110,7 @@ std::string presetText(const std::string& name, const Controls& controls) {
     const Course* const course = controls.course(key.parameter);
     if (!course) continue;
     const auto value = course->constant();
-    if (!value && key.parameter == kParameterPedal) continue;
+    if (!value && key.parameter == kPedalPos) continue;
     if (!value) {
       throw Fault(ExitStatus::wrongCall, "--save-preset", {}, optionName(key.parameter) + " moves",
                   "a preset holds single values; only the pedal may move, and is left out");

@@ -33,7 +33,7 @@ bool effectRunsAt(const std::string& modulePath, int rateHz) {
   constexpr double kColorWithoutDrySound = 2;
   const auto effect = createEffect(modulePath);
   return withEffects(modulePath, [&] {
-    effect->setParameter(kParameterColor, colorParameter(kColorWithoutDrySound));
+    effect->setParameter(kColor, colorParameter(kColorWithoutDrySound));
     effect->setSampleRate(static_cast<float>(rateHz));
     effect->resume();
     const double in = 1.0;
@@ -109,7 +109,7 @@ void Renderer::render(double* samples, int frames) {
 
 void Renderer::drawMoves(int block, double seconds) {
   for (int index = 0; index < kParameterCount; ++index) {
-    const auto value = controls.valueAt(static_cast<ParameterIndex>(index), seconds);
+    const auto value = controls.valueAt(static_cast<Parameter>(index), seconds);
     if (!value || *value == sentValues[index]) continue;
     sentValues[index] = *value;
     moves.push_back({block, index, *value});

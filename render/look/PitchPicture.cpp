@@ -82,20 +82,19 @@ void PitchPicture::draw() {
   publish(work.path());
 }
 
-double PitchPicture::valueAt(ParameterIndex parameter, double seconds) const {
+double PitchPicture::valueAt(Parameter parameter, double seconds) const {
   return courses.valueAt(parameter, seconds).value_or(static_cast<float>(defaults[parameter]));
 }
 
 int PitchPicture::colorAt(double seconds) const {
-  return std::clamp(static_cast<int>(valueAt(kParameterColor, seconds) * 8.0), 0, 7);
+  return std::clamp(static_cast<int>(valueAt(kColor, seconds) * 8.0), 0, 7);
 }
 
 std::string PitchPicture::title() const {
   const int color = colorAt(start);
   for (int column = 0; column < after->columns(); ++column)
     if (colorAt(secondsOf(column)) != color) return "Through the pedal, in changing colours";
-  return "Through the pedal, colour " + std::to_string(color) + ": " +
-         std::string(colors()[static_cast<std::size_t>(color)].name);
+  return "Through the pedal, colour " + std::to_string(color) + ": " + std::string(kColorTable[color].name);
 }
 
 // Seconds, pedal, cents; no number where the pitch is torn by a change of colour or the pedal switched off.
@@ -105,8 +104,8 @@ void PitchPicture::writeCourses(const std::string& directory) const {
   for (int column = 0; column < after->columns(); ++column) {
     const double seconds = secondsOf(column);
     const int color = colorAt(seconds);
-    const double pedal = valueAt(kParameterPedal, seconds);
-    const bool isOn = valueAt(kParameterOn, seconds) > 0.5;
+    const double pedal = valueAt(kPedalPos, seconds);
+    const bool isOn = valueAt(kOnOff, seconds) > 0.5;
     const auto put = [&](double cents) { file << seconds << " " << pedal << " " << cents << "\n"; };
     if (color != colorBefore || !isOn) put(std::nan(""));
     if (isOn) put(centsAt(color, pedal));

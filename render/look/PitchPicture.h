@@ -30,7 +30,7 @@ public:
   void draw();
 
 private:
-  double valueAt(ParameterIndex parameter, double seconds) const;
+  double valueAt(Parameter parameter, double seconds) const;
   int colorAt(double seconds) const;
   double secondsOf(int column) const { return start + after->secondsOf(column); } // of the recording
   std::string title() const;

@@ -16,11 +16,11 @@ constexpr int kBlockFrames = 64;
 
 void setUp(const EffectDriver& effect, const Controls& controls, float pedal, int rateHz) {
   for (int index = 0; index < kParameterCount; ++index) {
-    const auto value = controls.valueAt(static_cast<ParameterIndex>(index), 0.0);
+    const auto value = controls.valueAt(static_cast<Parameter>(index), 0.0);
     if (value) effect.setParameter(index, *value);
   }
-  effect.setParameter(kParameterOn, 1.0f);
-  effect.setParameter(kParameterPedal, pedal);
+  effect.setParameter(kOnOff, 1.0f);
+  effect.setParameter(kPedalPos, pedal);
   effect.setBlockSize(kBlockFrames);
   effect.setSampleRate(static_cast<float>(rateHz));
   effect.resume();

@@ -179,7 +179,7 @@ std::string programs(const EffectDriver& effect) {
 
 void applyControls(const EffectDriver& effect, const Controls& controls) {
   for (int index = 0; index < kParameterCount; ++index) {
-    const auto value = controls.valueAt(static_cast<ParameterIndex>(index), 0.0);
+    const auto value = controls.valueAt(static_cast<Parameter>(index), 0.0);
     if (value) effect.setParameter(index, *value);
   }
 }

@@ -1,7 +1,6 @@
-// The colours as the player is told of them are the colours of the effect.
+// The colours in a player's words.
 #include "render/course/Colors.h"
 
-#include "effect/ColorTable.h"
 #include "render/course/Controls.h"
 #include "render/course/Intervals.h"
 
@@ -9,33 +8,12 @@
 #include <doctest/doctest.h>
 #include <set>
 
-namespace {
-
-const char* mixWords(int mixMode) {
-  switch (mixMode) {
-  case 0:
-    return "bent alone";
-  case 1:
-    return "bent fades into dry";
-  case 2:
-    return "bent, dry fades out";
-  default:
-    return "bent beside dry";
-  }
-}
-
-} // namespace
-
-TEST_CASE("number, range and mix are the effect's") {
-  for (int number = 0; number < 8; ++number) {
-    CAPTURE(number);
-    const Color& color = colors()[static_cast<std::size_t>(number)];
-    const ColorRange& range = colorRange(colorRow(colorParameter(number)));
-    CHECK(color.number == number);
-    CHECK(color.heelCents == range.centsAtHeel);
-    CHECK(color.toeCents == range.centsAtToe);
-    CHECK(color.mix == mixWords(range.mixMode));
-  }
+TEST_CASE("each mix has its words") {
+  constexpr const char* kWords[] = {"bent fades into dry", "bent beside dry", "bent alone",
+                                    "bent alone",          "bent beside dry", "bent beside dry",
+                                    "bent, dry fades out", "bent beside dry"};
+  for (const Color& color : kColorTable)
+    CHECK(mixText(color.mixMode) == kWords[color.number]);
 }
 
 TEST_CASE("the pitch lies on the line between heel and toe") {
@@ -50,29 +28,29 @@ TEST_CASE("the pitch lies on the line between heel and toe") {
 
 TEST_CASE("every colour has a name of its own that means its number") {
   std::set<std::string_view> names;
-  for (const Color& color : colors()) {
+  for (const Color& color : kColorTable) {
     names.insert(color.name);
     Controls byName, byNumber;
-    byName.set(kParameterColor, std::string(color.name));
-    byNumber.set(kParameterColor, std::to_string(color.number));
-    CHECK(byName.valueAt(kParameterColor, 0.0) == byNumber.valueAt(kParameterColor, 0.0));
+    byName.set(kColor, std::string(color.name));
+    byNumber.set(kColor, std::to_string(color.number));
+    CHECK(byName.valueAt(kColor, 0.0) == byNumber.valueAt(kColor, 0.0));
   }
   CHECK(names.size() == 8);
 }
 
 TEST_CASE("names and numbers mix in stepped points, capitals do not count") {
   Controls controls;
-  controls.set(kParameterColor, "0:Octave-Up,1:3,2:five-octaves-down-with-dry");
-  CHECK(controls.valueAt(kParameterColor, 0.5).value() == 0.3125f); // row 2: 5/16
-  CHECK(controls.valueAt(kParameterColor, 1.0).value() == 0.4375f); // row 3: 7/16
-  CHECK(controls.valueAt(kParameterColor, 2.0).value() == 0.9375f); // row 7: 15/16
+  controls.set(kColor, "0:Octave-Up,1:3,2:five-octaves-down-with-dry");
+  CHECK(controls.valueAt(kColor, 0.5).value() == 0.3125f); // row 2: 5/16
+  CHECK(controls.valueAt(kColor, 1.0).value() == 0.4375f); // row 3: 7/16
+  CHECK(controls.valueAt(kColor, 2.0).value() == 0.9375f); // row 7: 15/16
 }
 
 TEST_CASE("a name that no colour has is told where the names are") {
   Controls controls;
   std::string message;
   try {
-    controls.set(kParameterColor, "octave-sideways");
+    controls.set(kColor, "octave-sideways");
   } catch (const Fault& fault) {
     message = fault.what();
   }
@@ -119,8 +97,8 @@ TEST_CASE("the pedal follows an interval along the same line") {
   Controls controls;
   controls.followInterval(Course::parse("--interval", "0:0,1:+7st,1:-700C,3:-3 semitones", intervalRule({})));
   CHECK(controls.foundColor() == 4);
-  CHECK(controls.valueAt(kParameterColor, 0.0).value() == 0.5625f); // row 4: 9/16
-  const Course& pedal = *controls.course(kParameterPedal);
+  CHECK(controls.valueAt(kColor, 0.0).value() == 0.5625f); // row 4: 9/16
+  const Course& pedal = *controls.course(kPedalPos);
   struct Row {
     double seconds, cents;
   };
@@ -132,11 +110,11 @@ TEST_CASE("the pedal follows an interval along the same line") {
 
 TEST_CASE("a colour that drives already takes the interval, and a shape keeps its own") {
   Controls controls;
-  controls.set(kParameterColor, "5");
+  controls.set(kColor, "5");
   controls.followInterval(Course::parse("--interval", "sine:0.5:-1st-+1st", intervalRule(5)));
   CHECK_FALSE(controls.foundColor().has_value());
-  CHECK(controls.course(kParameterPedal)->valueAt(0.0) == 0.5);           // 600 of 1200 cents
-  CHECK(controls.course(kParameterPedal)->valueAt(0.25) == 800.0 / 1200); // half a period later
+  CHECK(controls.course(kPedalPos)->valueAt(0.0) == 0.5);           // 600 of 1200 cents
+  CHECK(controls.course(kPedalPos)->valueAt(0.25) == 800.0 / 1200); // half a period later
 }
 
 TEST_CASE("an interval that means nothing or that no pedal reaches is told what does") {
@@ -168,9 +146,9 @@ TEST_CASE("an interval that means nothing or that no pedal reaches is told what 
 }
 
 TEST_CASE("a player's value becomes a parameter's in one way") {
-  CHECK(parameterValue(kParameterColor, 4.0) == 0.5625f); // the middle of 0.5..0.625
-  CHECK(parameterValue(kParameterPedal, 0.1) == 0.1f);
-  CHECK(parameterValue(kParameterTone, 0.8) == 0.8f);
-  CHECK(parameterValue(kParameterOn, 1.0) == 1.0f);
-  CHECK(parameterValue(kParameterMode, 0.0) == 0.0f);
+  CHECK(parameterValue(kColor, 4.0) == 0.5625f); // the middle of 0.5..0.625
+  CHECK(parameterValue(kPedalPos, 0.1) == 0.1f);
+  CHECK(parameterValue(kTone, 0.8) == 0.8f);
+  CHECK(parameterValue(kOnOff, 1.0) == 1.0f);
+  CHECK(parameterValue(kMode, 0.0) == 0.0f);
 }

@@ -56,7 +56,7 @@ std::string faultOf(ExitStatus status, const std::vector<std::string>& arguments
 }
 
 float pedalAt(const Controls& controls, double seconds) {
-  return controls.valueAt(kParameterPedal, seconds).value();
+  return controls.valueAt(kPedalPos, seconds).value();
 }
 
 const char* const kForms = "give a number from 0 to 1, seconds:value points, a shape such as sine:4, or the "
@@ -79,8 +79,8 @@ TEST_CASE("pedal and tone come from numbers, points, CSV and MIDI files") {
     CAPTURE(text);
     const Controls controls = controlsOf({"--pedal", text, "--tone", text});
     CHECK(pedalAt(controls, 0.25) == 0.25f);
-    CHECK(controls.valueAt(kParameterTone, 0.75).value() == 0.75f);
-    CHECK_FALSE(controls.valueAt(kParameterColor, 0.0).has_value());
+    CHECK(controls.valueAt(kTone, 0.75).value() == 0.75f);
+    CHECK_FALSE(controls.valueAt(kColor, 0.0).has_value());
   }
   CHECK(pedalAt(controlsOf({"--pedal", "0.25"}), 5.0) == 0.25f);
 }
@@ -91,7 +91,7 @@ TEST_CASE("controller and channel of a MIDI file are chosen for pedal and tone a
   const Controls controls =
       controlsOf({"--pedal", "take.mid", "--tone", "take.mid", "--tone-cc", "74", "--tone-channel", "2"});
   CHECK(pedalAt(controls, 0.25) == 0.25f);
-  CHECK(controls.valueAt(kParameterTone, 0.25).value() == 0.75f);
+  CHECK(controls.valueAt(kTone, 0.25).value() == 0.75f);
   CHECK(pedalAt(controlsOf({"--pedal", "take.mid", "--pedal-cc", "74"}), 0.25) == 0.75f);
   CHECK(faultOf(ExitStatus::couldNot, {"--pedal", "take.mid", "--pedal-channel", "3"}) ==
         "--pedal 'take.mid': holds no controller 11 on channel 3; it holds 11 (channel 1), 74 (channel 2); "
@@ -153,7 +153,7 @@ TEST_CASE("pedal and tone repeat a shape, whatever files there are") {
   const Controls controls = controlsOf({"--pedal", "sine:4", "--tone", "steps:2:0.25-0.75"});
   CHECK(pedalAt(controls, 0.0) == 0.0f);
   CHECK(pedalAt(controls, 2.0) == 1.0f);
-  CHECK(controls.valueAt(kParameterTone, 7.5).value() == 0.75f);
+  CHECK(controls.valueAt(kTone, 7.5).value() == 0.75f);
   CHECK(pedalAt(controlsOf({"--pedal", "./sine:4"}), 0.0) == 0.5f);
 }
 
@@ -179,7 +179,7 @@ TEST_CASE("an interval sets the pedal in the colour given, in the preset's, or i
        }) {
     CAPTURE(row.arguments);
     const Controls controls = controlsOf(row.arguments);
-    CHECK(controls.valueAt(kParameterColor, 1.0).value() == row.color);
+    CHECK(controls.valueAt(kColor, 1.0).value() == row.color);
     CHECK(pedalAt(controls, 1.0) == row.pedal);
   }
   CHECK(controlsOf({"--interval", "+7st"}).foundColor() == 2);
@@ -252,9 +252,9 @@ TEST_CASE("options go over the preset's values, in whatever order they stand") {
   for (const auto& arguments : {std::vector<std::string>{"--preset", "octave-climb", "--tone", "0.25"},
                                 std::vector<std::string>{"--tone", "0.25", "--preset", "OCTAVE CLIMB"}}) {
     const Controls controls = controlsOf(arguments);
-    CHECK(controls.valueAt(kParameterTone, 0.0).value() == 0.25f);
-    CHECK(controls.valueAt(kParameterColor, 0.0).value() == 0.3125f); // octave-up, row 2: 5/16
-    CHECK_FALSE(controls.valueAt(kParameterPedal, 0.0).has_value());
+    CHECK(controls.valueAt(kTone, 0.0).value() == 0.25f);
+    CHECK(controls.valueAt(kColor, 0.0).value() == 0.3125f); // octave-up, row 2: 5/16
+    CHECK_FALSE(controls.valueAt(kPedalPos, 0.0).has_value());
   }
 }
 
@@ -264,9 +264,7 @@ TEST_CASE("a preset comes from a file of one's own, chosen by name among several
   place.write("two.conf", "[first]\ntone = 0.25\n[second]\ntone = 0.75\n");
   CHECK(pedalAt(controlsOf({"--load-preset", "one.conf"}), 0.0) == 1.0f);
   CHECK(pedalAt(controlsOf({"--load-preset", "one.conf", "--pedal", "0.5"}), 0.0) == 0.5f);
-  CHECK(
-      controlsOf({"--load-preset", "two.conf", "--preset", "Second"}).valueAt(kParameterTone, 0.0).value() ==
-      0.75f);
+  CHECK(controlsOf({"--load-preset", "two.conf", "--preset", "Second"}).valueAt(kTone, 0.0).value() == 0.75f);
   CHECK(faultOf(ExitStatus::wrongCall, {"--load-preset", "two.conf"}) ==
         "--load-preset 'two.conf': holds 2 presets; choose one with --preset: first, second");
   CHECK(faultOf(ExitStatus::wrongCall, {"--load-preset", "two.conf", "--preset", "third"}) ==
@@ -287,17 +285,17 @@ TEST_CASE("a saved preset bears its file's name and comes back as it was") {
   REQUIRE(presets.size() == 1);
   CHECK(presets[0].name == "my-own");
   const Controls controls = controlsOf({"--load-preset", "my-own.conf"});
-  CHECK(controls.valueAt(kParameterTone, 0.0).value() == 0.1f);
-  CHECK(controls.valueAt(kParameterColor, 0.0).value() == 0.4375f); // two-octaves-down, row 3: 7/16
-  CHECK(controls.valueAt(kParameterMode, 0.0).value() == 1.0f);
-  CHECK_FALSE(controls.valueAt(kParameterPedal, 0.0).has_value());
+  CHECK(controls.valueAt(kTone, 0.0).value() == 0.1f);
+  CHECK(controls.valueAt(kColor, 0.0).value() == 0.4375f); // two-octaves-down, row 3: 7/16
+  CHECK(controls.valueAt(kMode, 0.0).value() == 1.0f);
+  CHECK_FALSE(controls.valueAt(kPedalPos, 0.0).has_value());
 }
 
 TEST_CASE("an interval that stands still is saved as its colour and pedal") {
   const Place place;
   savePreset("fifth.conf", controlsOf({"--interval", "+6st"}));
   const Controls controls = controlsOf({"--load-preset", "fifth.conf"});
-  CHECK(controls.valueAt(kParameterColor, 0.0).value() == 0.3125f);
+  CHECK(controls.valueAt(kColor, 0.0).value() == 0.3125f);
   CHECK(pedalAt(controls, 0.0) == 0.5f);
 }
 
@@ -322,7 +320,7 @@ TEST_CASE("saving replaces one preset or an empty file, and nothing else") {
   place.write("empty.conf", "");
   for (const char* name : {"one.conf", "empty.conf"}) {
     savePreset(name, controls);
-    CHECK(controlsOf({"--load-preset", name}).valueAt(kParameterTone, 0.0).value() == 0.5f);
+    CHECK(controlsOf({"--load-preset", name}).valueAt(kTone, 0.0).value() == 0.5f);
   }
   const std::string two = "[first]\ntone = 0.25\n[second]\ntone = 0.75\n", sound = "RIFF....WAVEfmt ";
   place.write("two.conf", two);
@@ -351,7 +349,7 @@ TEST_CASE("a file may be as large as its limit and not larger") {
   const std::string preset = "[mine]\ntone = 0.5\n#";
   place.write("full.conf", preset + std::string(1048576 - preset.size(), 'x'));
   place.write("over.conf", preset + std::string(1048577 - preset.size(), 'x'));
-  CHECK(controlsOf({"--load-preset", "full.conf"}).valueAt(kParameterTone, 0.0).value() == 0.5f);
+  CHECK(controlsOf({"--load-preset", "full.conf"}).valueAt(kTone, 0.0).value() == 0.5f);
   CHECK(faultOf(ExitStatus::couldNot, {"--load-preset", "over.conf"}) ==
         "--load-preset 'over.conf': larger than 1 MiB; give a smaller one");
 }

@@ -220,40 +220,40 @@ TEST_CASE("a colour's number selects the middle of its eighth") {
   const float expected[] = {0.0625f, 0.1875f, 0.3125f, 0.4375f, 0.5625f, 0.6875f, 0.8125f, 0.9375f};
   for (int row = 0; row < 8; ++row) {
     Controls controls;
-    controls.set(kParameterColor, std::to_string(row));
-    CHECK(controls.valueAt(kParameterColor, 0.0).value() == expected[row]);
+    controls.set(kColor, std::to_string(row));
+    CHECK(controls.valueAt(kColor, 0.0).value() == expected[row]);
   }
 }
 
 TEST_CASE("switches have the values 0 and 1") {
   Controls controls;
-  controls.set(kParameterOn, "0:off,1:on,2:0,3:1");
-  CHECK(controls.valueAt(kParameterOn, 0.0).value() == 0.0f);
-  CHECK(controls.valueAt(kParameterOn, 1.5).value() == 1.0f);
-  CHECK(controls.valueAt(kParameterOn, 2.5).value() == 0.0f);
-  CHECK(controls.valueAt(kParameterOn, 3.5).value() == 1.0f);
-  controls.set(kParameterMode, "Bass");
-  CHECK(controls.valueAt(kParameterMode, 0.0).value() == 1.0f);
-  controls.set(kParameterMode, "guitar");
-  CHECK(controls.valueAt(kParameterMode, 0.0).value() == 0.0f);
+  controls.set(kOnOff, "0:off,1:on,2:0,3:1");
+  CHECK(controls.valueAt(kOnOff, 0.0).value() == 0.0f);
+  CHECK(controls.valueAt(kOnOff, 1.5).value() == 1.0f);
+  CHECK(controls.valueAt(kOnOff, 2.5).value() == 0.0f);
+  CHECK(controls.valueAt(kOnOff, 3.5).value() == 1.0f);
+  controls.set(kMode, "Bass");
+  CHECK(controls.valueAt(kMode, 0.0).value() == 1.0f);
+  controls.set(kMode, "guitar");
+  CHECK(controls.valueAt(kMode, 0.0).value() == 0.0f);
 }
 
 TEST_CASE("the tone and the pedal move in lines, colour and switches in steps") {
   Controls controls;
-  for (ParameterIndex index : {kParameterTone, kParameterPedal, kParameterOn, kParameterMode})
+  for (Parameter index : {kTone, kPedalPos, kOnOff, kMode})
     controls.set(index, "0:0,2:1");
-  controls.set(kParameterColor, "0:0,2:7");
-  CHECK(controls.valueAt(kParameterTone, 1.0).value() == 0.5f);
-  CHECK(controls.valueAt(kParameterPedal, 1.0).value() == 0.5f);
-  CHECK(controls.valueAt(kParameterOn, 1.0).value() == 0.0f);
-  CHECK(controls.valueAt(kParameterMode, 1.0).value() == 0.0f);
-  CHECK(controls.valueAt(kParameterColor, 1.0).value() == 0.0625f);
+  controls.set(kColor, "0:0,2:7");
+  CHECK(controls.valueAt(kTone, 1.0).value() == 0.5f);
+  CHECK(controls.valueAt(kPedalPos, 1.0).value() == 0.5f);
+  CHECK(controls.valueAt(kOnOff, 1.0).value() == 0.0f);
+  CHECK(controls.valueAt(kMode, 1.0).value() == 0.0f);
+  CHECK(controls.valueAt(kColor, 1.0).value() == 0.0625f);
 }
 
 TEST_CASE("a parameter without an option has no value") {
   Controls controls;
-  controls.set(kParameterTone, "0.5");
-  CHECK_FALSE(controls.valueAt(kParameterPedal, 0.0).has_value());
+  controls.set(kTone, "0.5");
+  CHECK_FALSE(controls.valueAt(kPedalPos, 0.0).has_value());
 }
 
 TEST_CASE("a course is constant when all its points have one value") {
@@ -267,9 +267,9 @@ TEST_CASE("a course is constant when all its points have one value") {
 
 TEST_CASE("a course set over another takes its place") {
   Controls controls;
-  controls.set(kParameterPedal, "0.25");
-  CHECK(controls.course(kParameterTone) == nullptr);
-  controls.set(kParameterPedal, Course({{0.0, 0.0}, {1.0, 1.0}}, false));
-  CHECK(controls.valueAt(kParameterPedal, 0.5).value() == 0.5f);
-  CHECK(controls.course(kParameterPedal)->valueAt(0.75) == 0.75);
+  controls.set(kPedalPos, "0.25");
+  CHECK(controls.course(kTone) == nullptr);
+  controls.set(kPedalPos, Course({{0.0, 0.0}, {1.0, 1.0}}, false));
+  CHECK(controls.valueAt(kPedalPos, 0.5).value() == 0.5f);
+  CHECK(controls.course(kPedalPos)->valueAt(0.75) == 0.75);
 }

@@ -10,7 +10,7 @@
 
 namespace {
 
-const CourseRule& pedalRule() { return courseRule(kParameterPedal); }
+const CourseRule& pedalRule() { return courseRule(kPedalPos); }
 
 Course csv(const std::string& text) { return readCsvCourse("--pedal 'take.csv'", text, pedalRule()); }
 
@@ -142,7 +142,7 @@ TEST_CASE("a controller's 127 is 1, and times of the clock are the numbers that 
   CHECK(csv("time,cc11 (0..127)\n0,64\n").valueAt(0.0) == 64.0 / 127.0);
   // 61.029 is not the rounded sum of 60 and 1.029; a step shows the place.
   const auto stepAt = [](const std::string& time) {
-    return readCsvCourse("--on 'take.csv'", "0,0\n" + time + ",1\n", courseRule(kParameterOn));
+    return readCsvCourse("--on 'take.csv'", "0,0\n" + time + ",1\n", courseRule(kOnOff));
   };
   CHECK(stepAt("1:01.029").valueAt(61.029) == 1.0);
   CHECK(stepAt("1:01.029").valueAt(std::nextafter(61.029, 0.0)) == 0.0);

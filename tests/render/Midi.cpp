@@ -25,7 +25,7 @@ std::string faultOf(const std::string& bytes, const MidiSource& source = kPedalS
   return "accepted";
 }
 
-Course points(const char* text) { return Course::parse("--pedal", text, courseRule(kParameterPedal)); }
+Course points(const char* text) { return Course::parse("--pedal", text, courseRule(kPedalPos)); }
 
 void checkSame(const Course& left, const Course& right) {
   for (int step = 0; step <= 6000; ++step) {

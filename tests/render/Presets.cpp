@@ -20,7 +20,7 @@ std::string faultOf(const std::string& text) {
   return "accepted";
 }
 
-double constantOf(const Controls& controls, ParameterIndex parameter) {
+double constantOf(const Controls& controls, Parameter parameter) {
   REQUIRE(controls.course(parameter) != nullptr);
   return controls.course(parameter)->constant().value();
 }
@@ -37,18 +37,18 @@ TEST_CASE("a dozen presets are shipped, each whole and with the pedal left to th
   for (const Preset& preset : presets) {
     CAPTURE(preset.name);
     CHECK(preset.description.size() > 10);
-    for (ParameterIndex parameter : {kParameterColor, kParameterTone, kParameterMode})
+    for (Parameter parameter : {kColor, kTone, kMode})
       CHECK(preset.controls.course(parameter) != nullptr);
-    CHECK(preset.controls.course(kParameterPedal) == nullptr);
+    CHECK(preset.controls.course(kPedalPos) == nullptr);
   }
 }
 
 TEST_CASE("every colour has a shipped preset") {
   const auto presets = shippedPresets();
-  for (const Color& color : colors()) {
+  for (const Color& color : kColorTable) {
     CAPTURE(color.number);
     CHECK(std::any_of(presets.begin(), presets.end(), [&](const Preset& preset) {
-      return constantOf(preset.controls, kParameterColor) == color.number;
+      return constantOf(preset.controls, kColor) == color.number;
     }));
   }
 }
@@ -81,16 +81,16 @@ TEST_CASE("a preset's text sets what it holds and nothing else") {
   REQUIRE(presets.size() == 2);
   CHECK(presets[0].name == "Deep one");
   CHECK(presets[0].description == "low # and slow");
-  CHECK(constantOf(presets[0].controls, kParameterColor) == 3.0);
-  CHECK(constantOf(presets[0].controls, kParameterTone) == 0.25);
-  for (ParameterIndex parameter : {kParameterMode, kParameterOn, kParameterPedal})
+  CHECK(constantOf(presets[0].controls, kColor) == 3.0);
+  CHECK(constantOf(presets[0].controls, kTone) == 0.25);
+  for (Parameter parameter : {kMode, kOnOff, kPedalPos})
     CHECK(presets[0].controls.course(parameter) == nullptr);
   CHECK(presets[1].description == "");
-  CHECK(constantOf(presets[1].controls, kParameterMode) == 1.0);
-  CHECK(constantOf(presets[1].controls, kParameterOn) == 0.0);
-  CHECK(constantOf(presets[1].controls, kParameterPedal) == 0.5);
-  CHECK(constantOf(presets[1].controls, kParameterColor) == 7.0);
-  CHECK(presets[1].controls.course(kParameterTone) == nullptr);
+  CHECK(constantOf(presets[1].controls, kMode) == 1.0);
+  CHECK(constantOf(presets[1].controls, kOnOff) == 0.0);
+  CHECK(constantOf(presets[1].controls, kPedalPos) == 0.5);
+  CHECK(constantOf(presets[1].controls, kColor) == 7.0);
+  CHECK(presets[1].controls.course(kTone) == nullptr);
 }
 
 TEST_CASE("a wrong line in a preset is named") {
@@ -128,17 +128,17 @@ TEST_CASE("a wrong line in a preset is named") {
 
 TEST_CASE("what is written is what was set, in the words of the player") {
   Controls controls;
-  controls.set(kParameterColor, "2");
-  controls.set(kParameterTone, "0.1");
-  controls.set(kParameterMode, "1");
-  controls.set(kParameterOn, "off");
-  controls.set(kParameterPedal, "0.3333333333333333");
+  controls.set(kColor, "2");
+  controls.set(kTone, "0.1");
+  controls.set(kMode, "1");
+  controls.set(kOnOff, "off");
+  controls.set(kPedalPos, "0.3333333333333333");
   CHECK(presetText("mine", controls) == "[mine]\ncolor = octave-up\ntone = 0.1\nmode = bass\non = off\n"
                                         "pedal = 0.3333333333333333\n");
   const auto presets = read(presetText("mine", controls));
   REQUIRE(presets.size() == 1);
   for (int index = 0; index < kParameterCount; ++index) {
-    const auto parameter = static_cast<ParameterIndex>(index);
+    const auto parameter = static_cast<Parameter>(index);
     CHECK(presets[0].controls.valueAt(parameter, 0.0) == controls.valueAt(parameter, 0.0));
   }
 }
@@ -155,11 +155,11 @@ TEST_CASE("a pedal that moves is left out, another parameter that moves is refus
   };
   Controls controls;
   CHECK(faultOfControls(controls).find("--save-preset: there is nothing to save; ") == 0);
-  controls.set(kParameterPedal, "0:0,1:1");
+  controls.set(kPedalPos, "0:0,1:1");
   CHECK(faultOfControls(controls).find("--save-preset: there is nothing to save; ") == 0);
-  controls.set(kParameterColor, "0:2,1:2");
+  controls.set(kColor, "0:2,1:2");
   CHECK(presetText("mine", controls) == "[mine]\ncolor = octave-up\n");
-  controls.set(kParameterTone, "0:0,1:1");
+  controls.set(kTone, "0:0,1:1");
   CHECK(faultOfControls(controls) == "--save-preset: --tone moves; a preset holds single values; only the "
                                      "pedal may move, and is left out");
 }

@@ -1,6 +1,7 @@
 // What the program writes is what the module gives a host that drives it block by block.
 #include "Program.h"
 #include "SoundFiles.h"
+#include "engine/PedalNumbers.h"
 #include "host/EffectRunner.h"
 
 #include <algorithm>
@@ -15,8 +16,6 @@ struct Move {
   int parameter;
   std::function<double(double)> valueAt;
 };
-
-enum { kOn, kMode, kTone, kColor, kPedal };
 
 // The rule for hosts of this pedal: every block is given the values at its last frame, the first block's are
 // there before the rate is told.
@@ -70,7 +69,7 @@ double colorCourse(double t) { return t >= 0.2 ? 4.5 / 8 : t >= 0.07 ? 6.5 / 8 :
 double onCourse(double t) { return t >= 0.15 && t < 0.22 ? 0.0 : 1.0; }
 
 const std::vector<Move> kCourses = {
-    {kPedal, pedalCourse}, {kTone, toneCourse}, {kColor, colorCourse}, {kOn, onCourse}};
+    {kPedalPos, pedalCourse}, {kTone, toneCourse}, {kColor, colorCourse}, {kOnOff, onCourse}};
 const std::vector<std::string> kCourseOptions = {
     "--pedal", "0:0,0.1:1,0.3:0.25", "--tone", "0:1,0.25:0",
     "--color", "0:1,0.07:6,0.2:4",   "--on",   "0:1,0.15:0,0.22:1"};
@@ -96,7 +95,7 @@ TEST_CASE("constants in each colour") {
     const auto out = rendered(
         work, in, {"--color", std::to_string(color), "--pedal", "0.7", "--tone", "0.4", "--mode", "bass"});
     CHECK(out == drive(in.samples, 48000, 64,
-                       {constant(kColor, (color + 0.5) / 8), constant(kPedal, 0.7), constant(kTone, 0.4),
+                       {constant(kColor, (color + 0.5) / 8), constant(kPedalPos, 0.7), constant(kTone, 0.4),
                         constant(kMode, 1)}));
   }
 }

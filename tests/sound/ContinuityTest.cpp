@@ -64,7 +64,7 @@ float stampingPedal(double seconds) { return std::fmod(seconds, 0.5) < 0.25 ? 0.
 TEST_CASE("a pedal sweep has no jump larger than the crossfade explains, in any colour") {
   for (double freq : {110.0, 440.0}) {
     const std::vector<double> input = sine(freq, kRate, 96000, kAmplitude);
-    for (int color = 0; color < kColors; ++color) {
+    for (int color = 0; color < kColorCount; ++color) {
       CAPTURE(color);
       CAPTURE(freq);
       Player rocking(kRate, color, kHeel), stamping(kRate, color, kHeel);
@@ -90,13 +90,13 @@ TEST_CASE("toggling and changing colours add no more than a fade does") {
   const double loudest = kAmplitude * (1.0 + std::sqrt(2.0) * 0.92);
   // both fades may run at once; at the silent sample between them everything may change
   const double limit = jumpLimit(freq) + 4.0 / kFadeLength * loudest;
-  for (int color = 0; color < kColors; ++color) {
+  for (int color = 0; color < kColorCount; ++color) {
     CAPTURE(color);
     Player player(kRate, color, kMiddle);
     std::vector<double> output = player.play({input.begin(), input.begin() + 10000});
     for (int from = 10000, change = 0; from + 4000 <= 96000; from += 4000, ++change) {
       if (change % 3 == 0) player.set(kOnOff, change % 2 == 0 ? 0.0f : 1.0f);
-      if (change % 2 == 1) player.setColor((color + change) % kColors);
+      if (change % 2 == 1) player.setColor((color + change) % kColorCount);
       const std::vector<double> played = player.play({input.begin() + from, input.begin() + from + 4000});
       output.insert(output.end(), played.begin(), played.end());
     }
@@ -119,7 +119,7 @@ TEST_CASE("Off passes every sample bit for bit, denormal ones aside, which come 
 }
 
 TEST_CASE("silence stays silent, whatever moves") {
-  for (int color = 0; color < kColors; ++color) {
+  for (int color = 0; color < kColorCount; ++color) {
     Player player(kRate, color, kHeel);
     const std::vector<double> silence(24000, 0.0);
     for (double y : playWithPedal(player, silence, stampingPedal))

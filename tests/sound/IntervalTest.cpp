@@ -80,7 +80,7 @@ void checkInterval(int color, float pedal, float rate, double freq) {
 
 TEST_CASE("each colour bends a sine by its interval at heel, middle and toe") {
   for (float rate : {44100.0f, 48000.0f}) {
-    for (int color = 0; color < kColors; ++color) {
+    for (int color = 0; color < kColorCount; ++color) {
       for (float pedal : {kHeel, kMiddle, kToe}) {
         for (double freq : {1500.0, 3001.0}) {
           CAPTURE(rate);

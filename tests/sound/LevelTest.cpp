@@ -28,7 +28,7 @@ TEST_CASE("the shifted sound keeps the level that filters and crossfade give it"
   const double freq = 500.0;
   for (float rate : {44100.0f, 48000.0f}) {
     const std::vector<double> input = sine(freq, rate, 150000, 0.5);
-    for (int color = 0; color < kColors; ++color) {
+    for (int color = 0; color < kColorCount; ++color) {
       for (float pedal : {kHeel, kMiddle, kToe}) {
         const Promise& promise = kPromises[color];
         const double gain = promise.wet(pedal) * wetGainAt(freq * promise.ratio(pedal), rate);
@@ -56,7 +56,7 @@ TEST_CASE("without a dry part the first 5 ms are silent") {
 }
 
 TEST_CASE("the start has no bang: never louder than the dry sound and two taps in phase") {
-  for (int color = 0; color < kColors; ++color) {
+  for (int color = 0; color < kColorCount; ++color) {
     for (float pedal : {kHeel, kMiddle, kToe}) {
       const std::vector<double> output =
           Player(48000.0f, color, pedal).play(sine(440.0, 48000.0, 20000, 1.0));

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <complex>
 
-const Promise kPromises[kColors] = {{-100, 0, 1},     {0, 50, 3},     {0, 1200, 0},     {0, -2400, 0},
-                                    {-1200, 1200, 3}, {-700, 500, 3}, {-6000, 1200, 2}, {-6000, 1200, 3}};
+const Promise kPromises[kColorCount] = {{-100, 0, 1},     {0, 50, 3},     {0, 1200, 0},     {0, -2400, 0},
+                                        {-1200, 1200, 3}, {-700, 500, 3}, {-6000, 1200, 2}, {-6000, 1200, 3}};
 
 double Promise::ratio(double pedal) const { return std::exp2(cents(pedal) / 1200.0); }
 

@@ -1,16 +1,14 @@
 // Plays sounds through the built module as a host does, and knows what the sweep of a resting pedal does.
 #pragma once
 
+#include "engine/PedalNumbers.h"
 #include "host/EffectRunner.h"
 
 #include <vector>
 
 constexpr double kPi = 3.14159265358979323846;
 
-constexpr int kColors = 8;
 constexpr float kHeel = 0.0f, kMiddle = 0.5f, kToe = 1.0f;
-
-enum Knob { kOnOff = 0, kMode = 1, kTone = 2, kColor = 3, kPedalPos = 4 };
 
 // What a colour promises: its range in cents, and how loud dry and shifted sound are at a pedal position.
 struct Promise {
@@ -23,7 +21,7 @@ struct Promise {
   double wet(double pedal) const;
 };
 
-extern const Promise kPromises[kColors];
+extern const Promise kPromises[kColorCount];
 
 // One effect of the built module at a rate, with Tone at 0: only the low tone branch sounds then, and it
 // forgets within a few samples.
@@ -31,8 +29,8 @@ class Player {
 public:
   Player(float rateHz, int color, float pedal, float onOff = 1.0f);
 
-  void set(Knob knob, float value) { effect.setParameter(knob, value); }
-  void setColor(int color) { set(kColor, (static_cast<float>(color) + 0.5f) / kColors); }
+  void set(Parameter parameter, float value) { effect.setParameter(parameter, value); }
+  void setColor(int color) { set(kColor, colorParameter(color)); }
 
   // In blocks of blockSize samples, the last one shorter.
   std::vector<double> play(const std::vector<double>& input, int blockSize = 256);

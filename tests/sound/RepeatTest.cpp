@@ -32,7 +32,7 @@ std::vector<double> inSizes(Player& player, const std::vector<double>& input, co
 TEST_CASE("a settled pedal gives the same bits in any blocks") {
   const std::vector<double> input = sine(441.0, kRate, 6000);
   const std::vector<std::vector<int>> splits = {{1}, {7, 256, 1, 64}, {512}, {2, 3}, {1000, 1}};
-  for (int color = 0; color < kColors; ++color) {
+  for (int color = 0; color < kColorCount; ++color) {
     for (float pedal : {kHeel, 0.37f, kToe}) {
       Player whole(kRate, color, pedal);
       settle(whole);
@@ -56,7 +56,7 @@ TEST_CASE("the same sound twice through new effects gives the same bits") {
     std::vector<double> all;
     for (int block = 0; block < 80; ++block) {
       player.set(kPedalPos, static_cast<float>(block % 20) / 19.0f);
-      if (block % 30 == 10) player.setColor(block % kColors);
+      if (block % 30 == 10) player.setColor(block % kColorCount);
       if (block % 25 == 20) player.set(kOnOff, block % 2 == 0 ? 1.0f : 0.0f);
       player.set(kTone, static_cast<float>(block % 11) / 10.0f);
       const std::vector<double> out =

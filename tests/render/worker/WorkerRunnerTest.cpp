@@ -3,6 +3,7 @@
 #include "../Program.h"
 #include "../SoundFiles.h"
 #include "Processes.h"
+#include "engine/PedalNumbers.h"
 #include "host/EffectRunner.h"
 #include "host/WorkerMessages.h"
 
@@ -26,8 +27,6 @@ namespace {
 
 constexpr char kFault[] = "TREADSHIFT_TEST_FAULT";
 constexpr std::chrono::seconds kShortPatience{1};
-
-enum { kOn, kMode, kTone, kColor, kPedal };
 
 WorkerRunner openTreadshift() { return {TREADSHIFT_WORKER, TREADSHIFT_MODULE_32}; }
 WorkerRunner openBroken() { return {TREADSHIFT_WORKER, TREADSHIFT_BROKEN_32, kShortPatience}; }
@@ -83,7 +82,7 @@ std::vector<double> playOddly(const EffectDriver& effect, const std::vector<doub
   std::size_t position = 0;
   for (int block = 0; position < in.size(); ++block) {
     const std::size_t samples = std::min(lengths[block % std::size(lengths)], in.size() - position);
-    effect.setParameter(kPedal, static_cast<float>(0.5 + 0.5 * std::sin(0.3 * block)));
+    effect.setParameter(kPedalPos, static_cast<float>(0.5 + 0.5 * std::sin(0.3 * block)));
     effect.setParameter(kTone, static_cast<float>(0.5 + 0.5 * std::cos(0.1 * block)));
     if (block % 40 == 20) effect.setParameter(kColor, static_cast<float>((block / 40 % 8 + 0.5) / 8));
     effect.process(in.data() + position, out.data() + position, static_cast<int>(samples));
@@ -166,7 +165,8 @@ TEST_CASE("the sound of the worker is that of this process's width") {
 
 TEST_CASE("a run of blocks is the blocks one by one") {
   const auto in = noise(10000);
-  const ParameterMove moves[] = {{0, kPedal, 0.2f}, {3, kPedal, 1.0f}, {3, kTone, 0.0f}, {9, kColor, 0.95f}};
+  const ParameterMove moves[] = {
+      {0, kPedalPos, 0.2f}, {3, kPedalPos, 1.0f}, {3, kTone, 0.0f}, {9, kColor, 0.95f}};
   std::vector<double> expected(in.size()), out = in;
   const WorkerRunner single = openTreadshift(), whole = openTreadshift();
   for (const WorkerRunner* effect : {&single, &whole})
