@@ -11,7 +11,7 @@ class Duo {
 public:
   // rateHz: set at once; 0: none yet. host: the module's; null: the plainest there is.
   explicit Duo(float rateHz = 0.0f, HostCallback host = nullptr)
-      : module(TREADSHIFT_MODULE, host), pair(plain, module) {
+      : module(testedModule(), host), pair(plain, module) {
     if (rateHz > 0) pair.setSampleRate(rateHz);
   }
   ~Duo() { MESSAGE(pair.samples() << " samples compared"); }

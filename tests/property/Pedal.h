@@ -5,6 +5,8 @@
 #include "host/EffectRunner.h"
 #include "tests/reference/PlainPedal.h"
 
+#include <string>
+
 // What a host can do to a pedal, as far as it can be heard.
 class Pedal {
 public:
@@ -19,11 +21,14 @@ public:
   virtual void process(const double* input, double* output, int n) = 0;
 };
 
-// The built module.
+// The module under test: the one that TREADSHIFT_TESTED_MODULE of the environment names, else the built one.
+std::string testedModule();
+
+// A module.
 class ModulePedal : public Pedal {
 public:
   // file: the module. host: the host's services; null: the plainest host there is.
-  explicit ModulePedal(const std::string& file = TREADSHIFT_MODULE, HostCallback host = nullptr)
+  explicit ModulePedal(const std::string& file = testedModule(), HostCallback host = nullptr)
       : runner(file, host) {}
   void setSampleRate(float rateHz) override { runner.setSampleRate(rateHz); }
   void setBlockSize(int samples) override { runner.setBlockSize(samples); }
