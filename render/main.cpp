@@ -94,7 +94,7 @@ void tellFoundColor(const Controls& controls) {
 void saveAsked(const CommandLine& line, const Controls& controls) {
   const std::string& path = line.controlOptions.savePreset;
   savePreset(path, controls, !line.noClobber);
-  const Course* const pedal = controls.course(kParameterPedal);
+  const Course* const pedal = controls.course(kPedalPos);
   if (pedal && !pedal->constant() && !line.quiet)
     printMessage(
         messageLine("--save-preset", path, "the pedal moves, which a preset does not hold: left out"));

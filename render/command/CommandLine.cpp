@@ -61,7 +61,7 @@ std::size_t differences(const std::string& from, const std::string& to) {
 
 bool isParameter(const std::string& option) {
   for (int index = 0; index < kParameterCount; ++index)
-    if (optionName(static_cast<ParameterIndex>(index)) == option) return true;
+    if (optionName(static_cast<Parameter>(index)) == option) return true;
   return false;
 }
 

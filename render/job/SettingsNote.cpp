@@ -44,7 +44,7 @@ std::size_t optionsIn(std::string_view line) {
 // Of the options that may be noted only courses are read from files.
 bool namesFile(const std::string& option, const std::string& value) {
   for (int index = 0; index < kParameterCount; ++index) {
-    const auto parameter = static_cast<ParameterIndex>(index);
+    const auto parameter = static_cast<Parameter>(index);
     if (optionName(parameter) == option) return meansFile(value, courseRule(parameter));
   }
   return false;
@@ -119,7 +119,7 @@ SettingsNote settingsNote(const std::string& version, const Controls& controls,
                           const std::vector<NotedSetting>& others) {
   SettingsNote note = {std::string(kProgram) + version + ":", {}};
   for (int index = 0; index < kParameterCount; ++index) {
-    const auto parameter = static_cast<ParameterIndex>(index);
+    const auto parameter = static_cast<Parameter>(index);
     const Course* const course = controls.course(parameter);
     if (!course) continue;
     std::string value = course->text();
