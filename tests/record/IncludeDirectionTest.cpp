@@ -61,7 +61,7 @@ const std::vector<Rule> kRules = {
       "render/look/", "render/job/"}},
     {"render", with(with(with(kRecordAlone, "host/"), "presets/"), "render/")},
     {"lv2", with(with(kRecordAlone, "host/"), "lv2/")},
-    {"examples", {"vst/AEffect.h", "vst/Opcodes.h", "vst/HostRecords.h"}},
+    {"examples", {"vst/AEffect.h", "vst/Opcodes.h", "vst/HostRecords.h", "engine/"}},
     {"peers", with(kInterfaceOfLv2, "peers/")},
     {"quality",
      with(with(with(with(kRecordAlone, "host/"), "peers/"), "render/course/Colors.h"), "quality/")},
