@@ -1,5 +1,5 @@
 // The eight colours and their mixes.
-#include "effect/ColorTable.h"
+#include "engine/ColorTable.h"
 #include "tests/unit/dsp/Bits.h"
 
 #include <cmath>

@@ -1,5 +1,5 @@
 // The fade switch alone: its tables, and every way from state to state.
-#include "effect/ParamSwitch.h"
+#include "engine/ParamSwitch.h"
 #include "tests/support/Allocations.h"
 #include "tests/unit/dsp/Bits.h"
 

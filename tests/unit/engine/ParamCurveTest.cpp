@@ -1,5 +1,5 @@
 // The curves: every kind against its formula, with the roundings to single precision where they belong.
-#include "effect/ParamCurve.h"
+#include "engine/ParamCurve.h"
 #include "tests/support/Allocations.h"
 #include "tests/unit/dsp/Bits.h"
 

@@ -1,0 +1,240 @@
+// The pedal's way along blocks: ramp, smoother, and the float that the pitch is made from.
+#include "engine/PedalMotion.h"
+#include "Blocks.h"
+#include "engine/fast/Fence.h"
+#include "tests/unit/dsp/Bits.h"
+
+#include <cmath>
+#include <doctest/doctest.h>
+#include <limits>
+#include <random>
+
+namespace {
+
+constexpr double kRate = 44100.0;
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+
+struct BuiltMotion : PedalMotion {
+  explicit BuiltMotion(float position = 0.0f, double rateHz = kRate) {
+    build(rateHz);
+    settleAt(position);
+    arriveAt(position);
+  }
+
+  Block begun(int32_t samples, float pedal, float pitchPedal = 0.0f) const {
+    Block block = blockOf(samples, {1.0f, 0.8f, 0.5f, pedal});
+    begin(block, perSampleOf(samples), pitchPedal);
+    return block;
+  }
+};
+
+Slice sliceOf(int32_t samples, int32_t first = 0) {
+  Slice slice{};
+  slice.first = first;
+  slice.samples = samples;
+  return slice;
+}
+
+} // namespace
+
+TEST_CASE("the smoother's power gain is -3 dB at 5 Hz, and 1 at rest") {
+  for (const double rate : {8000.0, 44100.0, 96000.0}) {
+    const BuiltMotion motion(1.0f, rate);
+    CHECK(motion.pole() == doctest::Approx(smootherPoleAt(rate)).epsilon(1e-9));
+    CHECK(motion.input(motion.begun(1, 1.0f)) == doctest::Approx(1.0 - motion.pole()).epsilon(1e-12));
+  }
+}
+
+TEST_CASE("the pedal ramps over a block, reaches its target at the last sample, and is smoothed") {
+  for (const int32_t n : {2, 3, 64, 500}) {
+    for (const int32_t longest : {1, 7, 256}) {
+      CAPTURE(n);
+      CAPTURE(longest);
+      BuiltMotion motion;
+      const double gain = BuiltMotion(1.0f).input(BuiltMotion(1.0f).begun(1, 1.0f));
+      double from = 0.0, expected = 0.0;
+      float pitchPedal = 0.0f;
+      int wrong = 0;
+      for (const float target : {1.0f, 0.25f, 0.25f, 0.875f}) {
+        Block block = motion.begun(n, target, pitchPedal);
+        const double step = (static_cast<double>(target) - from) * (1.0 / (n - 1));
+        forEachSlice(n, longest, [&](Slice& slice) {
+          motion.follow(block, slice, pitchPedal);
+          for (int32_t i = 0; i < slice.samples; ++i) {
+            const double before = expected;
+            expected = motion.pole() * expected + gain * (from + (slice.first + i) * step);
+            wrong += slice.moved[i] != (expected != before);
+            if (expected != before) pitchPedal = static_cast<float>(expected);
+            wrong += bitsOf(slice.pedal[i]) != bitsOf(static_cast<double>(pitchPedal));
+          }
+          wrong += bitsOf(motion.state()) != bitsOf(expected);
+        });
+        motion.end(block);
+        from = static_cast<double>(target);
+      }
+      CHECK(wrong == 0);
+    }
+  }
+}
+
+TEST_CASE("a ramp's step is its difference by the samples from first to last, for one sample none") {
+  BuiltMotion motion(0.25f);
+  CHECK(motion.begun(5, 0.75f).pedalStep == 0.125);
+  CHECK(motion.begun(2, 0.75f).pedalStep == 0.5);
+  CHECK(motion.begun(1, 0.75f).pedalStep == 0.0);
+  CHECK(motion.begun(5, 0.25f).pedalStep == 0.0);
+  motion.end(motion.begun(5, 0.75f));
+  CHECK(motion.begun(5, 0.25f).pedalStep == -0.125);
+}
+
+TEST_CASE("the first block settles the pedal smoother at the pedal") {
+  PedalMotion motion;
+  motion.build(kRate);
+  motion.settleAt(0.7f);
+  Block block = blockOf(200, {1.0f, 0.8f, 0.5f, 0.7f});
+  motion.begin(block, perSampleOf(200), 0.7f);
+  CHECK(block.pedalStep == 0.0);
+  Slice slice = sliceOf(200);
+  motion.follow(block, slice, 0.7f);
+  CHECK(slice.moved[0]); // the sample before was at the heel
+  CHECK(slice.bend == 200);
+  CHECK(motion.state() == doctest::Approx(static_cast<double>(0.7f)).epsilon(1e-13));
+}
+
+TEST_CASE("the bend is the first sample that moves to another float") {
+  BuiltMotion motion;
+  Block block = motion.begun(10, 1.0f);
+  Slice slice = sliceOf(10);
+  motion.follow(block, slice, 0.0f);
+  CHECK_FALSE(slice.moved[0]); // the ramp starts where the block before ended
+  CHECK(slice.moved[1]);
+  CHECK(slice.bend == 1);
+  CHECK(slice.pedal[0] == 0.0);
+  CHECK(slice.pedal[9] > slice.pedal[8]);
+
+  BuiltMotion resting(0.0f);
+  block = resting.begun(10, 0.0f);
+  resting.follow(block, slice, 0.625f);
+  CHECK_FALSE(slice.moved[0]);
+  CHECK(slice.bend == 10);
+  CHECK(slice.pedal[9] == 0.625); // what the pitch was made from
+}
+
+TEST_CASE("a move inside one float makes no new pitch, one from 0 to -0 does") {
+  struct Row {
+    float pedal;
+    double place;
+    float pitchPedal;
+    int32_t bend;
+  };
+  const double pedal = static_cast<double>(0.7f);
+  for (const Row& row : {Row{0.7f, pedal * (1.0 + 1e-12), 0.7f, 8}, Row{0.7f, pedal * (1.0 + 1e-12), 0.6f, 0},
+                         Row{0.0f, 1e-60, 0.0f, 8}, Row{0.0f, 1e-60, -0.0f, 0}, Row{0.0f, -1e-60, 0.0f, 0}}) {
+    CAPTURE(row.place);
+    BuiltMotion motion(row.pedal);
+    motion.arriveAt(row.place);
+    Block block = motion.begun(8, row.pedal, row.pitchPedal);
+    Slice slice = sliceOf(8);
+    motion.follow(block, slice, row.pitchPedal);
+    CHECK(slice.moved[0]);
+    CHECK(slice.bend == row.bend);
+  }
+}
+
+TEST_CASE("the first move away from a denormal float makes the pitch anew, once in a block") {
+  const float least = std::numeric_limits<float>::min();
+  for (const float odd : {1e-40f, -4.2e-45f, std::nextafter(least, 0.0f)}) {
+    BuiltMotion motion(odd);
+    CHECK(motion.begun(4, odd, odd).remakesPitch);
+    motion.arriveAt(static_cast<double>(odd) * (1.0 + 1e-10)); // on the way back, inside the float
+    Block block = motion.begun(4, odd, odd);
+    Slice slice = sliceOf(2);
+    motion.follow(block, slice, odd);
+    CHECK(slice.bend == 0);
+    CHECK_FALSE(block.remakesPitch);
+    slice = sliceOf(2, 2);
+    motion.follow(block, slice, odd);
+    CHECK(slice.moved[0]);
+    CHECK(slice.bend == 2);
+
+    Block still = motion.begun(4, odd, odd);
+    motion.settleAt(0.0f);
+    motion.arriveAt(0.0);
+    still.settings.pedalPos = 0.0f;
+    slice = sliceOf(4);
+    motion.follow(still, slice, odd);
+    CHECK(slice.bend == 4); // nothing moved
+    CHECK(still.remakesPitch);
+  }
+  for (const float plain : {0.0f, -0.0f, least, -least, 0.5f, 1.0f, kNan})
+    CHECK_FALSE(BuiltMotion().begun(4, 0.0f, plain).remakesPitch);
+}
+
+TEST_CASE("a new build is at the heel, and what is no number anywhere is told") {
+  BuiltMotion motion(0.75f);
+  CHECK(motion.isFinite());
+  motion.build(kRate);
+  CHECK(motion.begun(2, 0.5f).pedalStep == 0.5);
+  Block block = motion.begun(4, 0.0f);
+  Slice slice = sliceOf(4);
+  motion.follow(block, slice, 0.0f);
+  CHECK_FALSE(slice.moved[0]);
+
+  motion.end(motion.begun(4, kNan)); // the ramp alone
+  CHECK_FALSE(motion.isFinite());
+  motion.settleAt(0.5f);
+  CHECK(motion.isFinite());
+  motion.arriveAt(static_cast<double>(kNan)); // the smoother
+  CHECK_FALSE(motion.isFinite());
+  motion.settleAt(0.5f); // all but the sample before
+  CHECK_FALSE(motion.isFinite());
+  motion.build(kRate);
+  CHECK(motion.isFinite());
+}
+
+TEST_CASE("the pedal rests when neither the smoother nor the sample before differs by a bit") {
+  if constexpr (kFast) {
+    BuiltMotion motion;
+    CHECK(motion.isAtRest(motion.begun(9, 0.0f)));
+    motion.arriveAt(-0.0); // becomes 0
+    CHECK_FALSE(motion.isAtRest(motion.begun(9, 0.0f)));
+    motion.arriveAt(1e-60);
+    CHECK_FALSE(motion.isAtRest(motion.begun(9, 0.0f)));
+    motion.arriveAt(0.5);
+    motion.settleAt(0.0f); // the next sample is 0, and the one before was a half
+    CHECK_FALSE(motion.isAtRest(motion.begun(9, 0.0f)));
+  }
+}
+
+TEST_CASE("a pedal that is said to keep to a float keeps to it, and is said to where it is near") {
+  if constexpr (kFast) {
+    std::mt19937_64 random(5);
+    int said = 0, broken = 0;
+    for (int round = 0; round < 3000; ++round) {
+      const float pedal = std::ldexp(static_cast<float>(random() % 0x1000000), -24);
+      BuiltMotion motion(pedal, 8000.0);
+      const double away =
+          std::ldexp(static_cast<double>(random() % 200) - 100.0, -26 - static_cast<int>(random() % 30));
+      motion.arriveAt(static_cast<double>(pedal) * (1.0 + away));
+      Block block = motion.begun(256, pedal, pedal);
+      if (!motion.keepsTo(pedal, block)) continue;
+      ++said;
+      for (int slices = 0; slices < 4; ++slices) {
+        Slice slice = sliceOf(256);
+        motion.follow(block, slice, pedal);
+        broken += slice.bend != 256;
+      }
+    }
+    CHECK(broken == 0);
+    CHECK(said > 1000);
+    CHECK(said < 2900); // some are too far away
+
+    BuiltMotion motion(0.7f);
+    motion.arriveAt(static_cast<double>(0.7f) * (1.0 + 1e-12));
+    Block block = motion.begun(9, 0.7f, 0.7f);
+    CHECK(motion.keepsTo(0.7f, block));
+    CHECK_FALSE(motion.keepsTo(0.6f, block));
+    block.remakesPitch = true;
+    CHECK_FALSE(motion.keepsTo(0.7f, block));
+  }
+}

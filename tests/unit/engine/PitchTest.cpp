@@ -1,0 +1,211 @@
+// A colour's choice and a pedal position's pitch.
+#include "engine/Pitch.h"
+#include "Blocks.h"
+#include "tests/support/TestSound.h"
+#include "tests/unit/dsp/Bits.h"
+
+#include <cmath>
+#include <doctest/doctest.h>
+#include <limits>
+#include <random>
+#include <vector>
+
+namespace {
+
+constexpr double kRate = 44100.0;
+constexpr int32_t kSweepLength = 2890;
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+
+// By hand, for each colour at heel, middle and toe: cents, and the gains of dry and wet sound.
+struct Row {
+  double cents[3], dry[3], wet[3];
+};
+constexpr Row kRows[8] = {
+    {{-100, -50, 0}, {0, 0.5, 1}, {1, 0.5, 0}},     {{0, 25, 50}, {1, 1, 1}, {1, 1, 1}},
+    {{0, 600, 1200}, {0, 0, 0}, {1, 1, 1}},         {{0, -1200, -2400}, {0, 0, 0}, {1, 1, 1}},
+    {{-1200, 0, 1200}, {1, 1, 1}, {1, 1, 1}},       {{-700, -100, 500}, {1, 1, 1}, {1, 1, 1}},
+    {{-6000, -2400, 1200}, {1, 0.5, 0}, {1, 1, 1}}, {{-6000, -2400, 1200}, {1, 1, 1}, {1, 1, 1}},
+};
+
+Pitch prepared() {
+  Pitch pitch;
+  pitch.prepare(kRate, kSweepLength);
+  return pitch;
+}
+
+// Whether the pitch crosses 0 on the way from one colour and pedal to another.
+bool crosses(int row, float pedal, int nextRow, float nextPedal) {
+  Pitch pitch = prepared();
+  pitch.chooseColor(colorOfRow(row), pedal);
+  CHECK_FALSE(pitch.choosePitch(pedal)); // from nothing
+  pitch.chooseColor(colorOfRow(nextRow), nextPedal);
+  return pitch.choosePitch(nextPedal);
+}
+
+void checkSame(const Pitch& a, const Pitch& b) {
+  CHECK(bitsOf(a.pedal()) == bitsOf(b.pedal()));
+  CHECK(bitsOf(a.ratio()) == bitsOf(b.ratio()));
+  CHECK(bitsOf(a.rate()) == bitsOf(b.rate()));
+  CHECK(bitsOf(a.gains().dry) == bitsOf(b.gains().dry));
+  CHECK(bitsOf(a.gains().wet) == bitsOf(b.gains().wet));
+  CHECK(a.isUpwards() == b.isUpwards());
+}
+
+} // namespace
+
+TEST_CASE("a pitch step at heel, middle and toe of every colour") {
+  for (const double rate : {44100.0, 96000.0}) {
+    Pitch pitch;
+    pitch.prepare(rate, 100);
+    for (int row = 0; row < 8; ++row) {
+      for (int place = 0; place < 3; ++place) {
+        CAPTURE(row);
+        CAPTURE(place);
+        const float pedal = 0.5f * static_cast<float>(place);
+        pitch.chooseColor(colorOfRow(row), pedal);
+        pitch.choosePitch(pedal);
+        const double ratio = std::exp2(kRows[row].cents[place] / 1200.0);
+        CHECK(pitch.pedal() == pedal);
+        CHECK(pitch.ratio() == doctest::Approx(ratio).epsilon(1e-14));
+        CHECK(pitch.rate() == doctest::Approx(std::abs(1.0 - ratio) * rate / 100).epsilon(1e-13));
+        CHECK(pitch.gains().dry == kRows[row].dry[place]);
+        CHECK(pitch.gains().wet == kRows[row].wet[place]);
+        CHECK(pitch.isUpwards() == (kRows[row].cents[place] > 0.0));
+        CHECK(pitch.isFinite());
+      }
+    }
+  }
+}
+
+TEST_CASE("an octave is a ratio of exactly 2 or a half, five octaves down a thirty-second, none exactly 1") {
+  const auto ratioAt = [](int row, float pedal) {
+    Pitch pitch = prepared();
+    pitch.chooseColor(colorOfRow(row), pedal);
+    pitch.choosePitch(pedal);
+    CHECK((pitch.rate() == 0.0) == (pitch.ratio() == 1.0));
+    return pitch.ratio();
+  };
+  CHECK(ratioAt(2, 1.0f) == 2.0);
+  CHECK(ratioAt(2, 0.0f) == 1.0);
+  CHECK(ratioAt(3, 1.0f) == 0.25);
+  CHECK(ratioAt(4, 0.0f) == 0.5);
+  CHECK(ratioAt(4, 0.5f) == 1.0);
+  CHECK(ratioAt(6, 0.0f) == 0.03125);
+  CHECK(ratioAt(7, 1.0f) == 2.0);
+}
+
+TEST_CASE("a colour step takes the row's range and mixes by the live pedal") {
+  Pitch pitch = prepared();
+  pitch.chooseColor(colorOfRow(4), 1.0f);
+  pitch.choosePitch(1.0f);
+  for (int row = 0; row < 8; ++row) {
+    for (int place = 0; place < 3; ++place) {
+      pitch.chooseColor(colorOfRow(row), 0.5f * static_cast<float>(place));
+      CHECK(pitch.gains().dry == kRows[row].dry[place]);
+      CHECK(pitch.gains().wet == kRows[row].wet[place]);
+      CHECK(pitch.ratio() == 2.0); // the pitch is the next step's
+      CHECK(pitch.pedal() == 1.0f);
+    }
+  }
+}
+
+TEST_CASE("a change of the pitch's sign turns the sweep, and 0 on either side does not") {
+  CHECK(crosses(4, 1.0f, 4, 0.0f)); // +1200 to -1200
+  CHECK(crosses(4, 0.0f, 4, 1.0f));
+  CHECK(crosses(2, 1.0f, 3, 1.0f)); // +1200 to -2400
+  CHECK(crosses(4, 0.50001f, 4, 0.49999f));
+  CHECK_FALSE(crosses(4, 1.0f, 4, 0.5f)); // +1200 to 0
+  CHECK_FALSE(crosses(4, 0.0f, 4, 0.5f));
+  CHECK_FALSE(crosses(4, 0.5f, 4, 0.0f)); // 0 to -1200
+  CHECK_FALSE(crosses(4, 0.5f, 4, 1.0f));
+  CHECK_FALSE(crosses(1, 0.0f, 3, 0.0f)); // 0 to 0
+  CHECK_FALSE(crosses(2, 1.0f, 1, 1.0f)); // +1200 to +50
+  CHECK_FALSE(crosses(0, 0.0f, 3, 1.0f)); // -100 to -2400
+  CHECK_FALSE(crosses(4, kNan, 4, 1.0f));
+  CHECK_FALSE(crosses(4, 1.0f, 4, kNan));
+}
+
+TEST_CASE("a crossing is judged from the choice before, or from the pitch that was pretended") {
+  Pitch pitch = prepared();
+  pitch.chooseColor(colorOfRow(4), 0.0f);
+  pitch.choosePitch(0.0f);
+  for (int turn = 0; turn < 3; ++turn) {
+    CHECK(pitch.choosePitch(1.0f));
+    CHECK(pitch.choosePitch(0.0f));
+  }
+  pitch.pretendPitch(1.0f);
+  CHECK(pitch.ratio() == 0.5);
+  CHECK_FALSE(pitch.isUpwards());
+  CHECK(pitch.choosePitch(0.0f));
+  pitch.pretendPitch(1.0f);
+  CHECK_FALSE(pitch.choosePitch(1.0f));
+}
+
+TEST_CASE("preparing starts from nothing chosen, whatever was chosen before") {
+  Pitch pitch = prepared();
+  pitch.chooseColor(colorOfRow(4), 1.0f);
+  pitch.choosePitch(1.0f);
+  pitch.prepare(kRate, kSweepLength);
+  CHECK(pitch.ratio() == 1.0);
+  CHECK(pitch.rate() == 0.0);
+  CHECK(pitch.pedal() == 0.0f);
+  CHECK(pitch.gains().dry == 0.0);
+  CHECK(pitch.gains().wet == 0.0);
+  CHECK_FALSE(pitch.isUpwards());
+  CHECK_FALSE(pitch.choosePitch(1.0f));
+  CHECK(pitch.ratio() == 1.0); // no range
+  pitch.chooseColor(colorOfRow(4), 0.0f);
+  CHECK_FALSE(pitch.choosePitch(0.0f)); // not from +1200
+}
+
+TEST_CASE("a pitch that is no number is told, and forgotten with the next choice") {
+  Pitch pitch = prepared();
+  pitch.chooseColor(colorOfRow(4), 0.0f);
+  for (const float odd : {kNan, std::numeric_limits<float>::infinity()}) {
+    pitch.choosePitch(odd);
+    CHECK_FALSE(pitch.isFinite());
+    pitch.choosePitch(0.5f);
+    CHECK(pitch.isFinite());
+    CHECK(pitch.ratio() == 1.0);
+  }
+}
+
+TEST_CASE(
+    "a slice has the bits of a choice for each sample from its bend on, and what was chosen before it") {
+  std::mt19937 random(3);
+  for (int row = 0; row < 8; ++row) {
+    for (const int32_t samples : {1, 2, 37, 256}) {
+      for (const int32_t bend : {0, samples / 2, samples - 1, samples}) {
+        CAPTURE(row);
+        CAPTURE(samples);
+        CAPTURE(bend);
+        Pitch whole = prepared(), single = prepared();
+        for (Pitch* pitch : {&whole, &single}) {
+          pitch->chooseColor(colorOfRow(row), 0.3f);
+          pitch->choosePitch(0.3f);
+        }
+        Slice slice{};
+        slice.samples = samples;
+        slice.bend = bend;
+        for (int32_t i = 0; i < samples; ++i) {
+          const float odd[] = {-4.2e-45f, 1e-40f, -0.0f, 1.0f};
+          const float pedal = static_cast<float>(random() >> 8) * 0x1p-24f;
+          slice.pedal[i] = static_cast<double>(random() % 5 == 0 ? odd[random() % 4] : pedal);
+        }
+        whole.follow(slice);
+        int wrong = 0;
+        for (int32_t i = 0; i < samples; ++i) {
+          if (i >= bend) single.choosePitch(static_cast<float>(slice.pedal[i]));
+          wrong += bitsOf(slice.pitchRatio[i]) != bitsOf(single.ratio());
+          wrong += bitsOf(slice.sweepRate[i + 1]) != bitsOf(single.rate());
+          wrong += bitsOf(slice.dryGain[i]) != bitsOf(single.gains().dry);
+          wrong += bitsOf(slice.wetGain[i]) != bitsOf(single.gains().wet);
+        }
+        CHECK(wrong == 0);
+        checkSame(whole, single);
+        for (const float next : {0.0f, 1.0f})
+          CHECK(whole.choosePitch(next) == single.choosePitch(next)); // crossings from the same pitch
+      }
+    }
+  }
+}
