@@ -256,6 +256,28 @@ TEST_CASE("the sound is the plain pedal's whatever the host flushes") {
   }
 }
 
+// Which numbers count as zero may differ between setting up and blocks, and then one float means two pedals.
+TEST_CASE("a denormal pedal is what the host's arithmetic takes it for while blocks run") {
+  for (unsigned inSetUp : kFlushes) {
+    for (unsigned inBlocks : kFlushes) {
+      CAPTURE(inSetUp);
+      CAPTURE(inBlocks);
+      Duo duo;
+      for (int round = 0; round < 32; ++round) {
+        {
+          const Word hosts(kDefaultWord | inSetUp);
+          constexpr float kPedals[] = {-4.2e-45f, 4.2e-45f, -1e-40f, 1e-40f};
+          duo->setParameter(3, 0.125f * static_cast<float>(round / 4));
+          duo->setParameter(4, kPedals[round % 4]);
+          duo->setSampleRate(round % 2 == 0 ? 8000.0f : 11025.0f);
+        }
+        const Word hosts(kDefaultWord | inBlocks);
+        duo.blocks(4, 50);
+      }
+    }
+  }
+}
+
 // Rounded another way, samples differ in their last bits, and a tap may jump a sample sooner or later, where
 // it is nearly silent.
 TEST_CASE("the sound is the same to the ear however the host rounds") {
