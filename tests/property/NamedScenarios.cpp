@@ -54,6 +54,17 @@ TEST_CASE("a switch-over at the last sample of a block flips the sweep for the n
   duo.blocks(40, 100);
 }
 
+TEST_CASE("a switch-over takes the raw pedal, not the smoothed one") {
+  Duo duo(8000.0f); // row 4 at the heel: -1200 cents
+  duo.blocks(4, 100);
+  duo->setParameter(kColor, 0.625f); // row 5: -700 to 500
+  duo.block(kFade8000);
+  duo->setParameter(kPedalPos, 1.0f);
+  duo.block(1); // in which the ramp does not move
+  CHECK(duo.count(PlainEvent::SwitchOverFlipKept) == 1);
+  duo.blocks(40, 100);
+}
+
 TEST_CASE("parameters changed between set-up and the first block flip the sweep") {
   Duo duo;
   duo->setParameter(kColor, kRow2);

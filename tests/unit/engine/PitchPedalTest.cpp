@@ -261,6 +261,22 @@ TEST_CASE("an empty block is a block: it takes targets, begins fades, and is the
   CHECK(ramped[0] - ramped[1] == doctest::Approx(ramped[1] - ramped[2]).epsilon(0.01)); // no ramp, a smoother
 }
 
+TEST_CASE("blocks of one sample hear new targets one block late") {
+  Bench bench(8000.0, inRow(0, 0.0f)); // at the heel the dry sound's gain is 0, and the shifted one is late
+  CHECK(bench.play(inRow(0, 0.0f), {1.0})[0] == 0.0);
+  CHECK(bench.play(kDryOnly, {1.0})[0] == 0.0); // a ramp of one sample stands at its start
+  CHECK(bench.play(kDryOnly, {1.0})[0] == doctest::Approx(1.0 - smootherPoleAt(8000.0)).epsilon(1e-6));
+}
+
+TEST_CASE("a Color change within a row fades out and in with the same sound") {
+  Bench bench(312.5, kDryOnly); // fades of five samples
+  bench.play(kDryOnly, {1.0});
+  const Sound heard = bench.play({1.0f, 0.8f, 0.0625f, 1.0f}, Sound(12, 1.0));
+  const Sound gains = {1.0, 0.8, 0.6, 0.4, 0.2, 0.0, 0.2, 0.4, 0.6, 0.8, 1.0, 1.0};
+  for (int i = 0; i < 12; ++i)
+    CHECK(heard[i] == doctest::Approx(gains[i]));
+}
+
 TEST_CASE("a colour or a pitch chosen from outside holds until the pedal moves") {
   Bench bench(8000.0, kDryOnly);
   bench.playAll(kDryOnly, Sound(24000, 0.0), {1000}); // the smoother has settled
