@@ -99,6 +99,21 @@ TEST_CASE("the first block settles the pedal smoother at the pedal") {
   CHECK(slice.moved[0]); // the sample before was at the heel
   CHECK(slice.bend == 200);
   CHECK(motion.state() == doctest::Approx(static_cast<double>(0.7f)).epsilon(1e-13));
+  // What leads to the pedal at the next step, which is not the pedal itself where rounding shows.
+  int off = 0;
+  for (const double rate : {62.5, 100.0, 44100.0}) {
+    const BuiltMotion one(1.0f, rate);
+    const double gain = one.input(one.begun(1, 1.0f));
+    for (int i = 1; i <= 100; ++i) {
+      const float pedal = static_cast<float>(i) / 100.0f;
+      motion.build(rate);
+      motion.settleAt(pedal);
+      const double before = (1.0 - gain) * static_cast<double>(pedal) / motion.pole();
+      CHECK(bitsOf(motion.state()) == bitsOf(before));
+      off += before != static_cast<double>(pedal);
+    }
+  }
+  CHECK(off > 0);
 }
 
 TEST_CASE("the bend is the first sample that moves to another float") {

@@ -264,8 +264,8 @@ TEST_CASE("an empty block is a block: it takes targets, begins fades, and is the
 TEST_CASE("blocks of one sample hear new targets one block late") {
   Bench bench(8000.0, inRow(0, 0.0f)); // at the heel the dry sound's gain is 0, and the shifted one is late
   CHECK(bench.play(inRow(0, 0.0f), {1.0})[0] == 0.0);
-  CHECK(bench.play(kDryOnly, {1.0})[0] == 0.0); // a ramp of one sample stands at its start
-  CHECK(bench.play(kDryOnly, {1.0})[0] == doctest::Approx(1.0 - smootherPoleAt(8000.0)).epsilon(1e-6));
+  CHECK(bench.play(inRow(0, 1.0f), {1.0})[0] == 0.0); // a ramp of one sample stands at its start
+  CHECK(bench.play(inRow(0, 1.0f), {1.0})[0] == doctest::Approx(1.0 - smootherPoleAt(8000.0)).epsilon(1e-6));
 }
 
 TEST_CASE("a Color change within a row fades out and in with the same sound") {
