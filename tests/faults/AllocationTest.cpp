@@ -14,8 +14,9 @@
 namespace {
 
 constexpr float kRate = 8000.0f, kOtherRate = 11025.0f;
-constexpr int kLarge = 5000;    // samples: more than any pedal here has been told of
-constexpr float kNoRate = 0.0f; // what the plain pedal is told where the module has no memory for a rate
+constexpr int kLarge = 5000;       // samples: more than any pedal here has been told of
+constexpr long kArraysOfBlock = 3; // On/Off values, and the gains of two switches
+constexpr float kNoRate = 0.0f;    // what the plain pedal is told where the module has no memory for a rate
 
 // The module, with what its latest block took.
 class CountedPedal : public ModulePedal {
@@ -190,14 +191,15 @@ TEST_CASE("whichever allocation of a large block fails, the block passes through
   Bench measured;
   prepare(measured);
   measured.play(kLarge);
-  REQUIRE(measured.module.takenByBlock == 4); // On/Off values, sweep, and the gains of two switches
-  for (long n = 1; n <= 4; ++n) {
+  REQUIRE(measured.module.takenByBlock == kArraysOfBlock);
+  for (long n = 1; n <= kArraysOfBlock; ++n) {
     CAPTURE(n);
     const long live = allocations::live();
     {
       Bench bench;
       prepare(bench);
-      for (long again = n; again <= 4; ++again) { // what was had before the failure is kept or given back
+      for (long again = n; again <= kArraysOfBlock;
+           ++again) { // what was had before the failure is kept or given back
         OddBlock block(kLarge);
         count(again == n ? n : 1, [&] { block.run(bench.module); });
         CHECK(block.hasPassed());
@@ -212,7 +214,7 @@ TEST_CASE("whichever allocation of a large block fails, the block passes through
 }
 
 TEST_CASE("whichever allocation of an announced block size fails, the block itself gets its memory") {
-  for (long n = 1; n <= 4; ++n) {
+  for (long n = 1; n <= kArraysOfBlock; ++n) {
     CAPTURE(n);
     const long live = allocations::live();
     {
