@@ -210,14 +210,14 @@ TEST_CASE("a new build is at the heel, and what is no number anywhere is told") 
 TEST_CASE("the pedal rests when neither the smoother nor the sample before differs by a bit") {
   if constexpr (kFast) {
     BuiltMotion motion;
-    CHECK(motion.isAtRest(motion.begun(9, 0.0f)));
+    CHECK(motion.isSteady(motion.begun(9, 0.0f)));
     motion.arriveAt(-0.0); // becomes 0
-    CHECK_FALSE(motion.isAtRest(motion.begun(9, 0.0f)));
+    CHECK_FALSE(motion.isSteady(motion.begun(9, 0.0f)));
     motion.arriveAt(1e-60);
-    CHECK_FALSE(motion.isAtRest(motion.begun(9, 0.0f)));
+    CHECK_FALSE(motion.isSteady(motion.begun(9, 0.0f)));
     motion.arriveAt(0.5);
     motion.settleAt(0.0f); // the next sample is 0, and the one before was a half
-    CHECK_FALSE(motion.isAtRest(motion.begun(9, 0.0f)));
+    CHECK_FALSE(motion.isSteady(motion.begun(9, 0.0f)));
   }
 }
 
@@ -232,7 +232,7 @@ TEST_CASE("a pedal that is said to keep to a float keeps to it, and is said to w
           std::ldexp(static_cast<double>(random() % 200) - 100.0, -26 - static_cast<int>(random() % 30));
       motion.arriveAt(static_cast<double>(pedal) * (1.0 + away));
       Block block = motion.begun(256, pedal, pedal);
-      if (!motion.keepsTo(pedal, block)) continue;
+      if (!motion.keepsPitch(pedal, block)) continue;
       ++said;
       for (int slices = 0; slices < 4; ++slices) {
         Slice slice = sliceOf(256);
@@ -247,9 +247,9 @@ TEST_CASE("a pedal that is said to keep to a float keeps to it, and is said to w
     BuiltMotion motion(0.7f);
     motion.arriveAt(static_cast<double>(0.7f) * (1.0 + 1e-12));
     Block block = motion.begun(9, 0.7f, 0.7f);
-    CHECK(motion.keepsTo(0.7f, block));
-    CHECK_FALSE(motion.keepsTo(0.6f, block));
+    CHECK(motion.keepsPitch(0.7f, block));
+    CHECK_FALSE(motion.keepsPitch(0.6f, block));
     block.remakesPitch = true;
-    CHECK_FALSE(motion.keepsTo(0.7f, block));
+    CHECK_FALSE(motion.keepsPitch(0.7f, block));
   }
 }

@@ -27,7 +27,7 @@ constexpr PedalSettings kDryOnly = {1.0f, 0.8f, 0.0f, 1.0f};
 constexpr PedalSettings kLate = {1.0f, 0.8f, 0.3125f, 0.0f};
 
 PedalSettings inRow(int row, float pedalPos, float onOff = 1.0f) {
-  return {onOff, 0.8f, colorOfRow(row), pedalPos};
+  return {onOff, 0.8f, colorParameter(row), pedalPos};
 }
 
 struct Bench {
@@ -367,6 +367,16 @@ TEST_CASE("off clears denormal input and keeps everything else, signs included")
   for (const double x :
        Bench(44100.0, kDryOnly).play(kDryOnly, {kTiniest, -1e-310})) // and on, on the dry path
     CHECK(x == 0.0);
+}
+
+TEST_CASE("a gain above 1 lifts denormal input before anything flushes it") {
+  const PedalSettings loud = inRow(0, 1.5f); // the dry sound's gain is the pedal's
+  const double tiny = 2e-308, lifted = 3e-308;
+  REQUIRE(tiny < kLeastNormal);
+  Bench bench(8000.0, loud);
+  CHECK(bench.play(loud, {tiny})[0] / lifted == doctest::Approx(1.0));
+  bench.playAll(loud, Sound(40000, 0.0), {1000}); // the pedal is steady
+  CHECK(bench.play(loud, {tiny})[0] / lifted == doctest::Approx(1.0));
 }
 
 TEST_CASE("any On/Off but exactly 1 is off") {

@@ -1,7 +1,6 @@
 // A colour's choice and a pedal position's pitch.
 #include "engine/Pitch.h"
 #include "Blocks.h"
-#include "tests/support/TestSound.h"
 #include "tests/unit/dsp/Bits.h"
 
 #include <cmath>
@@ -36,9 +35,9 @@ Pitch prepared() {
 // Whether the pitch crosses 0 on the way from one colour and pedal to another.
 bool crosses(int row, float pedal, int nextRow, float nextPedal) {
   Pitch pitch = prepared();
-  pitch.chooseColor(colorOfRow(row), pedal);
+  pitch.chooseColor(colorParameter(row), pedal);
   CHECK_FALSE(pitch.choosePitch(pedal)); // from nothing
-  pitch.chooseColor(colorOfRow(nextRow), nextPedal);
+  pitch.chooseColor(colorParameter(nextRow), nextPedal);
   return pitch.choosePitch(nextPedal);
 }
 
@@ -62,7 +61,7 @@ TEST_CASE("a pitch step at heel, middle and toe of every colour") {
         CAPTURE(row);
         CAPTURE(place);
         const float pedal = 0.5f * static_cast<float>(place);
-        pitch.chooseColor(colorOfRow(row), pedal);
+        pitch.chooseColor(colorParameter(row), pedal);
         pitch.choosePitch(pedal);
         const double ratio = std::exp2(kRows[row].cents[place] / 1200.0);
         CHECK(pitch.pedal() == pedal);
@@ -80,7 +79,7 @@ TEST_CASE("a pitch step at heel, middle and toe of every colour") {
 TEST_CASE("an octave is a ratio of exactly 2 or a half, five octaves down a thirty-second, none exactly 1") {
   const auto ratioAt = [](int row, float pedal) {
     Pitch pitch = prepared();
-    pitch.chooseColor(colorOfRow(row), pedal);
+    pitch.chooseColor(colorParameter(row), pedal);
     pitch.choosePitch(pedal);
     CHECK((pitch.rate() == 0.0) == (pitch.ratio() == 1.0));
     return pitch.ratio();
@@ -96,11 +95,11 @@ TEST_CASE("an octave is a ratio of exactly 2 or a half, five octaves down a thir
 
 TEST_CASE("a colour step takes the row's range and mixes by the live pedal") {
   Pitch pitch = prepared();
-  pitch.chooseColor(colorOfRow(4), 1.0f);
+  pitch.chooseColor(colorParameter(4), 1.0f);
   pitch.choosePitch(1.0f);
   for (int row = 0; row < 8; ++row) {
     for (int place = 0; place < 3; ++place) {
-      pitch.chooseColor(colorOfRow(row), 0.5f * static_cast<float>(place));
+      pitch.chooseColor(colorParameter(row), 0.5f * static_cast<float>(place));
       CHECK(pitch.gains().dry == kRows[row].dry[place]);
       CHECK(pitch.gains().wet == kRows[row].wet[place]);
       CHECK(pitch.ratio() == 2.0); // the pitch is the next step's
@@ -127,7 +126,7 @@ TEST_CASE("a change of the pitch's sign turns the sweep, and 0 on either side do
 
 TEST_CASE("a crossing is judged from the choice before, or from the pitch that was pretended") {
   Pitch pitch = prepared();
-  pitch.chooseColor(colorOfRow(4), 0.0f);
+  pitch.chooseColor(colorParameter(4), 0.0f);
   pitch.choosePitch(0.0f);
   for (int turn = 0; turn < 3; ++turn) {
     CHECK(pitch.choosePitch(1.0f));
@@ -143,7 +142,7 @@ TEST_CASE("a crossing is judged from the choice before, or from the pitch that w
 
 TEST_CASE("preparing starts from nothing chosen, whatever was chosen before") {
   Pitch pitch = prepared();
-  pitch.chooseColor(colorOfRow(4), 1.0f);
+  pitch.chooseColor(colorParameter(4), 1.0f);
   pitch.choosePitch(1.0f);
   pitch.prepare(kRate, kSweepLength);
   CHECK(pitch.ratio() == 1.0);
@@ -154,13 +153,13 @@ TEST_CASE("preparing starts from nothing chosen, whatever was chosen before") {
   CHECK_FALSE(pitch.isUpwards());
   CHECK_FALSE(pitch.choosePitch(1.0f));
   CHECK(pitch.ratio() == 1.0); // no range
-  pitch.chooseColor(colorOfRow(4), 0.0f);
+  pitch.chooseColor(colorParameter(4), 0.0f);
   CHECK_FALSE(pitch.choosePitch(0.0f)); // not from +1200
 }
 
 TEST_CASE("a pitch that is no number is told, and forgotten with the next choice") {
   Pitch pitch = prepared();
-  pitch.chooseColor(colorOfRow(4), 0.0f);
+  pitch.chooseColor(colorParameter(4), 0.0f);
   for (const float odd : {kNan, std::numeric_limits<float>::infinity()}) {
     pitch.choosePitch(odd);
     CHECK_FALSE(pitch.isFinite());
@@ -181,7 +180,7 @@ TEST_CASE(
         CAPTURE(bend);
         Pitch whole = prepared(), single = prepared();
         for (Pitch* pitch : {&whole, &single}) {
-          pitch->chooseColor(colorOfRow(row), 0.3f);
+          pitch->chooseColor(colorParameter(row), 0.3f);
           pitch->choosePitch(0.3f);
         }
         Slice slice{};

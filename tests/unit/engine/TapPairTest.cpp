@@ -159,11 +159,11 @@ TEST_CASE("a glide leads from the rate before to the rate of the block, whose la
   Slice slice = sliceOf(3);
   taps.follow(block, slice);
   CHECK(stepsOf(slice) == Steps{20000, 20000, 20000});
-  CHECK(taps.isLevel());
-  CHECK(taps.levelStep() == doctest::Approx(0.02));
+  CHECK(taps.isSteady());
+  CHECK(taps.steadyStep() == doctest::Approx(0.02));
   block = taps.begun(5, 30.0);
   CHECK(block.glideStart == 0);
-  CHECK_FALSE(taps.isLevel());
+  CHECK_FALSE(taps.isSteady());
   CHECK(taps.isBoundFor(30.0));
   CHECK_FALSE(taps.isBoundFor(10.0));
   for (const int32_t first : {0, 2}) { // in two slices
@@ -173,7 +173,7 @@ TEST_CASE("a glide leads from the rate before to the rate of the block, whose la
   }
   CHECK(taps.state().phase == doctest::Approx(0.06 + 0.2));
   taps.begun(5, 30.0);
-  CHECK(taps.isLevel());
+  CHECK(taps.isSteady());
 }
 
 TEST_CASE("a move of the pedal lets a glide begin there, from the rate that the one before was bound for") {

@@ -1,5 +1,5 @@
 // The eight colours and their mixes.
-#include "engine/ColorTable.h"
+#include "engine/PedalNumbers.h"
 #include "tests/unit/dsp/Bits.h"
 
 #include <cmath>
@@ -14,13 +14,19 @@ constexpr float kInfinity = std::numeric_limits<float>::infinity();
 } // namespace
 
 TEST_CASE("each colour has its range and its mix") {
-  const ColorRange rows[8] = {{-100, 0, 1},     {0, 50, 3},     {0, 1200, 0},     {0, -2400, 0},
-                              {-1200, 1200, 3}, {-700, 500, 3}, {-6000, 1200, 2}, {-6000, 1200, 3}};
+  struct Row {
+    double heel, toe;
+    int mixMode;
+  };
+  const Row rows[8] = {{-100, 0, 1},     {0, 50, 3},     {0, 1200, 0},     {0, -2400, 0},
+                       {-1200, 1200, 3}, {-700, 500, 3}, {-6000, 1200, 2}, {-6000, 1200, 3}};
   for (int row = 0; row < 8; ++row) {
     CAPTURE(row);
-    CHECK(bitsOf(colorRange(row).centsAtHeel) == bitsOf(rows[row].centsAtHeel));
-    CHECK(bitsOf(colorRange(row).centsAtToe) == bitsOf(rows[row].centsAtToe));
-    CHECK(colorRange(row).mixMode == rows[row].mixMode);
+    CHECK(kColorTable[row].number == row);
+    CHECK(bitsOf(kColorTable[row].centsAtHeel) == bitsOf(rows[row].heel));
+    CHECK(bitsOf(kColorTable[row].centsAtToe) == bitsOf(rows[row].toe));
+    CHECK(kColorTable[row].mixMode == rows[row].mixMode);
+    CHECK(colorParameter(row) == 0.125f * static_cast<float>(row) + 0.0625f);
   }
 }
 
@@ -28,19 +34,19 @@ TEST_CASE("a colour's interval holds its lower bound and not its upper one") {
   for (int bound = 1; bound < 8; ++bound) {
     const float value = 0.125f * static_cast<float>(bound);
     CAPTURE(value);
-    CHECK(colorRow(value) == bound);
-    CHECK(colorRow(std::nextafter(value, 0.0f)) == bound - 1);
-    CHECK(colorRow(std::nextafter(value, 1.0f)) == bound);
-    CHECK(colorRow(value + 0.0625f) == bound);
+    CHECK(colorOf(value) == bound);
+    CHECK(colorOf(std::nextafter(value, 0.0f)) == bound - 1);
+    CHECK(colorOf(std::nextafter(value, 1.0f)) == bound);
+    CHECK(colorOf(value + 0.0625f) == bound);
   }
 }
 
 TEST_CASE("values outside 0..1 take the outer colours, a not-a-number the last") {
   for (float low : {0.0f, -0.0f, -1.0f, -kInfinity, std::numeric_limits<float>::denorm_min()})
-    CHECK(colorRow(low) == 0);
+    CHECK(colorOf(low) == 0);
   for (float high : {1.0f, 2.0f, 1e30f, kInfinity, std::numeric_limits<float>::quiet_NaN(),
                      -std::numeric_limits<float>::quiet_NaN()})
-    CHECK(colorRow(high) == 7);
+    CHECK(colorOf(high) == 7);
 }
 
 TEST_CASE("the mixes: shifted only, shifted gives way to dry, dry gives way, both in full") {

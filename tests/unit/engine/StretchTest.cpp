@@ -1,11 +1,11 @@
 // What fast/ does at once against the same done sample by sample.
-#include "engine/fast/EvenStretch.h"
+#include "engine/fast/Stretch.h"
 #include "Blocks.h"
 #include "dsp/lfoTriangle.h"
 #include "engine/TapSteps.h"
-#include "engine/fast/EvenTaps.h"
 #include "engine/fast/FreeTaps.h"
 #include "engine/fast/SteadyShift.h"
+#include "engine/fast/StretchTaps.h"
 #include "tests/unit/dsp/Bits.h"
 
 #include <cfenv>
@@ -97,12 +97,12 @@ std::unique_ptr<Slice> sliceAt(int32_t first, int32_t samples) {
 
 } // namespace
 
-TEST_CASE("an even stretch has the bits of its single samples, and is seldom short") {
+TEST_CASE("a stretch has the bits of its single samples, and is seldom short") {
   Random random(1);
   int64_t even = 0, all = 0;
   for (int round = 0; round < 20000; ++round) {
     const SteadyTaps start = randomTaps(random);
-    const EvenStretch stretch = start.stretch(256);
+    const Stretch stretch = start.stretch(256);
     even += stretch.samples;
     all += 256;
     TapState taps = start.now;
@@ -135,7 +135,7 @@ TEST_CASE("a stretch is read and filtered to the bits of its single samples, any
     Filters ours(ramps), plain(ramps);
     const SmootherRun pedal{0.999, pedalMoves ? 0.0003 : 0.0, pedalMoves ? 0.1 : 0.0};
     SmootherRun ourPedal = pedal, plainPedal = pedal;
-    const EvenStretch stretch = view.beforeSeam(begin, start.stretch(256 - begin));
+    const Stretch stretch = view.beforeSeam(begin, start.stretch(256 - begin));
     REQUIRE(stretch.samples % 4 == 0);
     if (stretch.samples == 0) continue;
     wrapped += !line->isStraight(3400.0);
@@ -143,15 +143,15 @@ TEST_CASE("a stretch is read and filtered to the bits of its single samples, any
 
     const auto actual = sliceAt(64, 256), expected = sliceAt(64, 256);
     JointFilters ourFilters = ours.joint(), plainFilters = plain.joint();
-    CHECK(ourFilters.tonePolesStay() == !ramps);
-    CHECK(ourPedal.stays() == !pedalMoves);
+    CHECK(ourFilters.isToneSteady() == !ramps);
+    CHECK(ourPedal.isSteady() == !pedalMoves);
     TapState taps = start.now;
     for (int32_t i = begin; i < begin + stretch.samples; ++i) {
       followOne(i, start.jumpDelay, start.minDelay, start.phaseStep, start.pitchRatio, taps, *expected);
       line->readSample(i, *expected);
       plainFilters.run<false, false>(*expected, i, i + 1, plainPedal);
     }
-    shiftEvenly(view, stretch, begin, ourFilters, ourPedal, *actual);
+    shiftStretch(view, stretch, begin, ourFilters, ourPedal, *actual);
     CHECK(differences(actual->shifted + begin, expected->shifted + begin, stretch.samples) == 0);
     CHECK(differences(actual->low + begin + 1, expected->low + begin + 1, stretch.samples) == 0);
     CHECK(differences(actual->high + begin + 1, expected->high + begin + 1, stretch.samples) == 0);
@@ -159,7 +159,7 @@ TEST_CASE("a stretch is read and filtered to the bits of its single samples, any
     CHECK(bitsOf(ourPedal.state) == bitsOf(plainPedal.state));
 
     alignas(16) double narrow[256];
-    EvenTaps<2>(view, begin, stretch).read(narrow, stretch.samples);
+    StretchTaps<2>(view, begin, stretch).read(narrow, stretch.samples);
     CHECK(differences(narrow, expected->shifted + begin, stretch.samples) == 0);
   }
   CHECK(compared > 2000);
@@ -177,7 +177,7 @@ TEST_CASE("the joint loop has the bits of low pass, tone filter and smoother one
     SmootherRun pedal{0.999, 0.0003, 0.1};
     joint.begin(*actual);
     joint.run<false, false>(*actual, 0, 150, pedal);
-    if (joint.tonePolesStay())
+    if (joint.isToneSteady())
       joint.run<true, true>(*actual, 150, 200, pedal);
     else
       joint.run<false, true>(*actual, 150, 200, pedal);
@@ -270,15 +270,15 @@ TEST_CASE("a pitch far above the pedal's range has no stretch") {
   CHECK(samples(7.5) == 0);
 }
 
-TEST_CASE("a pole or a pedal stays only if no bit of it changes") {
+TEST_CASE("a pole or a pedal is steady only if no bit of it changes") {
   Filters filters(true);
   filters.block.toneStep = {0.0, 1e-5, 0.1, 0.1};
-  CHECK_FALSE(filters.joint().tonePolesStay());
+  CHECK_FALSE(filters.joint().isToneSteady());
   filters.block.toneStep = {-1e-5, 0.0, 0.1, 0.1};
-  CHECK_FALSE(filters.joint().tonePolesStay());
+  CHECK_FALSE(filters.joint().isToneSteady());
   filters.block.toneStep = {-0.0, 0.0, 0.1, 0.1};
-  CHECK(filters.joint().tonePolesStay());
-  CHECK_FALSE(SmootherRun{0.999, 0.0003, 0.1}.stays());
-  CHECK(SmootherRun{0.999, 0.0, 0.0}.stays());
-  CHECK_FALSE(SmootherRun{0.999, 0.0, -0.0}.stays()); // becomes 0
+  CHECK(filters.joint().isToneSteady());
+  CHECK_FALSE(SmootherRun{0.999, 0.0003, 0.1}.isSteady());
+  CHECK(SmootherRun{0.999, 0.0, 0.0}.isSteady());
+  CHECK_FALSE(SmootherRun{0.999, 0.0, -0.0}.isSteady()); // becomes 0
 }
