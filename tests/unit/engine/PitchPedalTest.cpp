@@ -315,6 +315,7 @@ TEST_CASE("whichever allocation of a rate fails, nothing escapes or leaks and th
       pedal.setRate(44100.0, kLate, 100);
     }
     ready += pedal.isReady();
+    if (!pedal.isReady() && allocations::live() != before) ready = -100; // what was had is given back at once
     pedal.setRate(44100.0, kLate, 100);
     if (!pedal.isReady() || !pedal.reserve(100)) ready = -100;
   }
