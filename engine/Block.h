@@ -19,7 +19,6 @@ struct Block {
   PedalSettings settings;
   ToneCoefficients toneStep; // per sample
   double pedalStep;          // per sample
-  bool remakesPitch;         // the first move of the pedal makes the pitch anew, even from the same float
   double jumpDelay;          // samples: where a tap jumps to
   bool fades;                // a switch plays a fade; else every gain is the idle one
   int32_t silentSample;      // the sample at which the colour changes, or `samples`

@@ -14,12 +14,6 @@ constexpr double kSmootherHz = 5.0;
 
 bool sameBits(float a, float b) { return std::bit_cast<uint32_t>(a) == std::bit_cast<uint32_t>(b); }
 
-// By its bits, since a host may have comparisons take such numbers for zero.
-bool isDenormal(float number) {
-  const uint32_t magnitude = std::bit_cast<uint32_t>(number) & 0x7FFFFFFF;
-  return magnitude != 0 && magnitude < 0x00800000;
-}
-
 } // namespace
 
 PedalMotion::~PedalMotion() { release(); }
@@ -41,23 +35,19 @@ void PedalMotion::settleAt(float position) noexcept {
   pedalSmoother->settleAt(position);
 }
 
-// A host may have denormal numbers count as zero in blocks and not while it sets the effect up: then the
-// first move makes another pitch from the same float.
-void PedalMotion::begin(Block& block, double perSample, float pitchPedal) const noexcept {
+void PedalMotion::begin(Block& block, double perSample) const noexcept {
   block.pedalStep = (block.settings.pedalPos - lastPedal) * perSample;
-  block.remakesPitch = isDenormal(pitchPedal);
 }
 
-void PedalMotion::follow(Block& block, Slice& slice, float pitchPedal) noexcept {
+void PedalMotion::follow(const Block& block, Slice& slice, float pitchPedal) noexcept {
   slice.bend = slice.samples;
   double position = pedalSmoother->state1;
   for (int32_t i = 0; i < slice.samples; ++i) {
     position = smoothed(*pedalSmoother, position, rampValue(block, slice.first + i));
     const float narrowed = static_cast<float>(position);
     slice.moved[i] = position != lastSmoothedPedal;
-    if (slice.moved[i] && (block.remakesPitch || !sameBits(narrowed, pitchPedal))) {
+    if (slice.moved[i] && !sameBits(narrowed, pitchPedal)) {
       pitchPedal = narrowed;
-      block.remakesPitch = false;
       slice.bend = std::min(slice.bend, i);
     }
     lastSmoothedPedal = position;

@@ -26,13 +26,13 @@ public:
   void settleAt(float position) noexcept TREADSHIFT_REALTIME;
 
   // Sets how the pedal moves along the block. perSample: the inverse of the samples from the first to the
-  // last. pitchPedal: the float that the pitch in force was made from.
-  void begin(Block& block, double perSample, float pitchPedal) const noexcept TREADSHIFT_REALTIME;
+  // last.
+  void begin(Block& block, double perSample) const noexcept TREADSHIFT_REALTIME;
 
   // Follows the pedal along a slice: which samples it moves at, and the float from which each sample's pitch
   // is made. A sample at which it moves takes its own, any other that of the sample before; before the first,
   // pitchPedal.
-  void follow(Block& block, Slice& slice, float pitchPedal) noexcept TREADSHIFT_REALTIME;
+  void follow(const Block& block, Slice& slice, float pitchPedal) noexcept TREADSHIFT_REALTIME;
 
   // Remembers where the block's ramp led.
   void end(const Block& block) noexcept TREADSHIFT_REALTIME;

@@ -44,6 +44,12 @@ constexpr int colorOf(float value) noexcept {
 // nothing.
 constexpr float colorParameter(int color) noexcept { return (static_cast<float>(color) + 0.5f) * 0.125f; }
 
+// The pitch of the bent sound in cents. color: 0..7. pedal: 0 heel .. 1 toe. [any thread] Allocates nothing.
+constexpr double centsAt(int color, double pedal) noexcept {
+  const Color& row = kColorTable[color];
+  return row.centsAtHeel + (row.centsAtToe - row.centsAtHeel) * pedal;
+}
+
 // Linear gains of the dry and of the bent sound.
 struct MixGains {
   double dry;

@@ -27,7 +27,7 @@ public:
 
   // Pitch ratio, sweep rate and gains of each sample of a slice whose pedal is known. From slice.bend on each
   // sample has the pitch of its pedal, before it the one that was chosen last. What the last sample has
-  // isSteady().
+  // is kept.
   void follow(Slice& slice) noexcept TREADSHIFT_REALTIME;
 
   float pedal() const noexcept { return pitchPedal; }

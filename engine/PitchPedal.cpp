@@ -51,7 +51,7 @@ Block PitchPedal::beginBlock(int32_t samples, const PedalSettings& settings) noe
   block.settings = settings;
   const double perSample = samples >= 2 ? 1.0 / (samples - 1) : 0.0; // a ramp ends at the last sample
   tone.begin(block, perSample);
-  pedal.begin(block, perSample, pitch.pedal());
+  pedal.begin(block, perSample);
   fades.begin(block);
   taps.begin(block, pitch.rate(), pitch.isUpwards());
   return block;

@@ -16,7 +16,7 @@ struct TapState {
   double delay1, delay2; // samples
 
   // Moves the sweep by a step and the delays by 1 - pitchRatio samples. A tap that would come closer than
-  // minDelay samples isSteady() where it is; one that lengthens has no bound. [audio]
+  // minDelay samples keeps its delay; one that lengthens has no bound. [audio]
   [[gnu::always_inline]] void advance(double phaseStep, double pitchRatio,
                                       double minDelay) noexcept TREADSHIFT_REALTIME;
 };

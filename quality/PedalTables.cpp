@@ -6,7 +6,6 @@
 #include "quality/SettingReport.h"
 #include "quality/Sweep.h"
 #include "quality/ToneResponse.h"
-#include "render/course/Colors.h"
 
 #include <algorithm>
 #include <cmath>

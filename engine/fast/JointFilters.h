@@ -11,7 +11,7 @@
 #include <bit>
 #include <cstdint>
 
-// The pedal's smoother while its input isSteady().
+// The pedal's smoother while its input is steady.
 struct SmootherRun {
   double pole, input; // the input times its gain
   double state;       // 0..1, the smoothed pedal

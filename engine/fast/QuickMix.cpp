@@ -41,7 +41,7 @@ void mixOn(const Block& block, const Slice& slice, const ToneCoefficients& start
 } // namespace
 
 // A sum is flushed already, and a gain of 1 changes nothing else; the idle gain that multiplies the input
-// isSteady().
+// is not left out.
 void PitchPedal::mixQuickly(const Block& block, const Slice& slice, bool isSteady,
                             double* output) const noexcept {
   const MixGains held = pitch.gains();

@@ -28,7 +28,6 @@ bool PedalMotion::isSteady(const Block& block) const noexcept {
 // Rounding keeps order and the pole is positive, so from between two states that do not move apart, the
 // smoother never leads out.
 bool PedalMotion::keepsPitch(float pitchPedal, const Block& block) const noexcept {
-  if (block.remakesPitch) return false;
   const double pedal = rampValue(block, 0);
   const double next = smoothed(*pedalSmoother, state(), pedal);
   const double margin = std::abs(pedal) * kNearPedal;

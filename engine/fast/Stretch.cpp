@@ -27,7 +27,7 @@ double binadeFloor(double x) {
 #endif
 }
 
-// A slice's way at this ratio isSteady() below the 2048 samples that a tap's fixed-point position can tell.
+// A slice's way at this ratio is below the 2048 samples that a tap's fixed-point position can tell.
 // Within the pedal's range the ratio is 2 at most.
 constexpr double kFastestRatio = 7.0;
 

@@ -24,11 +24,6 @@ std::string_view mixText(MixMode mixMode) {
   }
 }
 
-double centsAt(int color, double pedal) {
-  const Color& row = kColorTable[color];
-  return row.centsAtHeel + (row.centsAtToe - row.centsAtHeel) * pedal;
-}
-
 double pedalFor(int color, double cents) {
   const Color& row = kColorTable[color];
   return (cents - row.centsAtHeel) / (row.centsAtToe - row.centsAtHeel) + 0.0; // "-0" becomes 0

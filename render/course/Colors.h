@@ -9,9 +9,6 @@
 // How the dry and the bent sound come together, in words. [any thread] Allocates nothing.
 std::string_view mixText(MixMode mixMode);
 
-// The pitch of the bent sound in cents. color: 0..7. pedal: 0 heel .. 1 toe. [any thread] Allocates nothing.
-double centsAt(int color, double pedal);
-
 // The pedal, 0 heel .. 1 toe, at which the bent sound has a pitch in cents: centsAt the other way round.
 // color: 0..7. cents: within the colour's range. [any thread] Allocates nothing.
 double pedalFor(int color, double cents);

@@ -1,11 +1,11 @@
 // The module through the measures: a short slice of the sheet, with what must be true of it.
+#include "engine/PedalNumbers.h"
 #include "quality/FadeShape.h"
 #include "quality/Interval.h"
 #include "quality/PedalShifter.h"
 #include "quality/SettingReport.h"
 #include "quality/Splices.h"
 #include "quality/ToneResponse.h"
-#include "render/course/Colors.h"
 
 #include <algorithm>
 #include <cmath>

@@ -63,8 +63,7 @@ const std::vector<Rule> kRules = {
     {"lv2", with(with(kRecordAlone, "host/"), "lv2/")},
     {"examples", {"vst/AEffect.h", "vst/Opcodes.h", "vst/HostRecords.h", "engine/"}},
     {"peers", with(kInterfaceOfLv2, "peers/")},
-    {"quality",
-     with(with(with(with(kRecordAlone, "host/"), "peers/"), "render/course/Colors.h"), "quality/")},
+    {"quality", with(with(with(kRecordAlone, "host/"), "peers/"), "quality/")},
 };
 
 const Rule& ruleOf(const std::string& folder) { return *std::ranges::find(kRules, folder, &Rule::folder); }

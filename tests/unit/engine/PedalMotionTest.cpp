@@ -21,9 +21,9 @@ struct BuiltMotion : PedalMotion {
     arriveAt(position);
   }
 
-  Block begun(int32_t samples, float pedal, float pitchPedal = 0.0f) const {
+  Block begun(int32_t samples, float pedal) const {
     Block block = blockOf(samples, {1.0f, 0.8f, 0.5f, pedal});
-    begin(block, perSampleOf(samples), pitchPedal);
+    begin(block, perSampleOf(samples));
     return block;
   }
 };
@@ -56,7 +56,7 @@ TEST_CASE("the pedal ramps over a block, reaches its target at the last sample, 
       float pitchPedal = 0.0f;
       int wrong = 0;
       for (const float target : {1.0f, 0.25f, 0.25f, 0.875f}) {
-        Block block = motion.begun(n, target, pitchPedal);
+        Block block = motion.begun(n, target);
         const double step = (static_cast<double>(target) - from) * (1.0 / (n - 1));
         forEachSlice(n, longest, [&](Slice& slice) {
           motion.follow(block, slice, pitchPedal);
@@ -92,7 +92,7 @@ TEST_CASE("the first block settles the pedal smoother at the pedal") {
   motion.build(kRate);
   motion.settleAt(0.7f);
   Block block = blockOf(200, {1.0f, 0.8f, 0.5f, 0.7f});
-  motion.begin(block, perSampleOf(200), 0.7f);
+  motion.begin(block, perSampleOf(200));
   CHECK(block.pedalStep == 0.0);
   Slice slice = sliceOf(200);
   motion.follow(block, slice, 0.7f);
@@ -148,41 +148,12 @@ TEST_CASE("a move inside one float makes no new pitch, one from 0 to -0 does") {
     CAPTURE(row.place);
     BuiltMotion motion(row.pedal);
     motion.arriveAt(row.place);
-    Block block = motion.begun(8, row.pedal, row.pitchPedal);
+    Block block = motion.begun(8, row.pedal);
     Slice slice = sliceOf(8);
     motion.follow(block, slice, row.pitchPedal);
     CHECK(slice.moved[0]);
     CHECK(slice.bend == row.bend);
   }
-}
-
-TEST_CASE("the first move away from a denormal float makes the pitch anew, once in a block") {
-  const float least = std::numeric_limits<float>::min();
-  for (const float odd : {1e-40f, -4.2e-45f, std::nextafter(least, 0.0f)}) {
-    BuiltMotion motion(odd);
-    CHECK(motion.begun(4, odd, odd).remakesPitch);
-    motion.arriveAt(static_cast<double>(odd) * (1.0 + 1e-10)); // on the way back, inside the float
-    Block block = motion.begun(4, odd, odd);
-    Slice slice = sliceOf(2);
-    motion.follow(block, slice, odd);
-    CHECK(slice.bend == 0);
-    CHECK_FALSE(block.remakesPitch);
-    slice = sliceOf(2, 2);
-    motion.follow(block, slice, odd);
-    CHECK(slice.moved[0]);
-    CHECK(slice.bend == 2);
-
-    Block still = motion.begun(4, odd, odd);
-    motion.settleAt(0.0f);
-    motion.arriveAt(0.0);
-    still.settings.pedalPos = 0.0f;
-    slice = sliceOf(4);
-    motion.follow(still, slice, odd);
-    CHECK(slice.bend == 4); // nothing moved
-    CHECK(still.remakesPitch);
-  }
-  for (const float plain : {0.0f, -0.0f, least, -least, 0.5f, 1.0f, kNan})
-    CHECK_FALSE(BuiltMotion().begun(4, 0.0f, plain).remakesPitch);
 }
 
 TEST_CASE("a new build is at the heel, and what is no number anywhere is told") {
@@ -231,7 +202,7 @@ TEST_CASE("a pedal that is said to keep to a float keeps to it, and is said to w
       const double away =
           std::ldexp(static_cast<double>(random() % 200) - 100.0, -26 - static_cast<int>(random() % 30));
       motion.arriveAt(static_cast<double>(pedal) * (1.0 + away));
-      Block block = motion.begun(256, pedal, pedal);
+      Block block = motion.begun(256, pedal);
       if (!motion.keepsPitch(pedal, block)) continue;
       ++said;
       for (int slices = 0; slices < 4; ++slices) {
@@ -246,10 +217,8 @@ TEST_CASE("a pedal that is said to keep to a float keeps to it, and is said to w
 
     BuiltMotion motion(0.7f);
     motion.arriveAt(static_cast<double>(0.7f) * (1.0 + 1e-12));
-    Block block = motion.begun(9, 0.7f, 0.7f);
+    const Block block = motion.begun(9, 0.7f);
     CHECK(motion.keepsPitch(0.7f, block));
     CHECK_FALSE(motion.keepsPitch(0.6f, block));
-    block.remakesPitch = true;
-    CHECK_FALSE(motion.keepsPitch(0.7f, block));
   }
 }
