@@ -4,22 +4,10 @@
 #include "engine/ReadTap.h"
 #include "engine/Slice.h"
 #include "engine/fast/Fence.h"
+#include "engine/fast/FetchLine.h"
 #include "engine/fast/PairReader.h"
 
 #include <algorithm>
-
-namespace {
-
-constexpr int32_t kCacheLineSamples = 8;
-
-// Asks for the place of the next slice while this one is worked on: the line is longer than the near caches,
-// and what stands there was written two seconds ago.
-void fetch(const double* place, int32_t samples) {
-  for (int32_t i = 0; i < samples; i += kCacheLineSamples)
-    __builtin_prefetch(place + i, 1);
-}
-
-} // namespace
 
 DelayLine::~DelayLine() { release(); }
 
@@ -47,7 +35,7 @@ void DelayLine::write(const double* input, Slice& slice) noexcept {
   double* const place = delayLine + writeIndex;
   std::copy_n(input, slice.samples, place);
   slice.input = place;
-  if constexpr (kFast) fetch(place + slice.samples, slice.samples);
+  if constexpr (kFast) fetchLine(place + slice.samples, slice.samples);
 }
 
 void DelayLine::read(Slice& slice, double longestDelay) const noexcept {
