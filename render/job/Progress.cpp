@@ -4,7 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
+#include <fmt/core.h>
 #include <string>
 #include <unistd.h>
 
@@ -12,12 +12,6 @@ namespace {
 
 constexpr std::size_t kBarWidth = 24; // columns; the whole line fits into 80
 constexpr std::chrono::milliseconds kDrawingInterval(100);
-
-template <class... Arguments> std::string formatted(const char* format, Arguments... arguments) {
-  char text[80];
-  std::snprintf(text, sizeof text, format, arguments...);
-  return text;
-}
 
 std::string bar(double share) {
   const auto filled = static_cast<std::size_t>(share * kBarWidth);
@@ -28,7 +22,7 @@ std::string bar(double share) {
 
 std::string minutes(double seconds) {
   const auto whole = std::lround(std::min(seconds, 359999.0));
-  return formatted("%ld:%02ld", whole / 60, whole % 60);
+  return fmt::format("{}:{:02}", whole / 60, whole % 60);
 }
 
 } // namespace
@@ -58,10 +52,10 @@ void Progress::finishFile(double newShare) {
 void Progress::draw(Clock::time_point now) const {
   const double elapsed = std::chrono::duration<double>(now - start).count();
   const double part = std::clamp(share / files, 0.0, 1.0);
-  std::string line = part > 0.0 ? bar(part) + formatted(" %3d %%  ", static_cast<int>(part * 100.0))
-                                : formatted("%.1f s  ", seconds);
-  if (files > 1) line += formatted("%d of %d files  ", finished, files);
-  line += formatted("%.0f x real time", seconds / elapsed);
+  std::string line = part > 0.0 ? bar(part) + fmt::format(" {:3} %  ", static_cast<int>(part * 100.0))
+                                : fmt::format("{:.1f} s  ", seconds);
+  if (files > 1) line += fmt::format("{} of {} files  ", finished, files);
+  line += fmt::format("{:.0f} x real time", seconds / elapsed);
   if (part > 0.0) line += "  " + minutes(elapsed * (1.0 - part) / part) + " left";
   showProgressLine(line);
 }

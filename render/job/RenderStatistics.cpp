@@ -1,18 +1,12 @@
 #include "render/job/RenderStatistics.h"
 
 #include <cmath>
-#include <cstdio>
+#include <fmt/core.h>
 #include <nlohmann/json.hpp>
 
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-template <class... Arguments> std::string formatted(const char* format, Arguments... arguments) {
-  char text[160];
-  std::snprintf(text, sizeof text, format, arguments...);
-  return text;
-}
 
 double speed(const RenderStatistics& statistics) {
   return statistics.elapsedSeconds > 0.0 ? statistics.seconds() / statistics.elapsedSeconds : 0.0;
@@ -21,13 +15,13 @@ double speed(const RenderStatistics& statistics) {
 std::string peakText(double peak) {
   if (peak == 0.0) return "silent";
   const double hundredths = std::round(2000.0 * std::log10(peak));
-  return formatted("peak %.2f dB", hundredths == 0.0 ? 0.0 : hundredths / 100.0);
+  return fmt::format("peak {:.2f} dB", hundredths == 0.0 ? 0.0 : hundredths / 100.0);
 }
 
 std::string latencyText(const std::optional<Latency>& latency) {
   if (!latency) return "no bent sound to measure the delay of";
-  return formatted("bent sound %.0f to %.0f ms behind the dry sound, %.0f ms on average",
-                   1000.0 * latency->shortest, 1000.0 * latency->longest, 1000.0 * latency->average);
+  return fmt::format("bent sound {:.0f} to {:.0f} ms behind the dry sound, {:.0f} ms on average",
+                     1000.0 * latency->shortest, 1000.0 * latency->longest, 1000.0 * latency->average);
 }
 
 // File names need not be UTF-8, JSON must be.
@@ -37,12 +31,12 @@ std::string line(const Json& object) { return object.dump(-1, ' ', false, Json::
 
 std::string statisticsText(const RenderStatistics& statistics) {
   const SoundInfo& output = statistics.output;
-  return formatted("%.3f s, %d channel%s at %d Hz, ", statistics.seconds(), output.channels,
-                   output.channels == 1 ? "" : "s", output.rateHz) +
+  return fmt::format("{:.3f} s, {} channel{} at {} Hz, ", statistics.seconds(), output.channels,
+                     output.channels == 1 ? "" : "s", output.rateHz) +
          formatText(output.format) +
-         formatted("; rendered in %.2f s, %.0f x real time; ", statistics.elapsedSeconds, speed(statistics)) +
-         peakText(statistics.peak) +
-         formatted(", %lld clipped; ", static_cast<long long>(statistics.clippedSamples)) +
+         fmt::format("; rendered in {:.2f} s, {:.0f} x real time; ", statistics.elapsedSeconds,
+                     speed(statistics)) +
+         peakText(statistics.peak) + fmt::format(", {} clipped; ", statistics.clippedSamples) +
          latencyText(statistics.latency);
 }
 

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
+#include <fmt/core.h>
 #include <vector>
 
 namespace {
@@ -53,9 +53,7 @@ std::string fourCharacters(std::int32_t code) {
     const auto character = static_cast<unsigned char>(static_cast<std::uint32_t>(code) >> shift);
     text += character >= 0x20 && character < 0x7f ? static_cast<char>(character) : '?';
   }
-  char number[16];
-  std::snprintf(number, sizeof number, "0x%08X", static_cast<unsigned>(code));
-  return text + " (" + number + ")";
+  return fmt::format("{} (0x{:08X})", text, static_cast<unsigned>(code));
 }
 
 std::string flagNames(std::int32_t flags) {
@@ -72,13 +70,11 @@ std::string flagNames(std::int32_t flags) {
       {kFlagExternalBuffer, "external buffer"},
       {kFlagCanDoubleReplacing, "double replacing"},
   };
-  char number[16];
-  std::snprintf(number, sizeof number, "0x%X", static_cast<unsigned>(flags));
   std::string text;
   for (const auto& [bit, name] : names) {
     if (flags & bit) text += (text.empty() ? ": " : ", ") + std::string(name);
   }
-  return number + text;
+  return fmt::format("0x{:X}{}", static_cast<unsigned>(flags), text);
 }
 
 std::string categoryName(std::int32_t category) {

@@ -2,14 +2,12 @@
 
 #include "render/text/Fault.h"
 
-#include <cstdio>
+#include <fmt/core.h>
 
 namespace {
 
 std::string seconds(std::int64_t frames, int rateHz) {
-  char text[40];
-  std::snprintf(text, sizeof text, "%.3f s", static_cast<double>(frames) / rateHz);
-  return text;
+  return fmt::format("{:.3f} s", static_cast<double>(frames) / rateHz);
 }
 
 } // namespace
