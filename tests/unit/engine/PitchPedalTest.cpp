@@ -189,7 +189,7 @@ TEST_CASE("clearing silences the line and lets the filters ring out") {
   CHECK(std::abs(cleared[199]) < 1e-9);
 }
 
-TEST_CASE("a number that is none stays in a recursion until the rate is set anew, in a switch it does not") {
+TEST_CASE("a NaN stays in a recursion until the rate is set anew, in a switch it does not") {
   struct Row {
     PedalSettings settings;
     double sample;
