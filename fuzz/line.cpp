@@ -29,12 +29,13 @@ std::vector<std::string> wordsOf(const std::uint8_t* data, std::size_t size) {
   return words;
 }
 
-void parse(CommandLine& line, std::vector<std::string>& words) {
+// False when they ask for help or the version.
+bool parse(CommandLine& line, std::vector<std::string>& words) {
   std::vector<char*> pointers;
   for (std::string& word : words)
     pointers.push_back(word.data());
   pointers.push_back(nullptr);
-  line.parse(static_cast<int>(words.size()), pointers.data());
+  return !line.parse(static_cast<int>(words.size()), pointers.data());
 }
 
 void checkSettings(const RenderSettings& settings) {
@@ -72,12 +73,7 @@ int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   std::vector<std::string> words = wordsOf(data, size);
   CommandLine line;
   try {
-    parse(line, words);
-    follow(line);
-  } catch (const CLI::Success&) {
-    return 0; // help or version
-  } catch (const CLI::ParseError& error) {
-    checkRefusal(CommandLine::faultOf(error));
+    if (parse(line, words)) follow(line);
   } catch (const Fault& fault) {
     checkRefusal(fault);
   }

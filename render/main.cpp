@@ -140,17 +140,12 @@ ExitStatus run(const CommandLine& line) {
   return ExitStatus::done;
 }
 
-ExitStatus runReportingFaults(int argc, char** argv) {
+ExitStatus answer(int argc, char** argv) {
   CommandLine line;
-  try {
-    line.parse(argc, argv);
-    return run(line);
-  } catch (const CLI::Success& helpOrVersion) {
-    line.print(helpOrVersion);
-    return ExitStatus::done;
-  } catch (const CLI::ParseError& error) {
-    throw CommandLine::faultOf(error);
-  }
+  const auto helpOrVersion = line.parse(argc, argv);
+  if (!helpOrVersion) return run(line);
+  printText(*helpOrVersion);
+  return ExitStatus::done;
 }
 
 } // namespace
@@ -159,7 +154,7 @@ int main(int argc, char** argv) {
   try {
     occupyStandardStreams();
     guardAgainstInterruption();
-    return static_cast<int>(runReportingFaults(argc, argv));
+    return static_cast<int>(answer(argc, argv));
   } catch (const Fault& fault) {
     printMessage(fault.what());
     return static_cast<int>(fault.status());

@@ -7,6 +7,7 @@
 #include "render/text/Console.h"
 #include "render/text/Text.h"
 
+#include <CLI/CLI.hpp>
 #include <filesystem>
 #include <numeric>
 #include <string_view>
@@ -65,139 +66,8 @@ bool isParameter(const std::string& option) {
   return false;
 }
 
-void addText(CLI::App& app, const char* name, std::string& text, const char* type, const char* group,
-             const char* help) {
-  app.add_option(name, text, help)->type_name(type)->group(group);
-}
-
-std::string helpFooter() { return kHelpValues + ("Colours:\n" + colorList()) + kHelpFooter; }
-
-void addFlag(CLI::App& app, const char* name, bool& flag, const char* group, const char* help) {
-  app.add_flag(name, flag, help)->group(group);
-}
-
-} // namespace
-
-CommandLine::CommandLine() {
-  app.formatter(std::make_shared<HelpFormatter>());
-  app.add_option("files", files)->group("");
-  addControlOptions(app, controlOptions);
-  addFileOptions();
-  addMixOptions();
-  addLookingOptions();
-  addOtherOptions();
-  app.allow_extras();
-  for (CLI::Option* option : app.get_options()) {
-    if (!option->get_positional()) option->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-  }
-  app.description(kHelpDescription);
-  app.footer(helpFooter());
-}
-
-void CommandLine::addFileOptions() {
-  addText(app, "--out-dir", outDirectory, "DIR", kFileGroup,
-          "write each output there, under its input's name; the directory is made if need be");
-  addText(app, "-j,--jobs", jobCount, "N", kFileGroup,
-          "recordings rendered at the same time; as many as there are processors if not given");
-  addFlag(app, "-n,--no-clobber", noClobber, kFileGroup, "replace no file that is there");
-  addFlag(
-      app, "-y,--yes", yes, kFileGroup,
-      "replace files that are there, whoever made them; if not given, only those whose comment tells that "
-      "this program did, and empty ones");
-  addText(app, "--again", again, "FILE", kFileGroup,
-          "repeat the settings that the comment of an earlier output tells, which other options override; "
-          "without a recording, print them");
-  addFlag(app, "--no-tags", noTags, kFileGroup,
-          "leave out what the recording carries beside its sound (title, artist, comment, cue points, time "
-          "reference and so on), and the settings in the comment");
-  addText(app, "--type", type, "TYPE", kFileGroup,
-          "type of the output, whatever its name: wav, flac, ogg, opus, mp3, aiff, au, caf, w64 or rf64");
-  addText(app, "--bits", bits, "FORMAT", kFileGroup,
-          "sample format of the output: 16, 24, 32, float or double; the input's if not given");
-  addText(app, "--channels", channels, "CHOICE", kFileGroup,
-          "each (every channel through a pedal of its own), left, right, or mix (the mean of all, through "
-          "one); each if not given");
-  addText(app, "--tail", tail, "SECONDS", kFileGroup,
-          "let the pedal sound on after the end of the recording; 0 if not given, and a line tells when that "
-          "cuts off bent sound above -60 dB");
-  addText(app, "--from", from, "TIME", kFileGroup,
-          "write or play the part of the recording from there on, as it sounds in the whole: the pedal plays "
-          "from the start. TIME is seconds, mm:ss or hh:mm:ss");
-  addText(app, "--to", to, "TIME", kFileGroup, "... and up to there");
-  addText(app, "--gain", gain, "DB", kFileGroup, "make the output louder, or softer with a minus");
-  addFlag(app, "--normalize", normalize, kFileGroup,
-          "bring the output's peak to full scale; --gain then counts from there. The sound waits in a "
-          "temporary file in TMPDIR, or beside the output, until its peak is known");
-  addFlag(app, "--dither", dither, kFileGroup,
-          "add triangular noise of one step before rounding to whole numbers, the same in every call");
-}
-
-void CommandLine::addMixOptions() {
-  addFlag(app, "--wet", wet, kMixGroup,
-          "the bent sound alone, in every colour: what the pedal lets through of the dry sound is taken out "
-          "again, so that nothing sounds while the pedal is off");
-  addText(
-      app, "--dry-gain", dryGain, "DB", kMixGroup,
-      "add the recording to what the pedal puts out, so much louder or softer; with --wet, 0 is the mix of "
-      "a colour that has the bent sound beside the dry one");
-  addFlag(
-      app, "--align", align, kMixGroup,
-      "shift the output towards its start by the delay of the bent sound, on average in the colour at the "
-      "start, and tell by how much. What --dry-gain adds stays in its place; the dry sound of a colour "
-      "comes early");
-}
-
-void CommandLine::addLookingOptions() {
-  addText(app, "--plot", plot, "FILE.png", kLookingGroup,
-          "draw spectrograms of recording and output with the pitch that the pedal asks for; needs gnuplot");
-  addFlag(app, "--play", play, kLookingGroup,
-          "play the output on the default sound device: while it is rendered when no output is named, else "
-          "when it is finished; needs pw-play, play or aplay");
-  addText(app, "--stats", stats, "json", kLookingGroup,
-          "print a line of JSON per recording to the standard output, or to the standard error output when "
-          "the other one carries the sound");
-  addFlag(app, "-v,--verbose", verbose, kLookingGroup,
-          "tell length, format, speed, peak, clipping and the delay of the bent sound");
-  addFlag(app, "-q,--quiet", quiet, kLookingGroup, "print errors only");
-  addFlag(app, "--show", show, kLookingGroup,
-          "list the parameters, programs and identity of the module and render nothing");
-}
-
-void CommandLine::addOtherOptions() {
-  addText(app, "--block", block, "N", kOtherGroup, "samples per block, 1 to 1048576; 64 if not given");
-  addText(app, "--module", module, "PATH", kOtherGroup,
-          "the module to render with, 64-bit or 32-bit; if not given, the one built or installed with this "
-          "program");
-  app.set_help_flag("-h,--help", "print this help")->group(kOtherGroup);
-  app.set_version_flag("-V,--version", "treadshift-render " TREADSHIFT_VERSION, "print the version")
-      ->group(kOtherGroup);
-}
-
-void CommandLine::parse(int argc, char** argv) {
-  app.parse(argc, argv);
-  if (app.count("--again") == 1 && !again.empty())
-    parseAgain(std::vector<std::string>(argv + 1, argv + argc));
-}
-
-// The repeated settings come first, each in one word, as though they had been typed. A preset takes the place
-// of what presets are made of, and an interval that of the pedal.
-void CommandLine::parseAgain(const std::vector<std::string>& words) {
-  const bool hasPreset = given("--preset") || given("--load-preset");
-  std::vector<std::string> all;
-  for (const auto& [option, value] : notedSettings(again)) {
-    const bool isOfPresets =
-        option == "--color" || option == "--tone" || option == "--mode" || option == "--on";
-    const bool isReplaced = (hasPreset && isOfPresets) || (given("--interval") && option == "--pedal");
-    if (app.count(option) != 0 || isReplaced) continue;
-    all.push_back(value.empty() ? option : option + "=" + value);
-  }
-  all.insert(all.end(), words.begin(), words.end());
-  std::reverse(all.begin(), all.end()); // as the library wants them
-  app.parse(all);
-}
-
 // The library's words are "--tone: 1 required VALUE|FILE missing" and "Could not convert: --show = yes".
-Fault CommandLine::faultOf(const CLI::ParseError& error) {
+Fault faultOf(const CLI::ParseError& error) {
   constexpr std::string_view kRequired = ": 1 required ", kMissing = " missing";
   constexpr std::string_view kConversion = "Could not convert: ", kEquals = " = ";
   const std::string told = error.what();
@@ -217,9 +87,152 @@ Fault CommandLine::faultOf(const CLI::ParseError& error) {
   return wrongCall("command line", {}, told);
 }
 
-void CommandLine::print(const CLI::Success& asked) const {
-  const bool wantsVersion = dynamic_cast<const CLI::CallForVersion*>(&asked) != nullptr;
-  printText(wantsVersion ? std::string(asked.what()) + "\n" : app.help());
+void addText(CLI::App& app, const char* name, std::string& text, const char* type, const char* group,
+             const char* help) {
+  app.add_option(name, text, help)->type_name(type)->group(group);
+}
+
+std::string helpFooter() { return kHelpValues + ("Colours:\n" + colorList()) + kHelpFooter; }
+
+void addFlag(CLI::App& app, const char* name, bool& flag, const char* group, const char* help) {
+  app.add_flag(name, flag, help)->group(group);
+}
+
+} // namespace
+
+CommandLine::CommandLine() : app(std::make_unique<CLI::App>()) {
+  app->formatter(std::make_shared<HelpFormatter>());
+  app->add_option("files", files)->group("");
+  addControlOptions(*app, controlOptions);
+  addFileOptions();
+  addMixOptions();
+  addLookingOptions();
+  addOtherOptions();
+  app->allow_extras();
+  for (CLI::Option* option : app->get_options()) {
+    if (!option->get_positional()) option->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+  }
+  app->description(kHelpDescription);
+  app->footer(helpFooter());
+}
+
+CommandLine::~CommandLine() = default;
+
+bool CommandLine::given(const char* option) const { return app->count(option) != 0; }
+
+void CommandLine::addFileOptions() {
+  addText(*app, "--out-dir", outDirectory, "DIR", kFileGroup,
+          "write each output there, under its input's name; the directory is made if need be");
+  addText(*app, "-j,--jobs", jobCount, "N", kFileGroup,
+          "recordings rendered at the same time; as many as there are processors if not given");
+  addFlag(*app, "-n,--no-clobber", noClobber, kFileGroup, "replace no file that is there");
+  addFlag(
+      *app, "-y,--yes", yes, kFileGroup,
+      "replace files that are there, whoever made them; if not given, only those whose comment tells that "
+      "this program did, and empty ones");
+  addText(*app, "--again", again, "FILE", kFileGroup,
+          "repeat the settings that the comment of an earlier output tells, which other options override; "
+          "without a recording, print them");
+  addFlag(*app, "--no-tags", noTags, kFileGroup,
+          "leave out what the recording carries beside its sound (title, artist, comment, cue points, time "
+          "reference and so on), and the settings in the comment");
+  addText(*app, "--type", type, "TYPE", kFileGroup,
+          "type of the output, whatever its name: wav, flac, ogg, opus, mp3, aiff, au, caf, w64 or rf64");
+  addText(*app, "--bits", bits, "FORMAT", kFileGroup,
+          "sample format of the output: 16, 24, 32, float or double; the input's if not given");
+  addText(*app, "--channels", channels, "CHOICE", kFileGroup,
+          "each (every channel through a pedal of its own), left, right, or mix (the mean of all, through "
+          "one); each if not given");
+  addText(*app, "--tail", tail, "SECONDS", kFileGroup,
+          "let the pedal sound on after the end of the recording; 0 if not given, and a line tells when that "
+          "cuts off bent sound above -60 dB");
+  addText(*app, "--from", from, "TIME", kFileGroup,
+          "write or play the part of the recording from there on, as it sounds in the whole: the pedal plays "
+          "from the start. TIME is seconds, mm:ss or hh:mm:ss");
+  addText(*app, "--to", to, "TIME", kFileGroup, "... and up to there");
+  addText(*app, "--gain", gain, "DB", kFileGroup, "make the output louder, or softer with a minus");
+  addFlag(*app, "--normalize", normalize, kFileGroup,
+          "bring the output's peak to full scale; --gain then counts from there. The sound waits in a "
+          "temporary file in TMPDIR, or beside the output, until its peak is known");
+  addFlag(*app, "--dither", dither, kFileGroup,
+          "add triangular noise of one step before rounding to whole numbers, the same in every call");
+}
+
+void CommandLine::addMixOptions() {
+  addFlag(*app, "--wet", wet, kMixGroup,
+          "the bent sound alone, in every colour: what the pedal lets through of the dry sound is taken out "
+          "again, so that nothing sounds while the pedal is off");
+  addText(
+      *app, "--dry-gain", dryGain, "DB", kMixGroup,
+      "add the recording to what the pedal puts out, so much louder or softer; with --wet, 0 is the mix of "
+      "a colour that has the bent sound beside the dry one");
+  addFlag(
+      *app, "--align", align, kMixGroup,
+      "shift the output towards its start by the delay of the bent sound, on average in the colour at the "
+      "start, and tell by how much. What --dry-gain adds stays in its place; the dry sound of a colour "
+      "comes early");
+}
+
+void CommandLine::addLookingOptions() {
+  addText(*app, "--plot", plot, "FILE.png", kLookingGroup,
+          "draw spectrograms of recording and output with the pitch that the pedal asks for; needs gnuplot");
+  addFlag(*app, "--play", play, kLookingGroup,
+          "play the output on the default sound device: while it is rendered when no output is named, else "
+          "when it is finished; needs pw-play, play or aplay");
+  addText(*app, "--stats", stats, "json", kLookingGroup,
+          "print a line of JSON per recording to the standard output, or to the standard error output when "
+          "the other one carries the sound");
+  addFlag(*app, "-v,--verbose", verbose, kLookingGroup,
+          "tell length, format, speed, peak, clipping and the delay of the bent sound");
+  addFlag(*app, "-q,--quiet", quiet, kLookingGroup, "print errors only");
+  addFlag(*app, "--show", show, kLookingGroup,
+          "list the parameters, programs and identity of the module and render nothing");
+}
+
+void CommandLine::addOtherOptions() {
+  addText(*app, "--block", block, "N", kOtherGroup, "samples per block, 1 to 1048576; 64 if not given");
+  addText(*app, "--module", module, "PATH", kOtherGroup,
+          "the module to render with, 64-bit or 32-bit; if not given, the one built or installed with this "
+          "program");
+  app->set_help_flag("-h,--help", "print this help")->group(kOtherGroup);
+  app->set_version_flag("-V,--version", "treadshift-render " TREADSHIFT_VERSION, "print the version")
+      ->group(kOtherGroup);
+}
+
+std::optional<std::string> CommandLine::parse(int argc, char** argv) {
+  try {
+    parseAll(argc, argv);
+  } catch (const CLI::CallForVersion& version) {
+    return std::string(version.what()) + "\n";
+  } catch (const CLI::Success&) {
+    return app->help();
+  } catch (const CLI::ParseError& error) {
+    throw faultOf(error);
+  }
+  return {};
+}
+
+void CommandLine::parseAll(int argc, char** argv) {
+  app->parse(argc, argv);
+  if (app->count("--again") == 1 && !again.empty())
+    parseAgain(std::vector<std::string>(argv + 1, argv + argc));
+}
+
+// The repeated settings come first, each in one word, as though they had been typed. A preset takes the place
+// of what presets are made of, and an interval that of the pedal.
+void CommandLine::parseAgain(const std::vector<std::string>& words) {
+  const bool hasPreset = given("--preset") || given("--load-preset");
+  std::vector<std::string> all;
+  for (const auto& [option, value] : notedSettings(again)) {
+    const bool isOfPresets =
+        option == "--color" || option == "--tone" || option == "--mode" || option == "--on";
+    const bool isReplaced = (hasPreset && isOfPresets) || (given("--interval") && option == "--pedal");
+    if (app->count(option) != 0 || isReplaced) continue;
+    all.push_back(value.empty() ? option : option + "=" + value);
+  }
+  all.insert(all.end(), words.begin(), words.end());
+  std::reverse(all.begin(), all.end()); // as the library wants them
+  app->parse(all);
 }
 
 void CommandLine::check() const {
@@ -238,7 +251,7 @@ void CommandLine::check() const {
 }
 
 void CommandLine::refuseExtras() const {
-  for (const std::string& extra : app.remaining()) {
+  for (const std::string& extra : app->remaining()) {
     if (extra == "--") continue; // ends the options
     const bool isOption = extra.size() > 1 && extra[0] == '-';
     if (!isOption) throw wrongCall("argument", extra, "not understood");
@@ -256,7 +269,7 @@ std::string CommandLine::nearestOption(const std::string& name) const {
   constexpr std::size_t kMostDifferences = 2, kShortestName = 5; // --on and the like are near to anything
   std::string nearest;
   std::size_t fewest = kMostDifferences + 1;
-  for (const CLI::Option* option : app.get_options()) {
+  for (const CLI::Option* option : app->get_options()) {
     const std::string candidate = option->get_name();
     const std::size_t count = differences(name, candidate);
     if (candidate.size() < kShortestName || count >= fewest) continue;
@@ -268,7 +281,7 @@ std::string CommandLine::nearestOption(const std::string& name) const {
 
 void CommandLine::refuseLostSettings() const {
   for (const auto& [option, takesValue] : notedOptions()) {
-    if (takesValue && given(option.c_str()) && app.get_option(option)->results().front() == kTooLongValue)
+    if (takesValue && given(option.c_str()) && app->get_option(option)->results().front() == kTooLongValue)
       throw Fault(ExitStatus::couldNot, "--again", again,
                   "its comment does not tell " + option + ", which was too long",
                   "give " + option + " as well");
@@ -276,7 +289,7 @@ void CommandLine::refuseLostSettings() const {
 }
 
 void CommandLine::refuseRepeats() const {
-  for (const CLI::Option* option : app.get_options()) {
+  for (const CLI::Option* option : app->get_options()) {
     if (!option->get_positional() && option->count() > 1)
       throw wrongCall(option->get_name(), {}, "given more than once");
   }
@@ -372,7 +385,7 @@ void CommandLine::note(RenderSettings& settings) const {
   settings.version = TREADSHIFT_VERSION;
   for (const auto& [option, takesValue] : notedOptions()) {
     if (!given(option.c_str()) || isParameter(option)) continue;
-    settings.noted.push_back({option, takesValue ? app.get_option(option)->results().front() : ""});
+    settings.noted.push_back({option, takesValue ? app->get_option(option)->results().front() : ""});
   }
 }
 
@@ -428,7 +441,7 @@ bool CommandLine::namesOutput() const { return given("--out-dir") || files.size(
 
 std::vector<Variant> CommandLine::variants(const Controls& controls) const {
   if (controlOptions.eachColor) return variantsByColor(controls);
-  if (controlOptions.eachPreset) return variantsByPreset(presetsFrom(app, controlOptions), controls);
+  if (controlOptions.eachPreset) return variantsByPreset(presetsFrom(*app, controlOptions), controls);
   return {};
 }
 

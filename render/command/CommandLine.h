@@ -7,27 +7,22 @@
 #include "render/job/SettingsNote.h"
 #include "render/text/Fault.h"
 
-#include <CLI/CLI.hpp>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 class CommandLine {
 public:
   CommandLine();
+  ~CommandLine();
   CommandLine(const CommandLine&) = delete;
   CommandLine& operator=(const CommandLine&) = delete;
 
-  // Throws CLI::Success for --help and --version, which print() then answers; CLI::ParseError for what is no
-  // option or lacks its value.
-  // With --again the settings that a file's comment tells come before the user's own; throws Fault
-  // (couldNot) when it tells none.
-  void parse(int argc, char** argv);
-
-  // What a parse error that is no success says, in the manner of the other messages. Allocates.
-  static Fault faultOf(const CLI::ParseError& error);
-
-  // Prints the help or the version that ended parse(). Throws Fault (couldNot).
-  void print(const CLI::Success& asked) const;
+  // Takes the words in. The text to print when they ask for help or the version, which ends the call. With
+  // --again the settings that a file's comment tells come before the user's own. Throws Fault: wrongCall for
+  // an option that lacks its value or takes none, couldNot when the comment tells no settings. Allocates.
+  std::optional<std::string> parse(int argc, char** argv);
 
   // Throws Fault (wrongCall) for what does not go together: unknown and repeated options, lists beside files,
   // several recordings without a directory, values that are none, and so on. The operations below count on
@@ -39,7 +34,7 @@ public:
 
   // The settings as far as the command line has them; the module is what the user gave. Throws Fault.
   RenderSettings settings() const;
-  Controls controls() const { return controlsFrom(app, controlOptions); }
+  Controls controls() const { return controlsFrom(*app, controlOptions); }
 
   // The inputs: all files, or all but the output's name.
   std::vector<std::string> inputs() const;
@@ -82,14 +77,15 @@ private:
   double timeOf(const char* option, const std::string& text) const;
   void refuseDirectory(const std::string& output) const;
   RenderSettings settingsWithoutControls() const;
+  void parseAll(int argc, char** argv);
   void parseAgain(const std::vector<std::string>& words);
   void refuseLostSettings() const;
   void note(RenderSettings& settings) const;
   std::string nearestOption(const std::string& name) const;
-  bool given(const char* option) const { return app.count(option) != 0; }
+  bool given(const char* option) const;
   bool onlyLists() const;
 
-  CLI::App app;
+  std::unique_ptr<CLI::App> app; // its class takes long to compile, so only the source knows it
   std::vector<std::string> files;
   std::string type, bits, channels, gain, tail, from, to, dryGain, jobCount, block, stats;
   bool normalize = false, dither = false, verbose = false, wet = false, align = false, noTags = false;
