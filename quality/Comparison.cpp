@@ -22,11 +22,8 @@ IntervalReport reportOn(const Contender& contender, double cents) {
 
 std::vector<std::string> intervalCells(const std::string& name, const IntervalReport& report) {
   const SettingReport& setting = report.setting;
-  std::vector<std::string> cells = {name,
-                                    signedDecimal(setting.cents - setting.intendedCents, 2),
-                                    spliceCell(setting),
-                                    latencyCell(setting.delay),
-                                    decimal(setting.delay.spreadMs, 1),
+  std::vector<std::string> cells = {name, signedDecimal(setting.cents - setting.intendedCents, 2),
+                                    decimal(setting.delay.medianMs, 1), decimal(setting.delay.spreadMs, 1),
                                     decimal(100.0 * setting.delay.lostShare, 0)};
   for (const std::string& cell : stringCells(setting.strings))
     cells.push_back(cell);
@@ -42,7 +39,6 @@ void quote(Page& page, const std::string& start, const IntervalReport& report) {
   page.put(start + " spread", decimal(setting.delay.spreadMs, 0));
   page.put(start + " lost", decimal(100.0 * setting.delay.lostShare, 0));
   page.put(start + " chord", decimal(100.0 * report.chord, 0));
-  if (setting.spliceRate) page.put(start + " splices", decimal(*setting.spliceRate, 1));
   if (!setting.strings) return;
   page.put(start + " off", decimal(setting.strings->offCents, 0));
   page.put(start + " sideband", decimal(-setting.strings->meanSidebandDb, 0));
@@ -53,11 +49,11 @@ void quote(Page& page, const std::string& start, const IntervalReport& report) {
 
 } // namespace
 
-Comparison::Comparison(const std::vector<Contender>& contenders, const CostRows& costRows, Announce hear)
-    : all(contenders), costs(costRows), announce(std::move(hear)) {}
+Comparison::Comparison(const std::vector<Contender>& contenders, Announce hear)
+    : all(contenders), announce(std::move(hear)) {}
 
 Table Comparison::emptyIntervalTable() {
-  return Table({"Shifter", "error, cents", "splices/s", "latency, ms", "spread, ms", "lost, %", "off, cents",
+  return Table({"Shifter", "error, cents", "latency, ms", "spread, ms", "lost, %", "off, cents",
                 "sideband, dB", "ripple, dB", "chord, %"});
 }
 
@@ -76,30 +72,21 @@ Table Comparison::intervalTable(double cents, Page& page) const {
 
 Table Comparison::emptyMovingTable() {
   return Table({"Shifter", "step, blocks of 64, %", "step, blocks of 1024, %", "above 4 kHz, 64, dB",
-                "above 4 kHz, 1024, dB", "ns per sample"});
+                "above 4 kHz, 1024, dB"});
 }
 
 Table Comparison::movingTable(Page& page) const {
   Table table = emptyMovingTable();
   for (const Contender& contender : all) {
-    const double ns = costs.nsOf(contender.costRow);
-    page.put(contender.key + " ns", decimal(ns, 0));
-    page.put(contender.key + " times", decimal(ns / costs.nsOf(all.front().costRow), 0));
-    std::vector<std::string> cells = {contender.name, kNothing, kNothing, kNothing, kNothing, decimal(ns, 1)};
-    if (contender.reachesOctave) {
-      announce(contender.name + ", moving");
-      const auto sweep = [&](int blockSamples) {
-        return measuredSweep([&] { return contender.make(pedalFor(-1200.0), blockSamples); }, blockSamples);
-      };
-      const Sweep fine = sweep(kShortBlock), coarse = sweep(kLongBlock);
-      cells[1] = decimal(100.0 * fine.largestStep, 2);
-      cells[2] = decimal(100.0 * coarse.largestStep, 2);
-      cells[3] = decimal(fine.highDb, 1);
-      cells[4] = decimal(coarse.highDb, 1);
-      page.put(contender.key + " high", decimal(fine.highDb, 0));
-      page.put(contender.key + " coarse high", decimal(coarse.highDb, 0));
-    }
-    table.add(cells);
+    if (!contender.reachesOctave) continue;
+    announce(contender.name + ", moving");
+    const auto sweep = [&](int blockSamples) {
+      return measuredSweep([&] { return contender.make(pedalFor(-1200.0), blockSamples); }, blockSamples);
+    };
+    const Sweep fine = sweep(kShortBlock), coarse = sweep(kLongBlock);
+    table.add({contender.name, decimal(100.0 * fine.largestStep, 2), decimal(100.0 * coarse.largestStep, 2),
+               decimal(fine.highDb, 1), decimal(coarse.highDb, 1)});
+    page.put(contender.key + " high", decimal(fine.highDb, 0));
   }
   return table;
 }

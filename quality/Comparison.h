@@ -2,18 +2,17 @@
 #pragma once
 
 #include "quality/Contender.h"
-#include "quality/CostRows.h"
 #include "quality/Page.h"
 #include "quality/PedalTables.h"
 
 class Comparison {
 public:
-  // all: who is compared, the pedal first. costs: where each one's time stands. Both must outlive this.
-  Comparison(const std::vector<Contender>& all, const CostRows& costs, Announce announce);
+  // all: who is compared; must outlive this.
+  Comparison(const std::vector<Contender>& all, Announce announce);
 
   // Measures and fills the places "table +1200", "table -1200", "table +700", "table -50" and "table moving",
   // and for each number one of the form "KEY INTERVAL MEASURE" or "KEY MEASURE", such as "r3 +1200 latency"
-  // or "own ns". [minutes] Allocates.
+  // or "r3 high". [minutes] Allocates.
   void fill(Page& page) const;
 
   // The tables without their rows. Allocate.
@@ -28,6 +27,5 @@ private:
   Table movingTable(Page& page) const;
 
   const std::vector<Contender>& all;
-  const CostRows& costs;
   Announce announce;
 };

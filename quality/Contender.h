@@ -7,10 +7,9 @@
 #include <vector>
 
 struct Contender {
-  std::string key;     // one word, for the page's places
-  std::string name;    // as the page shows it
-  std::string costRow; // its row in the page of the benchmarks
-  bool reachesOctave;  // else it is compared at the smallest interval alone
+  std::string key;    // one word, for the page's places
+  std::string name;   // as the page shows it
+  bool reachesOctave; // else it is compared at the smallest interval alone
   // pedal: where it starts, 0 an octave down .. 1 an octave up. blockSamples: the longest block that will
   // come.
   std::function<std::unique_ptr<Shifter>(double pedal, int blockSamples)> make;

@@ -64,7 +64,6 @@ const LadspaName kLadspa[] = {
 struct Lv2Name {
   const char* key;
   const char* name;
-  const char* costRow;
   const char* uri;
   PeerControls controls;
   bool reachesOctave;
@@ -74,18 +73,11 @@ struct Lv2Name {
 const Lv2Name kLv2[] = {
     {"gx",
      "guitarix detune",
-     "guitarix detune",
      "http://guitarix.sourceforge.net/plugins/gx_detune_#_detune_",
      {{"WET", 100.0f}, {"DRY", 0.0f}},
      true,
      steerDetune},
-    {"mda",
-     "mda Detune",
-     "mda Detune (stereo)",
-     "http://drobilla.net/plugins/mda/Detune",
-     {{"mix", 1.0f}},
-     false,
-     steerCubedDetune},
+    {"mda", "mda Detune", "http://drobilla.net/plugins/mda/Detune", {{"mix", 1.0f}}, false, steerCubedDetune},
 };
 
 template <typename Opened> std::unique_ptr<Peer> installed(Opened peer, const std::string& name) {
@@ -94,14 +86,14 @@ template <typename Opened> std::unique_ptr<Peer> installed(Opened peer, const st
 }
 
 Contender ownContender(const std::string& modulePath) {
-  return {"own", "Treadshift", "engine rest 256", true, [=](double pedal, int) {
+  return {"own", "Treadshift", true, [=](double pedal, int) {
             const PedalSetting setting{.color = kOctaveDownToUp, .pedal = pedal};
             return std::make_unique<PedalShifter>(modulePath, setting, Heard::shiftedOnly);
           }};
 }
 
 Contender contenderOf(const LadspaName& peer) {
-  return {peer.key, peer.name, peer.name, true, [&peer](double pedal, int blockSamples) {
+  return {peer.key, peer.name, true, [&peer](double pedal, int blockSamples) {
             auto opened =
                 installed(LadspaPeer::open(peer.file, peer.label, kRateHz, peer.controls), peer.name);
             return std::make_unique<PeerShifter>(std::move(opened), peer.steer, pedal, blockSamples);
@@ -109,7 +101,7 @@ Contender contenderOf(const LadspaName& peer) {
 }
 
 Contender contenderOf(const Lv2Name& peer) {
-  return {peer.key, peer.name, peer.costRow, peer.reachesOctave, [&peer](double pedal, int blockSamples) {
+  return {peer.key, peer.name, peer.reachesOctave, [&peer](double pedal, int blockSamples) {
             auto opened = installed(Lv2Peer::open(peer.uri, kRateHz, blockSamples, peer.controls), peer.name);
             return std::make_unique<PeerShifter>(std::move(opened), peer.steer, pedal, blockSamples);
           }};

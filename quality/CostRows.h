@@ -3,6 +3,16 @@
 
 #include <string>
 
+// A place of the quality sheet and the row that its number comes from.
+struct QuotedCost {
+  const char* place;
+  const char* row;
+};
+inline constexpr QuotedCost kQuotedCosts[] = {{"own ns", "engine rest 256"},
+                                              {"own moving ns", "engine moving 256"},
+                                              {"r2 ns", "rubberband R2"},
+                                              {"r3 ns", "rubberband R3"}};
+
 class CostRows {
 public:
   // page: the text of docs/performance.md. Allocates.

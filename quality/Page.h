@@ -13,6 +13,9 @@ public:
   // Says what stands at a place. Allocates.
   void put(const std::string& place, std::string text);
 
+  // What stands at a place. Throws std::out_of_range when nobody has filled it. Allocates.
+  std::string textAt(const std::string& place) const { return texts.at(place); }
+
   // The whole page. Throws std::runtime_error that names a place nobody has filled. Allocates.
   std::string text() const;
 

@@ -8,7 +8,7 @@
 // Hears what is being measured now.
 using Announce = std::function<void(const std::string& what)>;
 
-// Each colour at each of five pedal positions: everything that does not move. [minutes] Allocates.
+// Each colour with the pedal at heel and toe: everything that does not move. [minutes] Allocates.
 Table colorTable(const std::string& modulePath, const Announce& announce);
 
 // Each colour while the pedal moves. [seconds] Allocates.
@@ -17,14 +17,10 @@ Table sweepTable(const std::string& modulePath, const Announce& announce);
 // The shifted path's level at some frequencies, for each of five Tone values. Allocates.
 Table toneTable(const std::string& modulePath);
 
-// Length and shape of each fade. Allocates.
-Table fadeTable(const std::string& modulePath);
-
 // The same tables without their rows. Allocate.
 Table emptyColorTable();
 Table emptySweepTable();
 Table emptyToneTable();
-Table emptyFadeTable();
 
 // A row of the colour table. color: 0..7. pedal: 0 heel .. 1 toe. [seconds] Allocates.
 std::vector<std::string> colorRow(const std::string& modulePath, int color, double pedal);
@@ -32,5 +28,5 @@ std::vector<std::string> colorRow(const std::string& modulePath, int color, doub
 // A row of the sweep table. [seconds] Allocates.
 std::vector<std::string> sweepRow(const std::string& modulePath, int color);
 
-// The five values that pedal and Tone take.
-inline constexpr double kPositions[] = {0.0, 0.25, 0.5, 0.75, 1.0};
+// The five values that Tone takes.
+inline constexpr double kTones[] = {0.0, 0.25, 0.5, 0.75, 1.0};

@@ -71,7 +71,7 @@ double db(double amplitude, double loudest) { return 20.0 * std::log10(std::max(
 
 void writeToneCurves(const std::string& modulePath, const std::string& directory) {
   std::vector<ToneResponse> responses;
-  for (const double tone : kPositions)
+  for (const double tone : kTones)
     responses.emplace_back(modulePath, tone);
   Columns columns(directory, "tone");
   for (int k = 0; k <= kTonePoints; ++k) {

@@ -19,11 +19,6 @@ std::string spliceCell(const SettingReport& report) {
   return report.spliceRate ? decimal(*report.spliceRate, 2) : kNothing;
 }
 
-std::string latencyCell(const Delay& delay) {
-  return decimal(delay.medianMs, 1) + " (" + decimal(delay.shortestMs, 1) + " to " +
-         decimal(delay.longestMs, 1) + ")";
-}
-
 std::vector<std::string> stringCells(const std::optional<StringSounds>& strings) {
   if (!strings) return {kNothing, kNothing, kNothing};
   const auto worstAndMean = [](double worst, double mean) {

@@ -19,5 +19,4 @@ std::optional<SettingReport> reportOn(const MakeShifter& make, double intendedCe
 
 // Cells of a table, one after the other. Allocate.
 std::string spliceCell(const SettingReport& report);
-std::string latencyCell(const Delay& delay); // "median (shortest to longest)"
 std::vector<std::string> stringCells(const std::optional<StringSounds>& strings); // off, sideband, ripple

@@ -4,6 +4,7 @@
 #include "host/EffectRunner.h"
 #include "quality/Comparison.h"
 #include "quality/Contenders.h"
+#include "quality/CostRows.h"
 #include "quality/PictureData.h"
 
 #include <CLI/CLI.hpp>
@@ -47,6 +48,16 @@ void announce(const std::string& what) {
   if (isatty(STDERR_FILENO)) std::fprintf(stderr, "\r\033[K%s", what.c_str());
 }
 
+// The comparison at every interval, of which the sheet shows some.
+std::string intervalsOf(const Page& page) {
+  std::string text;
+  for (const double cents : Comparison::kIntervals) {
+    const std::string interval = signedDecimal(cents, 0);
+    text += interval + " cents:\n\n" + page.textAt("table " + interval) + "\n\n";
+  }
+  return text;
+}
+
 void writeSheet(const Wanted& wanted) {
   Page page(contentsOf(wanted.form));
   const CostRows costs(contentsOf(wanted.costs));
@@ -57,9 +68,11 @@ void writeSheet(const Wanted& wanted) {
   page.put("table colors", colorTable(wanted.module, announce).text());
   page.put("table sweep", sweepTable(wanted.module, announce).text());
   page.put("table tone", toneTable(wanted.module).text());
-  page.put("table fades", fadeTable(wanted.module).text());
-  Comparison(all, costs, announce).fill(page);
+  for (const QuotedCost& cost : kQuotedCosts)
+    page.put(cost.place, decimal(costs.nsOf(cost.row), 0));
+  Comparison(all, announce).fill(page);
   write(wanted.directory + "/quality.md", page.text());
+  write(wanted.directory + "/intervals.md", intervalsOf(page));
 
   writeToneCurves(wanted.module, wanted.directory);
   writeFades(wanted.module, wanted.directory);

@@ -98,10 +98,18 @@ TEST_CASE("the tone filter answers as its recurrences say") {
 }
 
 TEST_CASE("a fade goes straight out and straight in, 768 samples each") {
-  const FadeShape shape(TREADSHIFT_MODULE, {kOnOff, 1.0, 0.0});
-  CHECK(shape.outMs() == doctest::Approx(16.0));
-  CHECK(shape.inMs() == doctest::Approx(16.0));
-  CHECK(shape.lowest() == 0.0);
-  CHECK(shape.bend() < 1e-9);
-  CHECK(shape.gains()[384] == doctest::Approx(0.5));
+  const SwitchMove moves[] = {{kOnOff, 1.0, 0.0},
+                              {kOnOff, 0.0, 1.0},
+                              {kColor, colorParameter(2), colorParameter(3)},
+                              {kColor, colorParameter(3), colorParameter(2)}};
+  for (const SwitchMove& move : moves) {
+    CAPTURE(move.parameter);
+    CAPTURE(move.to);
+    const FadeShape shape(TREADSHIFT_MODULE, move);
+    CHECK(shape.outMs() == doctest::Approx(16.0));
+    CHECK(shape.inMs() == doctest::Approx(16.0));
+    CHECK(shape.lowest() == 0.0);
+    CHECK(shape.bend() < 1e-9);
+    CHECK(shape.gains()[384] == doctest::Approx(0.5));
+  }
 }
