@@ -6,9 +6,9 @@
 #include "framework/CriticalSection.h"
 #include "framework/Q_TypeBase.h"
 
-// The record's side of a pitch pedal, whose sound is PitchPedal's. Sources by the thread that calls them:
-// TreadshiftParameters.cpp [any thread], TreadshiftSetUp.cpp [host, processing stopped],
-// TreadshiftProcess.cpp [audio].
+// The record's side of a pitch pedal, whose sound is PitchPedal's. What runs with processing stopped is in
+// TreadshiftSetUp.cpp, blocks are in TreadshiftProcess.cpp, and what may come beside them, parameters,
+// programs and texts, is in TreadshiftParameters.cpp.
 //
 // Until a usable sample rate is set, and after one that cannot be run, blocks copy input to output.
 class Treadshift : public Q_TypeBase {

@@ -7,13 +7,14 @@
 class Q_VstListner;
 
 // The virtual operations stand in slot order, behind those of AudioEffectX. Effects override what differs
-// from the answers in the comments; every jack number gets the same answer. [any thread] Allocates nothing.
+// from the answers in the comments. Allocates nothing.
 class Q_TypeBase : public AudioEffectX {
 public:
   // As AudioEffectX. [host, processing stopped]
   Q_TypeBase(HostCallback host, int numPrograms, int numParams);
   ~Q_TypeBase() override;
 
+  // Whatever the jack. [any thread]
   virtual int getNumOfInJacks();          // 1
   virtual int getNumOfOutJacks();         // 1
   virtual int getNumOfInSig(int jack);    // signals of an input jack: 2

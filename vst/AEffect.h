@@ -3,8 +3,9 @@
  * Layout is the contract: a host compiled elsewhere reads these bytes. The reference is the 32-bit record
  * (144 bytes); a 64-bit build widens pointers, `reservedA`, `reservedB`, and the `value` and result of the
  * dispatcher and of the callback to pointer size, and keeps every other width (192 bytes).
- * Tags in brackets name the thread of a call; docs/threads.md defines them and gives one for every opcode.
- * Every entry takes the record of a living effect; another address, null included, is not checked. */
+ * Tags in brackets name the thread of a call; docs/threads.md defines them, Opcodes.h has those of the
+ * opcodes. Every entry takes the record of a living effect; another address, null included, is not checked.
+ */
 #ifndef TREADSHIFT_VST_AEFFECT_H
 #define TREADSHIFT_VST_AEFFECT_H
 

@@ -118,10 +118,10 @@ public:
   virtual void float2string(float value, char* text, int maxLen);
   virtual void int2string(int value, char* text, int maxLen); // 100000000 and above: "Huge!"
 
-  // Of older interface versions: the process does nothing, the rest stores into the record.
-  // [audio; host, processing stopped] as their present counterparts.
+  // Of older interface versions: these two do nothing [audio], the rest stores into the record.
   virtual void __processDeprecated(float** inputs, float** outputs, int frames);
   virtual float __getVuDeprecated();
+  // [host, processing stopped]
   virtual void __hasVuDeprecated(bool state);
   virtual void __hasClipDeprecated(bool state);
   virtual void __canMonoDeprecated(bool state);

@@ -20,10 +20,9 @@ using VstOfflineOption = int32_t;
 
 // The virtual operations stand in slot order, behind those of AudioEffect: add nothing between them.
 // Three kinds, marked at each group: answers to the host, which an effect overrides (the base answer is in
-// the comment); requests to the host (number in HostRequest), which answer 0, false or null when there is
-// no callback; and speaker arrangements. Where a group has no tag, answers are [host] and requests are
-// [any thread], but never inside a block. Pointers are handed on unread, null included; only the operations
-// on arrangements look at them, and only they allocate.
+// the comment); requests to the host (number in HostRequest), never made inside a block, which answer 0,
+// false or null when there is no callback; and speaker arrangements. Pointers are passed on unread, null
+// included; only the operations on arrangements look at them, and only they allocate.
 class AudioEffectX : public AudioEffect {
 public:
   // As AudioEffect. Asks the host nothing. [host, processing stopped]
@@ -53,15 +52,19 @@ public:
   virtual int beginLoadBank(VstPatchChunkInfo* info);                      // 0
   virtual int beginLoadProgram(VstPatchChunkInfo* info);                   // 0
 
-  // Requests. ioChanged tells the host of new channel counts or latency. The two that store the answer are
-  // [host, processing stopped].
+  // Request: tells the host of new channel counts or latency. [any thread]
   virtual bool ioChanged();
-  virtual float updateSampleRate(); // Hz; stores and gives the host's rate, 44100 when it names none
-  virtual int updateBlockSize();  // samples; stores and gives the host's size, the old one when it names none
+
+  // Requests that store the answer: the host's rate in Hz, 44100 when it names none, and its block size in
+  // samples, the old one when it names none. [host, processing stopped]
+  virtual float updateSampleRate();
+  virtual int updateBlockSize();
+
+  // Requests. [any thread]
   virtual int getInputLatency();  // samples
   virtual int getOutputLatency(); // samples
 
-  // Answers.
+  // Answers. [host]
   virtual bool getInputProperties(int index, VstPinProperties* properties);                        // false
   virtual bool getOutputProperties(int index, VstPinProperties* properties);                       // false
   virtual bool setSpeakerArrangement(VstSpeakerArrangement* input, VstSpeakerArrangement* output); // false
@@ -73,7 +76,7 @@ public:
   virtual int getNumMidiInputChannels();           // 0
   virtual int getNumMidiOutputChannels();          // 0
 
-  // Requests. filter: bit mask of the wanted time fields; null: the host knows no time.
+  // Requests. filter: bit mask of the wanted time fields; null: the host knows no time. [any thread]
   virtual VstTimeInfo* getTimeInfo(int filter);
   virtual int getCurrentProcessLevel();
   virtual int getAutomationState();
@@ -85,7 +88,7 @@ public:
   virtual bool processVariableIo(VstVariableIo* record); // false
   virtual int setTotalSampleToProcess(int samples);      // samples
 
-  // Requests. text: a buffer of at least 64 bytes.
+  // Requests. text: a buffer of at least 64 bytes. [any thread]
   virtual bool getHostVendorString(char* text);
   virtual bool getHostProductString(char* text);
   virtual int getHostVendorVersion();
@@ -97,31 +100,37 @@ public:
   virtual void isSynth(bool state);
   virtual void noTail(bool state);
 
-  virtual int getGetTailSize(); // answer: samples, 0
-  virtual void* getDirectory(); // request
+  virtual int getGetTailSize(); // answer: samples, 0 [host]
+  virtual void* getDirectory(); // request [any thread]
 
-  // Answers. Names, versions and category are [any thread].
-  virtual bool getEffectName(char* text);                                 // false
-  virtual bool getVendorString(char* text);                               // false
-  virtual bool getProductString(char* text);                              // false
-  virtual int getVendorVersion();                                         // 0
+  // Answers. [any thread]
+  virtual bool getEffectName(char* text);    // false
+  virtual bool getVendorString(char* text);  // false
+  virtual bool getProductString(char* text); // false
+  virtual int getVendorVersion();            // 0
+
+  // Answers. [host]
   virtual int vendorSpecific(int index, int value, void* ptr, float opt); // 0
   virtual int canDo(char* capability);                                    // 0: neither yes (1) nor no (-1)
-  virtual int getVstVersion();                                            // 2400
-  virtual int getPlugCategory();                                          // 2 for a synth, else 0
-  virtual int getMidiProgramName(int channel, MidiProgramName* name);     // 0
-  virtual int getCurrentMidiProgram(int channel, MidiProgramName* name);  // -1: none
+
+  // Answers. [any thread]
+  virtual int getVstVersion();   // 2400
+  virtual int getPlugCategory(); // 2 for a synth, else 0
+
+  // Answers. [host]
+  virtual int getMidiProgramName(int channel, MidiProgramName* name);             // 0
+  virtual int getCurrentMidiProgram(int channel, MidiProgramName* name);          // -1: none
   virtual int getMidiProgramCategory(int channel, MidiProgramCategory* category); // 0
   virtual bool hasMidiProgramsChanged(int channel);                               // false
   virtual bool getMidiKeyName(int channel, MidiKeyName* name);                    // false
 
-  // Requests. width, height: pixels.
+  // Requests. width, height: pixels. [any thread]
   virtual bool updateDisplay();
   virtual bool sizeWindow(int width, int height);
   virtual bool openFileSelector(VstFileSelect* selector);
   virtual bool closeFileSelector(VstFileSelect* selector);
 
-  virtual int getNextShellPlugin(char* text); // answer: 0
+  virtual int getNextShellPlugin(char* text); // answer: 0 [host]
 
   // Speaker arrangements. A record belongs to whoever holds the pointer; null pointers to pointers are
   // refused. [host]
@@ -137,50 +146,50 @@ public:
   // that is its own copy already stays. Allocates.
   virtual bool matchArrangement(VstSpeakerArrangement** to, VstSpeakerArrangement* from);
 
-  // Requests.
+  // Requests. [any thread]
   virtual bool offlineRead(VstOfflineTask* task, VstOfflineOption option, bool readSource);
   virtual bool offlineWrite(VstOfflineTask* task, VstOfflineOption option);
   virtual bool offlineStart(VstAudioFile* files, int numFiles, int numNewFiles);
   virtual bool offlineGetCurrentPass();     // whether there is one, not its number
   virtual bool offlineGetCurrentMetaPass(); // likewise
 
-  // Answers.
+  // Answers. [host]
   virtual bool offlineNotify(VstAudioFile* files, int count, bool start); // false
   virtual bool offlinePrepare(VstOfflineTask* tasks, int count);          // false
   virtual bool offlineRun(VstOfflineTask* tasks, int count);              // false
   virtual int offlineGetNumPasses();                                      // 0
   virtual int offlineGetNumMetaPasses();                                  // 0
 
-  // Requests and answers of older interface versions; they keep their slots. Those that store are
-  // [host, processing stopped].
-  virtual int __wantEventsDeprecated(int filter);
-  virtual int __tempoAtDeprecated(int position);
-  virtual int __getNumAutomatableParametersDeprecated();
-  virtual int __getParameterQuantizationDeprecated();
-  virtual int __getNumCategoriesDeprecated();            // 1
-  virtual bool __copyProgramDeprecated(int destination); // false
-  virtual bool __needIdleDeprecated();
-  virtual intptr_t __getPreviousPlugDeprecated(int input); // the argument is not sent
-  virtual intptr_t __getNextPlugDeprecated(int output);    // likewise
-  virtual void __inputConnectedDeprecated(int input, bool state);
-  virtual void __outputConnectedDeprecated(int output, bool state);
-  virtual int __willProcessReplacingDeprecated();
-  virtual void __wantAsyncOperationDeprecated(bool state); // the record's flag
-  virtual void __hasExternalBufferDeprecated(bool state);  // the record's flag
-  virtual int __reportCurrentPositionDeprecated();         // 0
-  virtual int __reportDestinationBufferDeprecated();       // 0
-  virtual int __setOutputSamplerateDeprecated(float rate); // Hz
-  virtual VstSpeakerArrangement* __getInputSpeakerArrangementDeprecated();
-  virtual VstSpeakerArrangement* __getOutputSpeakerArrangementDeprecated();
-  virtual void* __openWindowDeprecated(__VstWindowDeprecated* window);
-  virtual bool __closeWindowDeprecated(__VstWindowDeprecated* window);
-  virtual void __setBlockSizeAndSampleRateDeprecated(int samples, float rate); // stores both
-  virtual bool __getErrorTextDeprecated(char* text);                           // false
-  virtual int __getIconDeprecated();                                           // 0
-  virtual bool __setViewPositionDeprecated(int x, int y);                      // false
-  virtual int __fxIdleDeprecated();                                            // 0
-  virtual bool __keysRequiredDeprecated();                                     // false
-  virtual bool __getChunkFileDeprecated(void* file);
+  // Requests and answers of older interface versions; they keep their slots.
+  virtual int __wantEventsDeprecated(int filter);                   // [any thread]
+  virtual int __tempoAtDeprecated(int position);                    // [any thread]
+  virtual int __getNumAutomatableParametersDeprecated();            // [any thread]
+  virtual int __getParameterQuantizationDeprecated();               // [any thread]
+  virtual int __getNumCategoriesDeprecated();                       // 1 [host]
+  virtual bool __copyProgramDeprecated(int destination);            // false [host]
+  virtual bool __needIdleDeprecated();                              // [any thread]
+  virtual intptr_t __getPreviousPlugDeprecated(int input);          // the argument is not sent [any thread]
+  virtual intptr_t __getNextPlugDeprecated(int output);             // likewise [any thread]
+  virtual void __inputConnectedDeprecated(int input, bool state);   // [host]
+  virtual void __outputConnectedDeprecated(int output, bool state); // [host]
+  virtual int __willProcessReplacingDeprecated();                   // [any thread]
+  virtual void __wantAsyncOperationDeprecated(bool state); // the record's flag [host, processing stopped]
+  virtual void __hasExternalBufferDeprecated(bool state);  // the record's flag [host, processing stopped]
+  virtual int __reportCurrentPositionDeprecated();         // 0 [host]
+  virtual int __reportDestinationBufferDeprecated();       // 0 [host]
+  virtual int __setOutputSamplerateDeprecated(float rate); // Hz [any thread]
+  virtual VstSpeakerArrangement* __getInputSpeakerArrangementDeprecated();  // [any thread]
+  virtual VstSpeakerArrangement* __getOutputSpeakerArrangementDeprecated(); // [any thread]
+  virtual void* __openWindowDeprecated(__VstWindowDeprecated* window);      // [any thread]
+  virtual bool __closeWindowDeprecated(__VstWindowDeprecated* window);      // [any thread]
+  // Stores both. [host, processing stopped]
+  virtual void __setBlockSizeAndSampleRateDeprecated(int samples, float rate);
+  virtual bool __getErrorTextDeprecated(char* text);      // false [host]
+  virtual int __getIconDeprecated();                      // 0 [host]
+  virtual bool __setViewPositionDeprecated(int x, int y); // false [host]
+  virtual int __fxIdleDeprecated();                       // 0 [host]
+  virtual bool __keysRequiredDeprecated();                // false [host]
+  virtual bool __getChunkFileDeprecated(void* file);      // [any thread]
 
   // Sends events to the host; true only when it answers exactly 1. [any thread]
   bool sendVstEventsToHost(VstEvents* events);

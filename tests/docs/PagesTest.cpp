@@ -222,15 +222,58 @@ Names matchesIn(const std::string& file, const std::string& pattern) {
   return all;
 }
 
-// A thread's tag, and the headers in which it has to be a defined one.
+// A thread's tag, the headers that declare operations with slots, and the slots that have other names there.
 const std::string kTag =
-    R"((\[(?:any thread|audio|host|control|set-up|as the|the thread|instantiation)[^\]=]*\]))";
-const std::set<std::string> kOtherSlots = {"destroy", "destroyAndFree", "setProgramLong"}; // told in words
+    R"((\[(?:any thread|audio|host|control|set-up|as the|the thread|instantiation)[^\]=*]*\]))";
+const Names kSlotHeaders = {"vst/AudioEffect.h", "vst/AudioEffectX.h", "framework/Q_TypeBase.h",
+                            "effect/Treadshift.h"};
+const std::set<std::string> kOtherSlots = {"destroy", "destroyAndFree", "setProgramLong"};
 
 bool isHeader(const std::string& file) {
   static const std::set<std::string> folders = {"vst",  "framework", "dsp", "engine", "effect",
                                                 "host", "worker",    "lv2", "render"};
   return file.ends_with(".h") && folders.contains(file.substr(0, file.find('/')));
+}
+
+std::string firstIn(const std::string& text, const std::string& pattern) {
+  std::smatch match;
+  return std::regex_search(text, match, std::regex(pattern)) ? match[1].str() : std::string();
+}
+
+// What a header declares, by the first group of a pattern, and its tag: that of its own line, else that of
+// the last comment above it in the same paragraph, else none.
+std::multimap<std::string, std::string> tagsIn(const std::string& text, const std::string& declaration) {
+  std::multimap<std::string, std::string> tags;
+  std::istringstream lines(text);
+  std::string above;
+  for (std::string line; std::getline(lines, line);) {
+    const std::string tag = firstIn(line, kTag);
+    const std::string name = firstIn(line.substr(0, line.find("//")), declaration);
+    if (!name.empty())
+      tags.emplace(name, tag.empty() ? above : tag);
+    else if (line.empty() || !tag.empty())
+      above = tag;
+  }
+  return tags;
+}
+
+// The same over all slots' headers. An operation that is declared twice counts twice.
+std::multimap<std::string, std::string> tagsOfOperations() {
+  std::multimap<std::string, std::string> all;
+  for (const std::string& file : kSlotHeaders)
+    all.merge(tagsIn(contentsOf(kRoot / file), R"(\b(\w+)\()"));
+  return all;
+}
+
+// Slots that no header declares, that have no tag, or whose declarations do not have the same.
+Names wronglyTagged(const Names& slots, const std::multimap<std::string, std::string>& tags) {
+  Names wrong;
+  for (const std::string& slot : slots) {
+    const auto [first, last] = tags.equal_range(slot);
+    const auto differs = [&, first = first](const auto& each) { return each.second != first->second; };
+    if (first == last || first->second.empty() || std::any_of(first, last, differs)) wrong.push_back(slot);
+  }
+  return wrong;
 }
 
 // A row of the glossary: one word for one thing, and the words that are not used for it.
@@ -354,16 +397,34 @@ TEST_CASE("the readme leads to every page") {
     if (isPage(file) && file != "README.md" && !linked.contains(file)) FAIL_CHECK(file, " is not linked");
 }
 
-TEST_CASE("the page on threads has every operation, every opcode and every tag of the headers") {
+TEST_CASE("every operation and every opcode has a tag") {
+  Names slots = matchesIn("tests/support/EffectSlots.h", "SLOT\\((\\w+),");
+  CHECK(slots.size() > 150);
+  std::erase_if(slots, [](const std::string& slot) { return kOtherSlots.contains(slot); });
+  checkNone("the headers", "not one tag in all its declarations", wronglyTagged(slots, tagsOfOperations()));
+  const auto opcodes = tagsIn(contentsOf(kRoot / "vst/Opcodes.h"), "(kOp\\w+) =");
+  CHECK(opcodes.size() > 60);
+  for (const auto& [opcode, tag] : opcodes)
+    if (tag.empty()) FAIL_CHECK(opcode, " has no tag");
+}
+
+TEST_CASE("an opcode has the tag of the operation that it calls") {
+  const auto ofOperations = tagsOfOperations();
+  const std::string opcodes = contentsOf(kRoot / "vst/Opcodes.h");
+  const Names rows = matchesIn("tests/support/OpcodeRows.cpp", R"(\{(\d+, Slot::\w+),)");
+  CHECK(rows.size() > 40);
+  for (const std::string& row : rows) {
+    CAPTURE(row);
+    const auto operation = ofOperations.find(row.substr(row.rfind(':') + 1));
+    REQUIRE(operation != ofOperations.end());
+    CHECK(firstIn(opcodes, "kOp\\w+ = " + row.substr(0, row.find(',')) + R"(\b,?\s*/\* )" + kTag) ==
+          operation->second);
+  }
+}
+
+TEST_CASE("the page on threads defines every tag of the headers") {
   const Page page(contentsOf(kRoot / "docs/threads.md"));
   const std::set<std::string> told(page.spans.begin(), page.spans.end());
-  const Names operations = matchesIn("tests/support/EffectSlots.h", "SLOT\\((\\w+),");
-  CHECK(operations.size() > 150);
-  const Names opcodes = matchesIn("vst/Opcodes.h", "(kOp\\w+) =");
-  CHECK(opcodes.size() > 60);
-  for (const Names& names : {operations, opcodes})
-    for (const std::string& name : names)
-      if (!told.contains(name) && !kOtherSlots.contains(name)) FAIL_CHECK(name, " has no tag");
   for (const std::string& file : files()) {
     if (!isHeader(file)) continue;
     for (const std::string& tag : matchesIn(file, kTag))
@@ -424,6 +485,17 @@ TEST_CASE("the checks of the pages trip on what they are there for") {
         Names{"--silent", "    script/bench --slowly", "build/x86_64/treadshift-render in.wav --louder  "});
   REQUIRE(page.fences.size() == 1);
   CHECK(page.fences[0].language == "sh");
+}
+
+TEST_CASE("the check of the tags trips on a missing one, on two that differ and on a missing operation") {
+  const auto tags =
+      tagsIn("  // A group. [host]\n  void open();\n  void close(); // [audio]\n\n  void suspend();\n"
+             "  void resume(); // [host]\n  void resume(int); // [audio]\n",
+             R"(\b(\w+)\()");
+  CHECK(tags.find("open")->second == "[host]");
+  CHECK(tags.find("close")->second == "[audio]");
+  CHECK(wronglyTagged({"open", "close", "suspend", "resume", "idle"}, tags) ==
+        Names{"suspend", "resume", "idle"});
 }
 
 TEST_CASE("the check of the glossary trips on a term that nobody uses and on a rival") {
