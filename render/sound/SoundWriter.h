@@ -22,18 +22,16 @@ struct WatchedFile {
 class SoundWriter {
 public:
   // target: where to write; it must outlive the writer. info: rate, channels and format of the file;
-  // its length is not used. dither:
-  // adds noise of two equal parts, together up to one step up or down (triangular), before rounding to whole
-  // numbers; the same noise for every file. Throws Fault (couldNot). Allocates.
+  // its length is not used. dither: adds triangular noise of up to one step either way before rounding to
+  // whole numbers, the same for every file. Throws Fault (couldNot). Allocates.
   SoundWriter(Output& target, const SoundInfo& info, bool dither);
 
   // Lets the file carry tags; before the first write. writer: must outlive this one. Allocates.
   void carry(TagWriter& writer);
 
-  // Writes frames with interleaved channels. Formats of whole numbers get the nearest number, and the end
-  // of their range for samples outside it (0 for a sample that is no number); encoders of music get samples
-  // up to a million times full scale. Throws Fault (couldNot) when
-  // the disk is full or the like.
+  // Writes frames with interleaved channels. Formats of whole numbers get the nearest number, and the end of
+  // their range for samples outside it; lossy encoders get samples of at most 16 times full scale; in both a
+  // NaN becomes 0. Throws Fault (couldNot) when the disk is full or the like.
   void write(const double* samples, std::int64_t frames);
 
   // Closes the file and makes it the output. Throws Fault (couldNot).
