@@ -32,11 +32,11 @@ int main(int count, char** words) {
     sound[i] = 0.5 * sin(6.283185307179586 * pitch * i / kRate);
   AEffect* effect = handle->effect;
   effect->dispatchEntry(effect, kOpOpen, 0, 0, NULL, 0.0f);
+  effect->setParameterEntry(effect, kColor, 2.5f / 8.0f);                /* the middle of colour 2 */
+  effect->setParameterEntry(effect, kPedalPos, 1.0f);                    /* the toe */
   effect->dispatchEntry(effect, kOpSetBlockSize, 0, kBlock, NULL, 0.0f); /* such blocks take no memory */
   effect->dispatchEntry(effect, kOpSetSampleRate, 0, 0, NULL, (float)kRate);
   effect->dispatchEntry(effect, kOpResumeOrSuspend, 0, 1, NULL, 0.0f);
-  effect->setParameterEntry(effect, kColor, 2.5f / 8.0f); /* the middle of colour 2 */
-  effect->setParameterEntry(effect, kPedalPos, 1.0f);     /* the toe */
   for (double* block = sound; block < sound + kRate; block += kBlock)
     effect->processDoubleReplacingEntry(effect, &block, &block, kBlock);
   effect->dispatchEntry(effect, kOpResumeOrSuspend, 0, 0, NULL, 0.0f);

@@ -432,11 +432,11 @@ TEST_CASE("the page on threads defines every tag of the headers") {
   }
 }
 
-TEST_CASE("the page for host authors shows the example as it is") {
+TEST_CASE("the page for host authors shows a part of the example as it is") {
   const Page page(contentsOf(kRoot / "docs/host-authors.md"));
   const auto shown = std::ranges::find(page.fences, "c", &Page::Fence::language);
   REQUIRE(shown != page.fences.end());
-  CHECK(shown->text == contentsOf(kRoot / "examples/host.c"));
+  CHECK(contentsOf(kRoot / "examples/host.c").find(shown->text) != std::string::npos);
 }
 
 #ifdef TREADSHIFT_HOST_EXAMPLE
