@@ -111,6 +111,19 @@ Names rowsWithoutTest(const Page& page) {
   return rows;
 }
 
+// Cells of tables that are too long to be read in a column.
+Names longCells(const std::string& page) {
+  constexpr std::size_t kLongest = 120; // characters, without the blanks around them
+  Names cells;
+  std::istringstream lines(page);
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream row(line.starts_with("| ") ? line : "");
+    for (std::string cell; std::getline(row, cell, '|');)
+      if (cell.size() > kLongest + 2) cells.push_back(cell);
+  }
+  return cells;
+}
+
 bool matchesSomeFile(const std::string& pattern) {
   const std::size_t star = pattern.find('*');
   const std::string start = pattern.substr(0, star), end = pattern.substr(star + 1);
@@ -344,6 +357,13 @@ TEST_CASE("every row of a table with tests names one") {
     checkNone(file, "no test in this row", rowsWithoutTest(page));
   }
   CHECK(rows > 20);
+}
+
+TEST_CASE("no cell of a table is longer than 120 characters") {
+  for (const std::string& file : files())
+    if (isPage(file)) checkNone(file, "too long", longCells(contentsOf(kRoot / file)));
+  CHECK(longCells("| short | " + std::string(120, 'a') + " |\n").empty());
+  CHECK(longCells("| short | " + std::string(121, 'a') + " |\n").size() == 1);
 }
 
 TEST_CASE("the engine uses every term of the glossary and none of their rivals") {
