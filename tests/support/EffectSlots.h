@@ -241,7 +241,13 @@ struct SlotCall {
   Slot slot;
   void* object;
   std::string arguments;
+
+  bool operator==(const SlotCall&) const = default;
 };
+
+inline std::ostream& operator<<(std::ostream& stream, const SlotCall& call) {
+  return stream << nameOf(call.slot) << '(' << call.arguments << ") of " << call.object;
+}
 
 inline std::vector<SlotCall> slotCalls; // in the order of arrival
 inline intptr_t slotAnswer = 0;         // what exchanged slots answer, converted to each one's result
