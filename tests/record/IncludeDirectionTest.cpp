@@ -1,11 +1,11 @@
 // Includes run one way: vst <- framework <- effect -> dsp; hosts know the record, never the classes; the
 // renderer's rooms know those before them.
+#include "tests/support/Files.h"
+
 #include <doctest/doctest.h>
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <functional>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -66,26 +66,15 @@ const std::vector<Rule> kRules = {
     {"quality", with(with(with(kRecordAlone, "host/"), "peers/"), "quality/")},
 };
 
-const Rule& ruleOf(const std::string& folder) { return *std::ranges::find(kRules, folder, &Rule::folder); }
-
-bool startsWith(const std::string& text, const std::string& start) {
-  return text.compare(0, start.size(), start) == 0;
-}
-
 bool isOurs(const std::string& included) {
   return std::ranges::any_of(kFolders,
-                             [&](const std::string& folder) { return startsWith(included, folder + '/'); });
+                             [&](const std::string& folder) { return included.starts_with(folder + '/'); });
 }
 
 bool allows(const Rule& rule, const std::string& included) {
   return std::ranges::any_of(rule.allowed, [&](const std::string& name) {
-    return name.back() == '/' ? startsWith(included, name) : included == name;
+    return name.back() == '/' ? included.starts_with(name) : included == name;
   });
-}
-
-std::string withoutBlanks(std::string text) {
-  std::erase_if(text, [](char character) { return character == ' ' || character == '\t'; });
-  return text;
 }
 
 // What a text includes, the quotation marks or brackets kept.
@@ -94,17 +83,12 @@ Names includesOf(const std::string& text) {
   Names all;
   std::istringstream stream(text);
   for (std::string line; std::getline(stream, line);) {
-    line = withoutBlanks(line);
-    if (!startsWith(line, directive)) continue;
+    std::erase_if(line, [](char character) { return character == ' ' || character == '\t'; });
+    if (!line.starts_with(directive)) continue;
     const std::size_t end = line.find_first_of("\">", directive.size() + 1);
     if (end != std::string::npos) all.push_back(line.substr(directive.size(), end + 1 - directive.size()));
   }
   return all;
-}
-
-std::string contentsOf(const fs::path& file) {
-  std::ifstream stream(file);
-  return {std::istreambuf_iterator<char>(stream), {}};
 }
 
 // What is wrong with one include under a rule, or nothing.
@@ -122,29 +106,27 @@ Names complaintsAbout(const Rule& rule, const std::string& text) {
   return all;
 }
 
-bool isSource(const fs::path& file) {
-  const std::string kind = file.extension().string();
-  return kind == ".h" || kind == ".cpp" || kind == ".c";
-}
-
-void forEachSource(const std::string& folder, const std::function<void(const fs::path&)>& visit) {
-  if (!fs::exists(kRoot / folder)) return;
-  for (const auto& entry : fs::recursive_directory_iterator(kRoot / folder))
-    if (entry.is_regular_file() && isSource(entry.path())) visit(entry.path());
+// The C and C++ files of a folder; none when there is no such folder.
+std::vector<fs::path> sourcesIn(const fs::path& folder) {
+  std::vector<fs::path> sources;
+  if (!fs::exists(folder)) return sources;
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
+    const std::string kind = entry.path().extension().string();
+    if (kind == ".h" || kind == ".cpp" || kind == ".c") sources.push_back(entry.path());
+  }
+  return sources;
 }
 
 } // namespace
 
 TEST_CASE("every folder includes what it may") {
   for (const Rule& rule : kRules) {
-    int sources = 0;
-    forEachSource(rule.folder, [&](const fs::path& file) {
-      ++sources;
+    CAPTURE(rule.folder);
+    const std::vector<fs::path> sources = sourcesIn(kRoot / rule.folder);
+    CHECK((!sources.empty() || !fs::exists(kRoot / rule.folder)));
+    for (const fs::path& file : sources)
       for (const std::string& wrong : complaintsAbout(rule, contentsOf(file)))
         FAIL_CHECK(file.filename().string(), ": ", wrong);
-    });
-    CAPTURE(rule.folder);
-    CHECK((sources > 0 || !fs::exists(kRoot / rule.folder)));
   }
 }
 
@@ -157,18 +139,24 @@ TEST_CASE("the headers that hosts may see bring in no class of the effect's side
 }
 
 TEST_CASE("the check trips on what it is there for") {
-  const Rule vst = ruleOf("vst");
-  CHECK(complaintsAbout(vst, "#include \"vst/AEffect.h\"\n#include <vector>\n").empty());
-  CHECK(complaintsAbout(vst, "#include \"framework/Factory.h\"\n").size() == 1);
-  CHECK(complaintsAbout(vst, "  #  include <effect/Treadshift.h>\n").size() == 1);
-  CHECK(complaintsAbout(vst, "#include \"AEffect.h\"\n").size() == 1);
-  const Rule engine = ruleOf("engine"); // no record, no host, no lock
-  CHECK(complaintsAbout(engine, "#include \"dsp/IIRFilter.h\"\n#include \"engine/Block.h\"\n").empty());
-  CHECK(complaintsAbout(engine, "#include \"effect/Treadshift.h\"\n").size() == 1);
-  CHECK(complaintsAbout(engine, "#include \"framework/CriticalSection.h\"\n").size() == 1);
-  const Rule host = ruleOf("host");
-  CHECK(
-      complaintsAbout(host, "#include \"framework/Q_TypeIF.h\"\n#include \"host/EffectRunner.h\"\n").empty());
-  CHECK(complaintsAbout(host, "#include \"framework/Factory.h\"\n#include \"vst/AudioEffect.h\"\n").size() ==
-        2);
+  struct Row {
+    std::string folder, text;
+    std::size_t complaints;
+  };
+  const Row rows[] = {
+      {"vst", "#include \"vst/AEffect.h\"\n#include <vector>\n", 0},
+      {"vst", "#include \"framework/Factory.h\"\n", 1},
+      {"vst", "  #  include <effect/Treadshift.h>\n", 1},
+      {"vst", "#include \"AEffect.h\"\n", 1},
+      {"engine", "#include \"dsp/IIRFilter.h\"\n#include \"engine/Block.h\"\n", 0}, // no record, host, lock
+      {"engine", "#include \"effect/Treadshift.h\"\n", 1},
+      {"engine", "#include \"framework/CriticalSection.h\"\n", 1},
+      {"host", "#include \"framework/Q_TypeIF.h\"\n#include \"host/EffectRunner.h\"\n", 0},
+      {"host", "#include \"framework/Factory.h\"\n#include \"vst/AudioEffect.h\"\n", 2},
+  };
+  for (const Row& row : rows) {
+    CAPTURE(row.text);
+    CHECK(complaintsAbout(*std::ranges::find(kRules, row.folder, &Rule::folder), row.text).size() ==
+          row.complaints);
+  }
 }
