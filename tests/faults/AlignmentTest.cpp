@@ -1,5 +1,8 @@
 // Audio buffers at addresses that a double need not have: any multiple of 4 on i386, any of 8 on x86_64.
+#include "engine/PedalNumbers.h"
 #include "tests/property/Pedal.h"
+#include "tests/support/Bits.h"
+#include "tests/support/TestSound.h"
 
 #include <doctest/doctest.h>
 
@@ -12,7 +15,6 @@ namespace {
 
 constexpr std::size_t kStep = sizeof(void*) == 4 ? 4 : 8; // bytes: what the interface's width promises
 constexpr std::size_t kWidest = 64;                       // bytes: the widest alignment there is
-constexpr int kColor = 3, kPedalPos = 4, kOnOff = 0;
 
 // Samples that begin `offset` bytes behind a multiple of kWidest, with canaries around them.
 class OffsetSamples {
@@ -51,11 +53,8 @@ struct Placement {
 std::vector<double> heardAt(const Placement& placement) {
   ModulePedal module;
   std::vector<double> heard;
-  double phase = 0.0;
   const auto block = [&](int samples) {
-    std::vector<double> sound(samples);
-    for (double& sample : sound)
-      sample = std::sin(phase += 0.21);
+    const std::vector<double> sound = testSound(samples, static_cast<int>(heard.size()));
     OffsetSamples input(placement.input, samples), output(placement.output, samples);
     input.put(sound);
     OffsetSamples& heardFrom = placement.inPlace ? input : output;
@@ -78,11 +77,6 @@ std::vector<double> heardAt(const Placement& placement) {
   for (int samples : {200, 300, 100})
     block(samples);
   return heard;
-}
-
-bool sameBits(const std::vector<double>& one, const std::vector<double>& other) {
-  return one.size() == other.size() &&
-         std::memcmp(one.data(), other.data(), one.size() * sizeof(double)) == 0;
 }
 
 } // namespace

@@ -1,12 +1,11 @@
 // Hosts that use the effect from inside their own callback, in every way but closing it: a closed effect is
 // gone, and the call that asked the host would return into nothing.
+#include "engine/PedalNumbers.h"
 #include "tests/property/Duo.h"
 #include "tests/record/Module.h"
 #include "vst/Opcodes.h"
 
 namespace {
-
-constexpr int kPedalPos = 4, kColor = 3;
 
 // What a host does when it is asked something; one at a time.
 struct Nested {

@@ -12,3 +12,11 @@ inline uint32_t bitsOf(float number) { return std::bit_cast<uint32_t>(number); }
 template <typename Numbers, typename Others> bool sameBits(const Numbers& one, const Others& other) {
   return std::ranges::equal(one, other, [](auto a, auto b) { return bitsOf(a) == bitsOf(b); });
 }
+
+// How many of two equally long arrays' elements differ in their bits.
+template <typename Number> int differences(const Number* a, const Number* b, int count) {
+  int different = 0;
+  for (int i = 0; i < count; ++i)
+    different += bitsOf(a[i]) != bitsOf(b[i]);
+  return different;
+}
