@@ -158,6 +158,32 @@ TEST_CASE("while a rate has no memory the effect passes audio through and answer
   CHECK(refused == 12);
 }
 
+TEST_CASE(
+    "whichever allocation of a block fails, its audio passes and the effect goes on as if it had not been") {
+  constexpr long kArrays = 3; // On/Off values, and the gains of two switches
+  for (long n = 1; n <= kArrays; ++n) {
+    CAPTURE(n);
+    const long live = allocations::live();
+    {
+      Bench bench;
+      bench.pair.setSampleRate(kRate);
+      bench.playAWhile();
+      OddBlock block(kLarge);
+      CHECK(count(n, [&] { block.run(bench.module); }).taken == n - 1);
+      CHECK(block.hasPassed());
+      const std::vector<double> sound = testSound(100);
+      std::vector<double> heard(100), expected(100);
+      CHECK(count(0, [&] { bench.module.process(sound.data(), heard.data(), 100); }).taken == 0);
+      bench.plain.process(sound.data(), expected.data(), 100);
+      CHECK(sameBits(heard, expected));                     // what small blocks need has stayed
+      count(n, [&] { bench.module.setBlockSize(kLarge); }); // the block itself gets the memory
+      bench.play(kLarge);
+      bench.playAWhile();
+    }
+    CHECK(allocations::live() == live);
+  }
+}
+
 TEST_CASE("with no memory at all nothing is thrown, audio passes, and memory brings the sound back") {
   Bench bench;
   OddBlock block(50), largeBlock(kLarge);

@@ -1,6 +1,9 @@
 // The calling thread's arithmetic is the host's: whatever it has set, each call hands back.
+#include "tests/support/ControlWord.h"
+#include "engine/PedalNumbers.h"
 #include "tests/property/Duo.h"
 #include "tests/record/Module.h"
+#include "tests/support/TestSound.h"
 #include "vst/Opcodes.h"
 
 #include <string>
@@ -10,7 +13,6 @@ namespace {
 
 constexpr unsigned kWhole = ~0u;                // of the vector unit's word: all of it, ...
 constexpr unsigned kControl = ~0x3Fu;           // ... or all but the marks of exceptions met so far
-constexpr unsigned kDefaultWord = 0x1F80;       // round to nearest, exceptions masked
 constexpr unsigned short kDefaultX87 = 0x37F;   // the same, with extended precision
 constexpr unsigned short kX87Empty = 0xFFFF;    // tags of eight empty registers
 constexpr unsigned long kDirectionDown = 0x400; // flag of the string instructions
@@ -28,7 +30,7 @@ Arithmetic current() {
     unsigned rest[4];
   } x87;
   asm volatile("fnstenv %0\n\tfldenv %0" : "=m"(x87));
-  return {_mm_getcsr(), x87.control, x87.tags, static_cast<unsigned long>(__readeflags()) & kDirectionDown};
+  return {word::read(), x87.control, x87.tags, static_cast<unsigned long>(__readeflags()) & kDirectionDown};
 }
 
 // Every rounding mode, with flushing of results and of operands on and off; the x87 unit rounds alike, in
@@ -36,18 +38,18 @@ Arithmetic current() {
 std::vector<Arithmetic> everyArithmetic() {
   std::vector<Arithmetic> all;
   for (unsigned rounding = 0; rounding < 4; ++rounding)
-    for (unsigned flush : {0u, 0x8000u})
-      for (unsigned denormals : {0u, 0x40u})
+    for (unsigned flush : {0u, word::kFlush})
+      for (unsigned denormals : {0u, word::kTinyOperandsAreZero})
         for (unsigned precision : {0u, 2u, 3u}) {
           const unsigned x87 = (kDefaultX87 & ~0xF00u) | rounding << 10 | precision << 8;
-          all.push_back({kDefaultWord | rounding << 13 | flush | denormals, static_cast<unsigned short>(x87),
-                         kX87Empty, 0});
+          all.push_back({word::kDefault | rounding << 13 | flush | denormals,
+                         static_cast<unsigned short>(x87), kX87Empty, 0});
         }
   return all;
 }
 
 void install(const Arithmetic& arithmetic) {
-  _mm_setcsr(arithmetic.word);
+  word::write(arithmetic.word);
   asm volatile("fldcw %0" : : "m"(arithmetic.x87Control));
 }
 
@@ -56,25 +58,20 @@ class Host {
 public:
   explicit Host(const Arithmetic& arithmetic) : own(arithmetic) {}
 
-  // `unchanged`: the bits of the word that must be as before.
-  template <typename Call> auto call(const std::string& what, unsigned unchanged, Call entry) const {
-    const Arithmetic usual = current();
-    install(own);
-    if constexpr (std::is_void_v<decltype(entry())>) {
-      entry();
-      compare(what, unchanged, usual);
-    } else {
-      const auto answer = entry();
-      compare(what, unchanged, usual);
-      return answer;
-    }
+  // An entry of the record's, which hands back even the marks of exceptions.
+  template <typename Call> void enter(const std::string& what, Call entry) const {
+    check(what, kWhole, entry);
   }
-  template <typename Call> auto call(const std::string& what, Call entry) const {
-    return call(what, kWhole, entry);
+  // What a host calls beside them may leave some, as any function may.
+  template <typename Call> void call(const std::string& what, Call function) const {
+    check(what, kControl, function);
   }
 
 private:
-  void compare(const std::string& what, unsigned unchanged, const Arithmetic& usual) const {
+  template <typename Call> void check(const std::string& what, unsigned unchanged, Call entry) const {
+    const Arithmetic usual = current();
+    install(own);
+    entry();
     const Arithmetic after = current();
     install(usual);
     CAPTURE(what);
@@ -89,84 +86,78 @@ private:
   Arithmetic own;
 };
 
-std::string opcodeName(int32_t opcode) { return "opcode " + std::to_string(opcode); }
-
 void callEveryOpcode(const Host& host, AEffect* record) {
   for (int32_t opcode = -1; opcode < 81; ++opcode) {
     if (opcode == kOpClose) continue;
-    for (int32_t index = 0; index < 5; ++index) { // every parameter has a text of its own
+    for (int32_t index = 0; index < kParameterCount; ++index) { // every parameter has a text of its own
       char buffer[256] = "text";
       void* const place = buffer;
       const bool takesAddress = opcode == kOpGetSpeakerArrangement;
       const intptr_t value = takesAddress ? reinterpret_cast<intptr_t>(&place) : index;
       const float opt = opcode == kOpSetSampleRate ? 8000.0f + static_cast<float>(index) : 0.5f;
-      host.call(opcodeName(opcode),
-                [&] { return record->dispatchEntry(record, opcode, index, value, buffer, opt); });
+      host.enter("opcode " + std::to_string(opcode),
+                 [&] { record->dispatchEntry(record, opcode, index, value, buffer, opt); });
     }
   }
 }
 
 void callEveryProcessEntry(const Host& host, AEffect* record) {
-  double input[64], output[64];
-  for (int i = 0; i < 64; ++i)
-    input[i] = i % 8 == 0 ? 1e-310 : std::sin(0.3 * i);
-  double* inputs[] = {input};
+  std::vector<double> sound = testSound(64);
+  for (int i = 0; i < 64; i += 8)
+    sound[i] = 1e-310;
+  double* inputs[] = {sound.data()};
+  double output[64];
   double* outputs[] = {output};
   float single[64] = {};
   float* singles[] = {single};
   for (int samples : {64, 1, 0, -1, 64}) {
-    host.call("double block", [&] { record->processDoubleReplacingEntry(record, inputs, outputs, samples); });
-    host.call("single block", [&] { record->processReplacingEntry(record, singles, singles, samples); });
-    host.call("accumulating block",
-              [&] { record->processAccumulatingEntry(record, singles, singles, samples); });
+    host.enter("double block",
+               [&] { record->processDoubleReplacingEntry(record, inputs, outputs, samples); });
+    host.enter("single block", [&] { record->processReplacingEntry(record, singles, singles, samples); });
+    host.enter("old block", [&] { record->processAccumulatingEntry(record, singles, singles, samples); });
   }
-  host.call("no block", [&] { record->processDoubleReplacingEntry(record, nullptr, nullptr, 64); });
+  host.enter("no block", [&] { record->processDoubleReplacingEntry(record, nullptr, nullptr, 64); });
 }
 
 void callParameterEntries(const Host& host, AEffect* record) {
   for (int32_t index = -1; index < 6; ++index) {
-    host.call("set a parameter", [&] { record->setParameterEntry(record, index, 0.7f); });
-    host.call("get a parameter", [&] { return record->getParameterEntry(record, index); });
+    host.enter("set a parameter", [&] { record->setParameterEntry(record, index, 0.7f); });
+    host.enter("get a parameter", [&] { record->getParameterEntry(record, index); });
   }
 }
 
-// The record's entries hand back even the marks of exceptions; what a host calls without them may leave some,
-// as any function may.
 void callSlots(const Host& host, void* object) {
   char text[64] = {};
-  for (int index = 0; index < 5; ++index)
-    host.call("display of a value", kControl, [&] {
+  for (int index = 0; index < kParameterCount; ++index)
+    host.call("display of a value", [&] {
       callSlot<void, int, float, char*>(object, Slot::getParameterDisplayOf, index, 0.123f, text);
     });
-  host.call("decibels", kControl,
-            [&] { callSlot<void, float, char*, int>(object, Slot::dB2string, 0.3f, text, 8); });
-  host.call("milliseconds", kControl,
-            [&] { callSlot<void, float, char*, int>(object, Slot::ms2string, 77.0f, text, 8); });
-  host.call("hertz", kControl,
-            [&] { callSlot<void, float, char*, int>(object, Slot::Hz2string, 77.0f, text, 8); });
-  host.call("host's rate", kControl, [&] { return callSlot<float>(object, Slot::updateSampleRate); });
-  host.call("automation", kControl,
-            [&] { callSlot<void, int, float>(object, Slot::setParameterAutomated, 4, 0.25f); });
-  host.call("program", kControl, [&] { callSlot<void, long>(object, Slot::setProgramLong, 3); });
+  for (Slot slot : {Slot::dB2string, Slot::ms2string, Slot::Hz2string})
+    host.call(nameOf(slot), [&] { callSlot<void, float, char*, int>(object, slot, 0.3f, text, 8); });
+  host.call("host's rate", [&] { callSlot<float>(object, Slot::updateSampleRate); });
+  host.call("automation", [&] { callSlot<void, int, float>(object, Slot::setParameterAutomated, 4, 0.25f); });
+  host.call("program", [&] { callSlot<void, long>(object, Slot::setProgramLong, 3); });
 }
 
 void liveUnder(const Arithmetic& arithmetic, const char* factoryName) {
   const Host host(arithmetic);
   const ModuleFactory factory = moduleFactory(factoryName);
-  CHECK(host.call("factory without a host", kControl, [&] { return factory(nullptr); }) == nullptr);
-  PlainHandle* handle = host.call(factoryName, kControl, [&] { return factory(plainHost); });
+  PlainHandle* handle = nullptr;
+  host.call("factory without a host", [&] { handle = factory(nullptr); });
+  CHECK(handle == nullptr);
+  host.call(factoryName, [&] { handle = factory(plainHost); });
   REQUIRE(handle);
   AEffect* record = handle->effect;
   callEveryProcessEntry(host, record); // no rate yet: it passes through
   callEveryOpcode(host, record);
   for (float rate : {0.0f, 62.5f, 44100.0f, 1e20f, 48000.0f}) // some pass through, some run
-    host.call("rate", [&] { return record->dispatchEntry(record, kOpSetSampleRate, 0, 0, nullptr, rate); });
+    host.enter("rate", [&] { record->dispatchEntry(record, kOpSetSampleRate, 0, 0, nullptr, rate); });
   callParameterEntries(host, record);
   callEveryProcessEntry(host, record);
   callSlots(host, record->objectRef);
   callEveryProcessEntry(host, record);
-  host.call("close", [&] { return record->dispatchEntry(record, kOpClose, 0, 0, nullptr, 0.0f); });
-  host.call("delete the handle", kControl, [&] { deleteHandle(handle); });
+  host.enter("close", [&] { closeEffect(record); });
+  host.call("delete the handle", [&] { deleteHandle(handle); });
 }
 
 } // namespace
@@ -203,41 +194,39 @@ namespace {
 // Puts the vector unit's word back at the end of a scope, however it ends.
 class Word {
 public:
-  explicit Word(unsigned word) : usual(_mm_getcsr()) { _mm_setcsr(word); }
-  ~Word() { _mm_setcsr(usual); }
+  explicit Word(unsigned bits) { word::write(bits); }
+  ~Word() { word::write(usual); }
   Word(const Word&) = delete;
   Word& operator=(const Word&) = delete;
 
 private:
-  unsigned usual;
+  unsigned usual = word::read();
 };
 
-constexpr unsigned kFlushes[] = {0u, 0x8000u, 0x40u, 0x8040u}; // results, operands
+constexpr unsigned kFlushes[] = {0u, word::kFlush, word::kTinyOperandsAreZero,
+                                 word::kFlush | word::kTinyOperandsAreZero};
 
-// All rows with a pedal that moves and rests. side: takes the parameters. block: plays that many samples.
-template <typename Side, typename Block> void playEveryRow(Side& side, Block block) {
-  for (int row = 0; row < 8; ++row) {
-    side.setParameter(3, 0.125f * static_cast<float>(row));
-    side.setParameter(4, 0.1f * static_cast<float>(row));
-    side.setParameter(2, 1.0f - 0.1f * static_cast<float>(row));
-    side.setParameter(0, row == 5 ? 0.0f : 1.0f);
-    for (int samples : {150, 150, 1, 150, 3000})
+// All colours with a pedal that moves and rests. side: takes the parameters. block: plays that many samples.
+template <typename Side, typename Block> void playEveryColor(Side& side, Block block) {
+  for (int color = 0; color < kColorCount; ++color) {
+    side.setParameter(kColor, colorParameter(color));
+    side.setParameter(kPedalPos, 0.1f * static_cast<float>(color));
+    side.setParameter(kTone, 1.0f - 0.1f * static_cast<float>(color));
+    side.setParameter(kOnOff, color == 5 ? 0.0f : 1.0f);
+    for (int samples : {150, 150, 1, 150, 600})
       block(samples);
   }
 }
 
-std::vector<double> heardUnder(unsigned word) {
-  const Word hosts(word);
+std::vector<double> heardUnder(unsigned bits) {
+  const Word hosts(bits);
   ModulePedal module;
   module.setSampleRate(8000.0f);
   std::vector<double> heard;
-  playEveryRow(module, [&](int samples) {
-    std::vector<double> sound(samples);
-    for (double& sample : sound) {
-      sample = std::fmod(0.618034 * static_cast<double>(heard.size() + 1), 1.0) - 0.5;
-      heard.push_back(0.0);
-    }
-    module.process(sound.data(), heard.data() + heard.size() - samples, samples);
+  playEveryColor(module, [&](int samples) {
+    std::vector<double> sound = testSound(samples, static_cast<int>(heard.size()));
+    module.process(sound.data(), sound.data(), samples);
+    heard.insert(heard.end(), sound.begin(), sound.end());
   });
   return heard;
 }
@@ -247,9 +236,9 @@ std::vector<double> heardUnder(unsigned word) {
 TEST_CASE("the sound is the plain pedal's whatever the host flushes") {
   for (unsigned flush : kFlushes) {
     CAPTURE(flush);
-    const Word hosts(kDefaultWord | flush);
+    const Word hosts(word::kDefault | flush);
     Duo duo(8000.0f);
-    playEveryRow(*duo.operator->(), [&](int samples) {
+    playEveryColor(*duo.operator->(), [&](int samples) {
       duo.block(samples);
       duo.blockOf(std::vector<double>(samples, -1e-310), samples);
     });
@@ -258,6 +247,7 @@ TEST_CASE("the sound is the plain pedal's whatever the host flushes") {
 
 // Which numbers count as zero may differ between setting up and blocks, and then one float means two pedals.
 TEST_CASE("a denormal pedal is what the host's arithmetic takes it for while blocks run") {
+  constexpr float kPedals[] = {-4.2e-45f, 4.2e-45f, -1e-40f, 1e-40f};
   for (unsigned inSetUp : kFlushes) {
     for (unsigned inBlocks : kFlushes) {
       CAPTURE(inSetUp);
@@ -265,13 +255,12 @@ TEST_CASE("a denormal pedal is what the host's arithmetic takes it for while blo
       Duo duo;
       for (int round = 0; round < 32; ++round) {
         {
-          const Word hosts(kDefaultWord | inSetUp);
-          constexpr float kPedals[] = {-4.2e-45f, 4.2e-45f, -1e-40f, 1e-40f};
-          duo->setParameter(3, 0.125f * static_cast<float>(round / 4));
-          duo->setParameter(4, kPedals[round % 4]);
+          const Word hosts(word::kDefault | inSetUp);
+          duo->setParameter(kColor, colorParameter(round / 4));
+          duo->setParameter(kPedalPos, kPedals[round % 4]);
           duo->setSampleRate(round % 2 == 0 ? 8000.0f : 11025.0f);
         }
-        const Word hosts(kDefaultWord | inBlocks);
+        const Word hosts(word::kDefault | inBlocks);
         duo.blocks(4, 50);
       }
     }
@@ -281,12 +270,12 @@ TEST_CASE("a denormal pedal is what the host's arithmetic takes it for while blo
 // Rounded another way, samples differ in their last bits, and a tap may jump a sample sooner or later, where
 // it is nearly silent.
 TEST_CASE("the sound is the same to the ear however the host rounds") {
-  const std::vector<double> usual = heardUnder(kDefaultWord);
-  for (unsigned rounding = 1; rounding < 4; ++rounding) {
+  const std::vector<double> usual = heardUnder(word::kDefault);
+  for (unsigned rounding : {0x2000u, 0x4000u, 0x6000u}) {
     for (unsigned flush : kFlushes) {
       CAPTURE(rounding);
       CAPTURE(flush);
-      const std::vector<double> heard = heardUnder(kDefaultWord | rounding << 13 | flush);
+      const std::vector<double> heard = heardUnder(word::kDefault | rounding | flush);
       double largest = 0.0;
       for (std::size_t i = 0; i < usual.size(); ++i)
         largest = std::max(largest, std::abs(heard[i] - usual[i]));

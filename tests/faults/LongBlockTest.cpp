@@ -1,6 +1,8 @@
-// Blocks longer than anything inside the effect.
+// Blocks longer than anything inside the effect, and shorter than none.
 #include "engine/PedalNumbers.h"
 #include "tests/property/Duo.h"
+
+#include <climits>
 
 namespace {
 
@@ -36,5 +38,18 @@ TEST_CASE("a tap outgrows the delay line, by one turn and by many") {
     duo.block(samples);
     CHECK(duo.count(PlainEvent::TapOutgrewDelayLine) > 0);
     duo.blocks(100, 200);
+  }
+}
+
+TEST_CASE("an empty block writes nothing") {
+  for (int samples : {0, -1, -48001, INT_MIN}) {
+    CAPTURE(samples);
+    Duo duo(8000.0f);
+    duo.block(samples); // the first block of all
+    duo->setParameter(kPedalPos, 0.7f);
+    duo->setParameter(kColor, colorParameter(3));
+    duo.block(samples, true);
+    duo.blocks(5, 100);
+    CHECK(duo.count(PlainEvent::SwitchOver) == 1);
   }
 }

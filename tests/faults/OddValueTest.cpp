@@ -107,3 +107,29 @@ TEST_CASE("odd values in the audio and in a parameter together") {
     }
   }
 }
+
+// A recursive filter never forgets what is not finite.
+TEST_CASE("what no finite number has spoilt for good is whole again after a resume or a new rate") {
+  for (bool isRate : {true, false}) {
+    for (int index : {static_cast<int>(kTone), static_cast<int>(kPedalPos), kParameterCount + 0}) {
+      CAPTURE(isRate);
+      CAPTURE(index);
+      Duo duo(kRate);
+      settle(duo);
+      const auto spoiltSamples = [&] {
+        const std::int64_t before = duo.count(PlainEvent::NotANumber);
+        duo.blocks(20, 100);
+        return duo.count(PlainEvent::NotANumber) - before;
+      };
+      duo->setParameter(index, kQuietNaN); // of what is no parameter: the audio instead
+      duo.blockOf(std::vector<double>(200, index == kParameterCount ? kOddDoubles[0] : 0.5), 200);
+      settle(duo);
+      CHECK(spoiltSamples() > 0);
+      if (isRate)
+        duo->setSampleRate(kOtherRate);
+      else
+        duo->resume();
+      CHECK(spoiltSamples() == 0);
+    }
+  }
+}

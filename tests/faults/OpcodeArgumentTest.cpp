@@ -63,7 +63,7 @@ void sendExtremes(AEffect* record, int32_t opcode) {
 
 } // namespace
 
-TEST_CASE("every opcode of the module gives its own answer, and the sound goes on") {
+TEST_CASE("every opcode of the module gives its own answer") {
   Duo duo(8000.0f);
   duo->setParameter(kPedalPos, 0.3f);
   duo.block(100);

@@ -44,7 +44,7 @@ void checkPassesThrough(const Duo& duo) {
 
 } // namespace
 
-TEST_CASE("each odd rate comes first, again, and between good ones, with everything else a host does") {
+TEST_CASE("a rate that cannot be run passes audio through, before and after a good one") {
   for (const Rate& rate : kRates) {
     CAPTURE(rate.hz);
     Duo duo;
@@ -69,7 +69,7 @@ TEST_CASE("each odd rate comes first, again, and between good ones, with everyth
   }
 }
 
-TEST_CASE("before any rate a block passes, and resume, programs and parameters do no harm") {
+TEST_CASE("before any rate, blocks pass through and change nothing") {
   Duo duo;
   checkPassesThrough(duo);
   duo->resume();

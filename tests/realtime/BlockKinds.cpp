@@ -1,12 +1,12 @@
 #include "tests/realtime/BlockKinds.h"
 
+#include "engine/PedalNumbers.h"
 #include "vst/Opcodes.h"
 
 #include <cmath>
 
 namespace {
 
-constexpr int kOnOff = 0, kTone = 2, kColor = 3, kPedalPos = 4;
 constexpr int kLongest = 100000; // samples: the longest block of all kinds
 
 void nothing(Stage&) {}

@@ -19,10 +19,11 @@ public:
   void block(int samples);
 
   ModuleEffect effect;
-  int played = 0; // blocks
+  int played = 0;             // blocks
+  std::vector<double> output; // of the last block, from its first sample on
 
 private:
-  std::vector<double> input, output;
+  std::vector<double> input;
 };
 
 struct BlockKind {

@@ -1,5 +1,7 @@
 // What a block touches: its own lock, once, and nothing else that could make it wait.
+#include "engine/PedalNumbers.h"
 #include "tests/realtime/BlockKinds.h"
+#include "tests/support/Bits.h"
 #include "tests/support/HeapCount.h"
 #include "tests/support/LockCalls.h"
 #include "tests/support/SystemCalls.h"
@@ -7,6 +9,7 @@
 #include "vst/Opcodes.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <doctest/doctest.h>
 #include <pthread.h>
 #include <semaphore.h>
@@ -54,20 +57,40 @@ template <typename Work> std::vector<std::string> lockFunctionsOf(Work work) {
 
 using Names = std::vector<std::string>;
 
+// Two programs that differ in every value; the first is current.
+void fillTwoPrograms(const Stage& stage) {
+  for (int program : {1, 0}) {
+    stage.effect.changeProgram(program);
+    for (int index = 0; index < kParameterCount; ++index)
+      stage.effect.set(index, program == 0 ? 0.3f : 0.9f - 0.1f * static_cast<float>(index));
+    stage.effect.set(kOnOff, 1.0f); // what is off hears no program
+  }
+}
+
+std::vector<float> numberAndValues(const Stage& stage) {
+  std::vector<float> all = stage.effect.values();
+  all.push_back(static_cast<float>(stage.effect.send(kOpGetProgram)));
+  return all;
+}
+
+bool isTaking(const char* function) { return std::strcmp(function, "pthread_mutex_lock") == 0; }
+
 } // namespace
 
-TEST_CASE("no block of any kind touches the heap") {
+TEST_CASE("no block of any kind touches the heap or makes a system call") {
   for (const BlockKind& kind : blockKinds()) {
     CAPTURE(kind.name);
     Stage stage;
     kind.prepare(stage);
-    const long calls = heapCallsOf([&] {
+    const auto play = [&] {
       for (int k = 0; k < kBlocks; ++k) {
         kind.between(stage);
         stage.block(kind.size(k));
       }
-    });
-    CHECK(calls == 0);
+    };
+    const std::optional<long> call = firstSystemCall(play); // of a child, which leaves the stage as it is
+    CHECK_MESSAGE(!call, "system call number " << call.value_or(0));
+    CHECK(heapCallsOf(play) == 0);
   }
 }
 
@@ -87,19 +110,54 @@ TEST_CASE("each block takes the effect's lock once and gives it back") {
   }
 }
 
-TEST_CASE("no block of any kind makes a system call") {
-  for (const BlockKind& kind : blockKinds()) {
-    CAPTURE(kind.name);
-    Stage stage;
-    kind.prepare(stage);
-    const std::optional<long> call = firstSystemCall([&] {
-      for (int k = 0; k < kBlocks; ++k) {
-        kind.between(stage);
-        stage.block(kind.size(k));
-      }
+// Another thread can act on what the lock guards in front of the taking and behind the giving back, and
+// nowhere else. So it does here, at both ends, on the block's own thread.
+TEST_CASE("every block hears one program wholly, whatever another thread does") {
+  static const Stage* played;
+  for (const bool isAtTaking : {true, false}) {
+    CAPTURE(isAtTaking);
+    Stage met(8000.0f), expected(8000.0f);
+    fillTwoPrograms(met);
+    fillTwoPrograms(expected);
+    for (int k = 0; k < 3; ++k) {
+      met.block(64);
+      expected.block(64);
+    }
+    if (isAtTaking) expected.effect.changeProgram(1); // before the block; at the other end behind it
+    expected.block(64);
+    played = &met;
+    startLockCalls(isAtTaking ? [](const char* function) {
+      if (isTaking(function)) played->effect.changeProgram(1);
+    } : [](const char* function) {
+      if (!isTaking(function)) played->effect.changeProgram(1);
     });
-    CHECK_MESSAGE(!call, "system call number " << call.value_or(0));
+    met.block(64);
+    CHECK(endLockCalls().size() == 2);
+    CHECK(sameBits(met.output, expected.output));
+    if (!isAtTaking) expected.effect.changeProgram(1);
+    for (int k = 0; k < 20; ++k) {
+      met.block(64);
+      expected.block(64);
+      CHECK(sameBits(met.output, expected.output));
+    }
   }
+}
+
+TEST_CASE("a program change takes the lock before the first change and gives it back behind the last") {
+  static const Stage* changed;
+  static std::vector<std::vector<float>> seen;
+  Stage stage;
+  fillTwoPrograms(stage);
+  changed = &stage;
+  seen = {numberAndValues(stage)};
+  startLockCalls([](const char*) { seen.push_back(numberAndValues(*changed)); });
+  stage.effect.changeProgram(1);
+  endLockCalls();
+  seen.push_back(numberAndValues(stage));
+  REQUIRE(seen.size() == 4);
+  CHECK(seen[1] == seen[0]); // at the taking
+  CHECK(seen[2] == seen[3]); // at the giving back
+  CHECK(seen[3] != seen[0]);
 }
 
 TEST_CASE("blocks before any rate touch nothing but the lock") {

@@ -20,91 +20,62 @@ struct Noted {
 std::atomic<bool> noting = false;
 std::atomic<std::size_t> count = 0;
 Noted noted[kMostCalls]; // fixed: noting must not allocate
+LockWatcher watcher = nullptr;
 
 void note(const char* function, const void* object) {
-  if (noting && count < kMostCalls) noted[count++] = {function, object};
+  if (!noting) return;
+  if (count < kMostCalls) noted[count++] = {function, object};
+  if (!watcher) return;
+  noting = false;
+  watcher(function);
+  noting = true;
 }
 
 // The C library's own function. Conditions have an older form, which a look-up without a version would find.
-template <typename Function> Function* own(const char* name, const char* version = nullptr) {
+template <typename Function> Function* own(Function*, const char* name, const char* version = nullptr) {
   void* found = version ? dlvsym(RTLD_NEXT, name, version) : dlsym(RTLD_NEXT, name);
   if (!found) std::abort();
   return reinterpret_cast<Function*>(found);
 }
 
-constexpr char kConditionVersion[] = "GLIBC_2.3.2";
+// Notes a call of `function` on `object`, and makes it.
+#define NOTE_AND_CALL(function, object, ...)                                                                 \
+  static auto* const real = own(function, #function);                                                        \
+  note(#function, const_cast<const void*>(static_cast<const volatile void*>(object)));                       \
+  return real(object __VA_OPT__(, ) __VA_ARGS__)
+#define NOTE_AND_CALL_CONDITION(function, object, ...)                                                       \
+  static auto* const real = own(function, #function, "GLIBC_2.3.2");                                         \
+  note(#function, object);                                                                                   \
+  return real(object __VA_OPT__(, ) __VA_ARGS__)
 
 } // namespace
 
 #pragma GCC visibility push(default) // modules are to find these and not the C library's
 extern "C" {
 
-int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept {
-  static auto* const real = own<int(pthread_mutex_t*)>("pthread_mutex_lock");
-  note("pthread_mutex_lock", mutex);
-  return real(mutex);
-}
-int pthread_mutex_trylock(pthread_mutex_t* mutex) noexcept {
-  static auto* const real = own<int(pthread_mutex_t*)>("pthread_mutex_trylock");
-  note("pthread_mutex_trylock", mutex);
-  return real(mutex);
-}
+int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept { NOTE_AND_CALL(pthread_mutex_lock, mutex); }
+int pthread_mutex_trylock(pthread_mutex_t* mutex) noexcept { NOTE_AND_CALL(pthread_mutex_trylock, mutex); }
 int pthread_mutex_timedlock(pthread_mutex_t* mutex, const timespec* until) noexcept {
-  static auto* const real = own<int(pthread_mutex_t*, const timespec*)>("pthread_mutex_timedlock");
-  note("pthread_mutex_timedlock", mutex);
-  return real(mutex, until);
+  NOTE_AND_CALL(pthread_mutex_timedlock, mutex, until);
 }
-int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept {
-  static auto* const real = own<int(pthread_mutex_t*)>("pthread_mutex_unlock");
-  note("pthread_mutex_unlock", mutex);
-  return real(mutex);
-}
-int pthread_rwlock_rdlock(pthread_rwlock_t* lock) noexcept {
-  static auto* const real = own<int(pthread_rwlock_t*)>("pthread_rwlock_rdlock");
-  note("pthread_rwlock_rdlock", lock);
-  return real(lock);
-}
-int pthread_rwlock_wrlock(pthread_rwlock_t* lock) noexcept {
-  static auto* const real = own<int(pthread_rwlock_t*)>("pthread_rwlock_wrlock");
-  note("pthread_rwlock_wrlock", lock);
-  return real(lock);
-}
-int pthread_spin_lock(pthread_spinlock_t* lock) noexcept {
-  static auto* const real = own<int(pthread_spinlock_t*)>("pthread_spin_lock");
-  note("pthread_spin_lock", const_cast<const int*>(lock));
-  return real(lock);
-}
+int pthread_mutex_unlock(pthread_mutex_t* mutex) noexcept { NOTE_AND_CALL(pthread_mutex_unlock, mutex); }
+int pthread_rwlock_rdlock(pthread_rwlock_t* lock) noexcept { NOTE_AND_CALL(pthread_rwlock_rdlock, lock); }
+int pthread_rwlock_wrlock(pthread_rwlock_t* lock) noexcept { NOTE_AND_CALL(pthread_rwlock_wrlock, lock); }
+int pthread_spin_lock(pthread_spinlock_t* lock) noexcept { NOTE_AND_CALL(pthread_spin_lock, lock); }
+int sem_wait(sem_t* semaphore) { NOTE_AND_CALL(sem_wait, semaphore); }
+int sem_post(sem_t* semaphore) noexcept { NOTE_AND_CALL(sem_post, semaphore); }
+
 int pthread_cond_wait(pthread_cond_t* condition, pthread_mutex_t* mutex) {
-  static auto* const real =
-      own<int(pthread_cond_t*, pthread_mutex_t*)>("pthread_cond_wait", kConditionVersion);
-  note("pthread_cond_wait", condition);
-  return real(condition, mutex);
+  NOTE_AND_CALL_CONDITION(pthread_cond_wait, condition, mutex);
 }
 int pthread_cond_timedwait(pthread_cond_t* condition, pthread_mutex_t* mutex, const timespec* until) {
-  static auto* const real = own<int(pthread_cond_t*, pthread_mutex_t*, const timespec*)>(
-      "pthread_cond_timedwait", kConditionVersion);
-  note("pthread_cond_timedwait", condition);
-  return real(condition, mutex, until);
+  NOTE_AND_CALL_CONDITION(pthread_cond_timedwait, condition, mutex, until);
 }
 int pthread_cond_signal(pthread_cond_t* condition) noexcept {
-  static auto* const real = own<int(pthread_cond_t*)>("pthread_cond_signal", kConditionVersion);
-  note("pthread_cond_signal", condition);
-  return real(condition);
+  NOTE_AND_CALL_CONDITION(pthread_cond_signal, condition);
 }
 int pthread_cond_broadcast(pthread_cond_t* condition) noexcept {
-  static auto* const real = own<int(pthread_cond_t*)>("pthread_cond_broadcast", kConditionVersion);
-  note("pthread_cond_broadcast", condition);
-  return real(condition);
-}
-int sem_wait(sem_t* semaphore) {
-  static auto* const real = own<int(sem_t*)>("sem_wait");
-  note("sem_wait", semaphore);
-  return real(semaphore);
-}
-int sem_post(sem_t* semaphore) noexcept {
-  static auto* const real = own<int(sem_t*)>("sem_post");
-  note("sem_post", semaphore);
-  return real(semaphore);
+  NOTE_AND_CALL_CONDITION(pthread_cond_broadcast, condition);
 }
 }
 #pragma GCC visibility pop
@@ -113,7 +84,8 @@ std::ostream& operator<<(std::ostream& stream, const LockCall& call) {
   return stream << call.function << '(' << call.object << ')';
 }
 
-void startLockCalls() {
+void startLockCalls(LockWatcher before) {
+  watcher = before;
   count = 0;
   noting = true;
 }

@@ -16,8 +16,12 @@ struct LockCall {
 
 std::ostream& operator<<(std::ostream& stream, const LockCall& call);
 
-// Starts to note calls, from none. One thread only.
-void startLockCalls();
+// What is to happen in front of a call; function: its name. The calls that it makes itself are not noted.
+using LockWatcher = void (*)(const char* function);
+
+// Starts to note calls, from none. One thread only. before: called with each call that is noted; null:
+// nothing is.
+void startLockCalls(LockWatcher before = nullptr);
 
 // Ends noting. The calls in their order, the first thousand at most. [allocates]
 std::vector<LockCall> endLockCalls();
