@@ -200,6 +200,18 @@ TEST_CASE("the first block longer than announced takes its three arrays and noth
         }) == 0);
 }
 
+TEST_CASE("an effect that ran leaves nothing on the heap") {
+  { const Stage warm; } // the module stays loaded
+  startHeapCount();
+  {
+    Stage stage;
+    stage.block(5000);
+    stage.effect.send(kOpSetSampleRate, 0, 0, nullptr, 44100.0f);
+    stage.effect.send(kOpSetSampleRate, 0, 0, nullptr, 1.0f);
+  }
+  CHECK(endHeapCount().blocks.empty());
+}
+
 // ---- the watches fire
 
 TEST_CASE("the heap's watch sees every way to take memory, also the module's own") {

@@ -102,13 +102,6 @@ TEST_CASE("every opcode calls its operation with its arguments and converts the 
   checkOpcodeRows(bare.getAeffect(), kAudioEffectXSlots);
 }
 
-TEST_CASE("the rows name every opcode from 0 to 79 but the three that have tests of their own") {
-  for (int32_t opcode = 0; opcode < 80; ++opcode) {
-    const auto rows = std::ranges::count(opcodeRows(), opcode, &OpcodeRow::opcode);
-    CHECK(rows == (opcode == 1 || opcode == 12 || opcode == 22 ? 0 : 1));
-  }
-}
-
 TEST_CASE("every opcode gives its base answer on an effect that overrides nothing") {
   BareEffect bare;
   std::array<char, 256> buffer{};
