@@ -34,10 +34,26 @@ bool same(const VstSpeakerProperties& one, const VstSpeakerProperties& other) {
   return std::memcmp(&one, &other, sizeof one) == 0;
 }
 
+using Arrangement = VstSpeakerArrangement;
+
+// The four operations through the table.
+bool make(BareEffect& bare, Arrangement*& held, int channels) {
+  return bare.slot<bool, Arrangement**, int>(Slot::allocateArrangement, &held, channels);
+}
+bool release(BareEffect& bare, Arrangement*& held) {
+  return bare.slot<bool, Arrangement**>(Slot::deallocateArrangement, &held);
+}
+bool match(BareEffect& bare, Arrangement*& to, Arrangement* from) {
+  return bare.slot<bool, Arrangement**, Arrangement*>(Slot::matchArrangement, &to, from);
+}
+bool copy(BareEffect& bare, VstSpeakerProperties* to, VstSpeakerProperties* from) {
+  return bare.slot<bool, VstSpeakerProperties*, VstSpeakerProperties*>(Slot::copySpeaker, to, from);
+}
+
 // A record of `channels` speakers with their own marks.
-VstSpeakerArrangement* filled(BareEffect& bare, int channels) {
-  VstSpeakerArrangement* made = nullptr;
-  REQUIRE(bare.allocateArrangement(&made, channels));
+Arrangement* filled(BareEffect& bare, int channels) {
+  Arrangement* made = nullptr;
+  REQUIRE(make(bare, made, channels));
   made->type = 7;
   for (int channel = 0; channel < channels; ++channel)
     made->speakers[channel] = speaker(channel);
@@ -46,20 +62,25 @@ VstSpeakerArrangement* filled(BareEffect& bare, int channels) {
 
 } // namespace
 
-TEST_CASE("an arrangement is made zeroed with its channel count") {
+TEST_CASE("an arrangement is made zeroed with its channel count, and releases the one it is made over") {
   BareEffect bare;
   for (int channels : {0, 1, 2, 6, 100}) {
     CAPTURE(channels);
     const long before = allocations::live();
-    VstSpeakerArrangement* made = nullptr;
-    CHECK(bare.slot<bool, VstSpeakerArrangement**, int>(Slot::allocateArrangement, &made, channels));
+    Arrangement* made = nullptr;
+    CHECK(make(bare, made, channels));
     REQUIRE(made);
     CHECK(allocations::live() == before + 1);
     CHECK(made->type == 0);
     CHECK(made->channelCount == channels);
     CHECK(allZero(reinterpret_cast<char*>(made) + 8, 112u * channels));
+    std::memset(made->speakers, 0xA5, 112u * channels);
+    CHECK(make(bare, made, channels + 3));
+    CHECK(allocations::live() == before + 1);
+    CHECK(made->channelCount == channels + 3);
+    CHECK(allZero(made->speakers, 112u * (channels + 3)));
     for (int releases = 0; releases < 2; ++releases) { // releasing nothing is no failure
-      CHECK(bare.slot<bool, VstSpeakerArrangement**>(Slot::deallocateArrangement, &made));
+      CHECK(release(bare, made));
       CHECK(made == nullptr);
       CHECK(allocations::live() == before);
     }
@@ -68,40 +89,38 @@ TEST_CASE("an arrangement is made zeroed with its channel count") {
 
 TEST_CASE("an arrangement takes 8 and 112 bytes per channel, no more") {
   BareEffect bare;
-  VstSpeakerArrangement* made = nullptr;
+  Arrangement* made = nullptr;
   {
     allocations::RefuseLargerThan exactly(8 + 112 * 3);
-    CHECK(bare.allocateArrangement(&made, 3));
+    CHECK(make(bare, made, 3));
   }
-  bare.deallocateArrangement(&made);
+  release(bare, made);
   allocations::RefuseLargerThan oneLess(8 + 112 * 3 - 1);
-  CHECK_FALSE(bare.allocateArrangement(&made, 3));
+  CHECK_FALSE(make(bare, made, 3));
 }
 
-TEST_CASE("an arrangement made over another releases that one") {
-  BareEffect bare;
-  const long before = allocations::live();
-  VstSpeakerArrangement* held = filled(bare, 2);
-  CHECK(bare.allocateArrangement(&held, 5));
-  CHECK(allocations::live() == before + 1);
-  CHECK(held->channelCount == 5);
-  CHECK(allZero(held->speakers, 5 * 112));
-  bare.deallocateArrangement(&held);
-  CHECK(allocations::live() == before);
-}
-
+// A match that fails holds nothing.
 TEST_CASE("when memory is short the old record is gone and the pointer stays stale") {
   BareEffect bare;
   const long before = allocations::live();
-  VstSpeakerArrangement* held = filled(bare, 2);
+  Arrangement* held = filled(bare, 2);
+  Arrangement* from = filled(bare, 2);
+  Arrangement* to = filled(bare, 1);
   const auto stale = reinterpret_cast<uintptr_t>(held);
-  bool answer = true;
+  bool made = true, matched = true;
   {
     allocations::FailNth next(1);
-    answer = bare.slot<bool, VstSpeakerArrangement**, int>(Slot::allocateArrangement, &held, 1);
+    made = make(bare, held, 1);
   }
-  CHECK_FALSE(answer);
+  {
+    allocations::FailNth next(1);
+    matched = match(bare, to, from);
+  }
+  CHECK_FALSE(made);
   CHECK(reinterpret_cast<uintptr_t>(held) == stale);
+  CHECK_FALSE(matched);
+  CHECK(to == nullptr);
+  release(bare, from);
   CHECK(allocations::live() == before);
 }
 
@@ -110,36 +129,33 @@ TEST_CASE("channel counts that no record can have are refused") {
   allocations::RefuseLargerThan sane(kSane);
   const long before = allocations::live(); // no CAPTURE from here on: it keeps memory
   for (int channels : {-1, -2, -38347923, INT_MIN, INT_MAX, INT_MAX / 112, INT_MAX / 112 + 1}) {
-    VstSpeakerArrangement* held = nullptr;
-    CHECK_FALSE(bare.slot<bool, VstSpeakerArrangement**, int>(Slot::allocateArrangement, &held, channels));
+    Arrangement* held = nullptr;
+    CHECK_FALSE(make(bare, held, channels));
     CHECK(held == nullptr);
   }
-  VstSpeakerArrangement* held = filled(bare, 1);
+  Arrangement* held = filled(bare, 1);
   const auto stale = reinterpret_cast<uintptr_t>(held);
-  CHECK_FALSE(bare.allocateArrangement(&held, -5));
+  CHECK_FALSE(make(bare, held, -5));
   CHECK(reinterpret_cast<uintptr_t>(held) == stale);
   CHECK(allocations::live() == before);
-  VstSpeakerArrangement from{};
+  Arrangement from{};
   from.channelCount = -3;
-  VstSpeakerArrangement* to = nullptr;
-  CHECK_FALSE(bare.matchArrangement(&to, &from));
+  Arrangement* to = nullptr;
+  CHECK_FALSE(match(bare, to, &from));
   CHECK(to == nullptr);
 }
 
 TEST_CASE("copying a speaker copies all of it, its name cut to 63 characters and ended") {
   BareEffect bare;
-  const auto copies = [&](VstSpeakerProperties* to, VstSpeakerProperties* from) {
-    return bare.slot<bool, VstSpeakerProperties*, VstSpeakerProperties*>(Slot::copySpeaker, to, from);
-  };
   VstSpeakerProperties from = speaker(3), to = speaker(9);
-  CHECK(copies(&to, &from));
+  CHECK(copy(bare, &to, &from));
   CHECK(same(to, from));
-  CHECK_FALSE(copies(&to, nullptr));
-  CHECK_FALSE(copies(nullptr, &from));
-  CHECK_FALSE(copies(nullptr, nullptr));
+  CHECK_FALSE(copy(bare, &to, nullptr));
+  CHECK_FALSE(copy(bare, nullptr, &from));
+  CHECK_FALSE(copy(bare, nullptr, nullptr));
   CHECK(same(to, speaker(3)));
   std::memset(from.name, 'n', sizeof from.name);
-  CHECK(copies(&to, &from));
+  CHECK(copy(bare, &to, &from));
   CHECK(std::string(to.name, sizeof to.name) == std::string(63, 'n') + '\0');
 }
 
@@ -147,75 +163,57 @@ TEST_CASE("matching replaces the record held by a copy") {
   BareEffect bare;
   const long before = allocations::live();
   for (int channels : {0, 1, 4}) {
-    VstSpeakerArrangement* from = filled(bare, channels);
+    Arrangement* from = filled(bare, channels);
     for (int heldChannels : {-1, 0, 6}) {
-      VstSpeakerArrangement* to = heldChannels < 0 ? nullptr : filled(bare, heldChannels);
-      CHECK(bare.slot<bool, VstSpeakerArrangement**, VstSpeakerArrangement*>(Slot::matchArrangement, &to,
-                                                                             from));
+      Arrangement* to = heldChannels < 0 ? nullptr : filled(bare, heldChannels);
+      CHECK(match(bare, to, from));
       REQUIRE(to);
       CHECK(to != from);
       CHECK(to->type == 7);
       CHECK(to->channelCount == channels);
       for (int channel = 0; channel < channels; ++channel)
         CHECK(same(to->speakers[channel], from->speakers[channel]));
-      bare.deallocateArrangement(&to);
+      release(bare, to);
     }
-    bare.deallocateArrangement(&from);
+    release(bare, from);
   }
   CHECK(allocations::live() == before);
 }
 
 TEST_CASE("a record matched to nothing or to itself, and a speaker copied to itself, stay as they are") {
   BareEffect bare;
-  VstSpeakerArrangement* held = filled(bare, 3);
-  VstSpeakerArrangement* const kept = held;
-  CHECK_FALSE(bare.slot<bool, VstSpeakerArrangement**, VstSpeakerArrangement*>(Slot::matchArrangement, &held,
-                                                                               nullptr));
-  CHECK(bare.matchArrangement(&held, held));
-  CHECK(bare.copySpeaker(&held->speakers[1], &held->speakers[1]));
+  Arrangement* held = filled(bare, 3);
+  Arrangement* const kept = held;
+  CHECK_FALSE(match(bare, held, nullptr));
+  CHECK(match(bare, held, held));
+  CHECK(copy(bare, &held->speakers[1], &held->speakers[1]));
   REQUIRE(held == kept);
   CHECK(held->type == 7);
   CHECK(held->channelCount == 3);
   for (int channel = 0; channel < 3; ++channel)
     CHECK(same(held->speakers[channel], speaker(channel)));
-  bare.deallocateArrangement(&held);
-}
-
-TEST_CASE("matching fails without memory, and then holds nothing") {
-  BareEffect bare;
-  const long before = allocations::live();
-  VstSpeakerArrangement* from = filled(bare, 2);
-  VstSpeakerArrangement* to = filled(bare, 1);
-  bool answer = true;
-  {
-    allocations::FailNth next(1);
-    answer = bare.matchArrangement(&to, from);
-  }
-  CHECK_FALSE(answer);
-  CHECK(to == nullptr);
-  bare.deallocateArrangement(&from);
-  CHECK(allocations::live() == before);
+  release(bare, held);
 }
 
 TEST_CASE("matching goes through the table: release, make, copy each speaker") {
   BareEffect bare;
-  VstSpeakerArrangement* from = filled(bare, 3);
-  VstSpeakerArrangement* to = nullptr;
+  Arrangement* from = filled(bare, 3);
+  Arrangement* to = nullptr;
   SlotExchange exchange(&bare, kAudioEffectXSlots);
-  static VstSpeakerArrangement* prepared;
+  static Arrangement* prepared;
   prepared = filled(bare, 2);
-  VstSpeakerArrangement* const made = prepared;
+  Arrangement* const made = prepared;
 
   exchange.record(Slot::deallocateArrangement);
   slotAnswer = 0;
-  CHECK_FALSE(bare.matchArrangement(&to, from));
+  CHECK_FALSE(match(bare, to, from));
   REQUIRE(slotCalls.size() == 1);
   CHECK(slotCalls[0].arguments == argumentsText(&to));
 
   exchange.replace(
-      Slot::deallocateArrangement, +[](void*, VstSpeakerArrangement**) { return true; });
+      Slot::deallocateArrangement, +[](void*, Arrangement**) { return true; });
   exchange.replace(
-      Slot::allocateArrangement, +[](void*, VstSpeakerArrangement** place, int channels) {
+      Slot::allocateArrangement, +[](void*, Arrangement** place, int channels) {
         *place = prepared;
         return channels == 3;
       });
@@ -224,7 +222,7 @@ TEST_CASE("matching goes through the table: release, make, copy each speaker") {
   // The new record's own channel count, 2, is what bounds the copying.
   slotCalls.clear();
   slotAnswer = 1;
-  CHECK(bare.matchArrangement(&to, from));
+  CHECK(match(bare, to, from));
   CHECK(to == made);
   CHECK(to->type == 7);
   CHECK(slotCalls == std::vector<SlotCall>{
@@ -234,7 +232,7 @@ TEST_CASE("matching goes through the table: release, make, copy each speaker") {
   // A speaker that cannot be copied ends it at once, with the partly filled record kept.
   slotCalls.clear();
   slotAnswer = 0;
-  CHECK_FALSE(bare.matchArrangement(&to, from));
+  CHECK_FALSE(match(bare, to, from));
   CHECK(slotCalls.size() == 1);
   CHECK(to == made);
 
