@@ -5,6 +5,7 @@
 
 #include <array>
 #include <functional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -19,11 +20,13 @@ public:
   void block(int samples);
 
   ModuleEffect effect;
-  int played = 0;             // blocks
-  std::vector<double> output; // of the last block, from its first sample on
+  int played = 0; // blocks
+
+  // The first samples of the last block.
+  std::span<const double> heard(std::size_t samples) const { return {output.data(), samples}; }
 
 private:
-  std::vector<double> input;
+  std::vector<double> input, output;
 };
 
 struct BlockKind {
