@@ -1,13 +1,13 @@
-// The filter and the sweep oscillator by themselves against their plain forms: all designs, glides, depths
-// and smoothing, which the pedal does not use.
+// The filter and the oscillators by themselves against their plain forms: all designs, glides, waves, depths
+// and smoothing, most of which the pedal does not use.
 #include "Random.h"
 
+#include "PedalPair.h"
 #include "dsp/IIRFilter.h"
-#include "dsp/lfoTriangle.h"
 #include "tests/reference/PlainTriangle.h"
+#include "tests/support/RandomRuns.h"
+#include "tests/unit/dsp/OscillatorMaking.h"
 
-#include <bit>
-#include <cmath>
 #include <doctest/doctest.h>
 #include <memory>
 #include <vector>
@@ -16,11 +16,6 @@ namespace {
 
 constexpr int kScenarios = 1000;
 constexpr int kTypes = 14; // the smoother included
-
-bool same(double a, double b) {
-  return (std::isnan(a) && std::isnan(b)) ||
-         std::bit_cast<std::uint64_t>(a) == std::bit_cast<std::uint64_t>(b);
-}
 
 double noise(Random& random) { return 2.0 * random.unit() - 1.0; }
 
@@ -50,8 +45,8 @@ filterPrm_tag recordOf(const PlainFilterRequest& r) {
 }
 
 void checkWrittenBack(const PlainFilterRequest& wanted, const filterPrm_tag& got) {
-  CHECK(same(got.freq, wanted.freq));
-  CHECK(same(got.q, wanted.q));
+  CHECK(sameSample(got.freq, wanted.freq));
+  CHECK(sameSample(got.q, wanted.q));
 }
 
 // One filter's life: designs of any type, at once or gliding, with noise in between.
@@ -75,7 +70,7 @@ void playFilter(int type, Random& random) {
       }
       CAPTURE(step);
       CAPTURE(i);
-      REQUIRE(same(got, wanted));
+      REQUIRE(sameSample(got, wanted));
     }
     const int nextType = random.chance(60) ? request.type : random.below(kTypes + 2) - 1;
     request = randomRequest(random, nextType);
@@ -101,16 +96,17 @@ void runBoth(PlainTriangle& plain, lfoTriangle& sweep, Random& random, int n, in
   const double rate = random.chance(10) ? 0.0 : 200.0 * random.unit();
   const double upper = random.chance(50) ? 0.1 : random.unit();
   const double lower = random.chance(50) ? 0.1 : random.unit();
-  std::vector<double> wanted(n), got(n);
-  plain.run(rate, upper, lower, n, wanted.data(), offset);
+  std::vector<double> got(n);
+  plain.start(rate, upper, lower, n, offset);
+  plain.finish();
   sweep.Excute(rate, upper, lower, n, got.data(), offset);
   for (int i = 0; i < n; ++i) {
     CAPTURE(i);
-    REQUIRE(same(got[i], wanted[i]));
-    REQUIRE(same(sweep.phaseHistory[offset + i], plain.phaseHistory[offset + i]));
+    REQUIRE(sameSample(got[i], plain.values[offset + i]));
+    REQUIRE(sameSample(sweep.phaseHistory[offset + i], plain.phaseHistory[offset + i]));
     REQUIRE((sweep.directionHistory[offset + i] != 0) == (plain.directionHistory[offset + i] != 0));
   }
-  REQUIRE(same(sweep.phase, plain.phase));
+  REQUIRE(sameSample(sweep.phase, plain.phase));
   REQUIRE((sweep.falling != 0) == plain.falling);
 }
 
@@ -137,20 +133,52 @@ void playOscillator(Random& random) {
   }
 }
 
+// The life of any oscillator but the triangle.
+void playShape(Wave wave, Random& random) {
+  const double smoothFreq = random.pick({0.0, -1.0, 20.0, 500.0});
+  const double startPhase = random.pick({0.0, 0.3, 1.0, wave == Wave::sine ? -0.4 : 0.5});
+  const double rateHz = random.pick({1000.0, 44100.0, 48000.0});
+  PlainOscillator plain(wave, smoothFreq, startPhase, rateHz);
+  const std::unique_ptr<lfoBase> shape = oscillator(wave, smoothFreq, startPhase, rateHz);
+  for (int block = 0; block < 8; ++block) {
+    const int n = random.chance(30) ? random.below(4) - 1 : random.below(200);
+    const double rate = random.chance(10) ? 0.0 : 0.3 * rateHz * random.unit() * random.unit();
+    const double upper = random.chance(50) ? 0.1 : random.unit();
+    const double lower = random.chance(50) ? 0.1 : random.unit();
+    const std::vector<double> wanted = plain.block(rate, upper, lower, n);
+    std::vector<double> got(wanted.size());
+    shape->Excute(rate, upper, lower, n, got.data(), 0);
+    CAPTURE(block);
+    REQUIRE(std::ranges::equal(got, wanted, sameSample));
+    REQUIRE(sameSample(shape->phase, plain.phase));
+  }
+}
+
 } // namespace
 
 TEST_CASE("every filter design, at once and gliding, equals its plain form") {
+  INFO(howToRepeat("tests/property/component_test"));
   for (int scenario = 0; scenario < kScenarios; ++scenario) {
     CAPTURE(scenario);
-    Random random(scenario);
+    Random random(randomSeed() * kScenarios + scenario);
     playFilter(scenario % kTypes, random);
   }
 }
 
 TEST_CASE("the sweep oscillator equals its plain form at all depths and smoothings") {
+  INFO(howToRepeat("tests/property/component_test"));
   for (int scenario = 0; scenario < kScenarios; ++scenario) {
     CAPTURE(scenario);
-    Random random(scenario);
+    Random random(randomSeed() * kScenarios + scenario);
     playOscillator(random);
+  }
+}
+
+TEST_CASE("every other oscillator equals its rules at all depths and smoothings") {
+  INFO(howToRepeat("tests/property/component_test"));
+  for (int scenario = 0; scenario < kScenarios; ++scenario) {
+    CAPTURE(scenario);
+    Random random(randomSeed() * kScenarios + scenario);
+    playShape(kEveryWave[1 + scenario % 7], random);
   }
 }

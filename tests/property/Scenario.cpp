@@ -2,6 +2,7 @@
 
 #include "Random.h"
 #include "Signal.h"
+#include "engine/PedalNumbers.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,29 +10,20 @@
 
 namespace {
 
-constexpr int kOnOff = 0, kMode = 1, kTone = 2, kColor = 3, kPedalPos = 4;
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
-// Seconds of movement after a pedal move, generously: the 5 Hz smoother takes 1.2 s to meet a target in
-// double precision, and 22.6 s to decay to exactly 0 through all the smaller exponents.
-constexpr double kSettleSeconds = 1.3;
-constexpr double kSettleToZeroSeconds = 23.0;
-
 enum class Flavour {
   General,
-  LongBlock,    // one block longer than the oscillator's histories, pedal at rest
-  MovingBlocks, // blocks of 1024 to 4096 samples while the pedal moves
-  OutgrownTap,  // a resting pedal lets a tap grow beyond the delay line
-  NonFinite     // infinities and not-a-numbers in parameters and input
+  LongBlock,   // one block longer than the oscillator's histories
+  OutgrownTap, // a resting pedal lets a tap grow beyond the delay line
+  NonFinite    // infinities and not-a-numbers in parameters and input
 };
 
 Flavour flavourOf(std::uint64_t number) {
   switch (number % 16) {
   case 3:
     return Flavour::LongBlock;
-  case 7:
-    return number % 64 == 7 ? Flavour::MovingBlocks : Flavour::General;
   case 11:
     return number % 32 == 11 ? Flavour::OutgrownTap : Flavour::General;
   case 15:
@@ -74,21 +66,16 @@ private:
   float pedalValue();
   int blockSize();
 
-  double costOf(int n) const;
   void block(int n);
-  void affordableBlock(int n);
-  bool finished() const { return pair.difference() || costLeft < 500 || samplesLeft <= 0; }
+  bool finished() const { return pair.difference() || samplesLeft <= 0; }
 
   PedalPair& pair;
   Flavour flavour;
   Random random;
   Signal signal;
-  double costLeft; // oscillator steps, about
   int samplesLeft;
-  float rate = 0.0f;     // Hz in force; 0: none that can be run
-  bool hadBlock = false; // at a rate that can be run
+  float rate = 0.0f; // Hz in force; 0: none that can be run
   float pedal = 0.0f;
-  double movingSamples = 0; // the pedal may still move for so many
 
   // one phase
   int fixedSize = 0; // 0: a new size at every call
@@ -98,13 +85,7 @@ private:
 
 Player::Player(std::uint64_t number, PedalPair& pedals)
     : pair(pedals), flavour(flavourOf(number)), random(scenarioSeed(number)),
-      signal(random, flavour == Flavour::NonFinite) {
-  const int luck = random.below(100);
-  costLeft = luck < 70 ? 0.3e6 : luck < 95 ? 1.2e6 : 6e6;
-  if (flavour == Flavour::MovingBlocks) costLeft = 20e6;
-  samplesLeft = 64 * random.octaveUniform(9);
-  if (flavour == Flavour::MovingBlocks) samplesLeft = 20000;
-}
+      signal(random, flavour == Flavour::NonFinite), samplesLeft(64 * random.octaveUniform(9)) {}
 
 void Player::play() {
   if (random.chance(10)) playBeforeAnyRate();
@@ -152,12 +133,10 @@ void Player::playPhase() {
   for (int k = 0; k < blocks && !finished(); ++k) {
     changeSomething();
     movePedal();
-    affordableBlock(fixedSize > 0 ? fixedSize : blockSize());
+    block(fixedSize > 0 ? fixedSize : blockSize());
   }
 }
 
-// Pedal and colours are set before the first block, so that the smoother starts at rest and the long block
-// costs no more than its length.
 void Player::playLongBlock() {
   setUsableRate(usableRate());
   setPedal(random.pick({0.0f, 0.5f, 1.0f, 0.3f, 0.7f}));
@@ -166,6 +145,7 @@ void Player::playLongBlock() {
   if (random.chance(80)) setColor(colorValue());
   if (random.chance(40)) pair.setParameter(kOnOff, onOffValue());
   if (random.chance(50)) pair.setParameter(kTone, toneValue());
+  if (random.chance(20)) setPedal(pedalValue());
   block(48001 + random.below(9000));
   samplesLeft = 64 * random.octaveUniform(5);
 }
@@ -214,7 +194,6 @@ void Player::changeRate() {
 void Player::changeProgram() {
   if (random.chance(25)) {
     pair.loadProgram(random.below(18) - 1);
-    movingSamples = kSettleToZeroSeconds * rate;
     return;
   }
   pair.selectProgram(random.chance(70) ? random.below(16) : random.pick({-1, -7, 16, 99, INT32_MIN}));
@@ -260,18 +239,13 @@ void Player::movePedal() {
 }
 
 void Player::setUsableRate(float value) {
-  const bool rebuilds = value != rate;
   rate = value;
   pair.setSampleRate(value);
-  if (rebuilds && hadBlock) movingSamples = kSettleSeconds * rate; // the new smoother starts at 0
 }
 
 void Player::setPedal(float value) {
   pair.setParameter(kPedalPos, value);
-  if (value == pedal) return;
   pedal = value;
-  if (hadBlock) movingSamples = (value == 0.0f ? kSettleToZeroSeconds : kSettleSeconds) * rate;
-  if (!std::isfinite(value)) movingSamples = 1e12; // the smoother never recovers
 }
 
 // ---- values
@@ -330,37 +304,22 @@ float Player::pedalValue() {
 }
 
 int Player::blockSize() {
-  if (flavour == Flavour::MovingBlocks) return 1024 + random.below(3073);
   const int luck = random.below(100);
   if (luck < 3) return 0;
   if (luck < 4) return random.pick({-1, -64, INT32_MIN});
   if (luck < 30)
     return random.pick({1, 2, 3, 16, 32, 64, 64, 100, 128, 256, 441, 480, 512, 1024, 2048, 4096});
-  return random.octaveUniform(movingSamples > 0 ? 9 : 12);
+  return random.octaveUniform(12);
 }
 
 // ---- blocks
-
-// Oscillator steps, about: while the pedal moves every sample runs the rest of the block anew.
-double Player::costOf(int n) const {
-  const double moving = std::min<double>(std::max(n, 0), movingSamples);
-  return moving * n - moving * moving / 2 + 3.0 * std::max(n, 0);
-}
 
 void Player::block(int n) {
   std::vector<double> input(std::max(n, 0));
   for (double& x : input)
     x = signal.next();
-  costLeft -= costOf(n);
   samplesLeft -= std::max(n, 0);
-  movingSamples = std::max(0.0, movingSamples - std::max(n, 0));
   pair.process(input, n, random.chance(30));
-  if (rate > 0) hadBlock = true;
-}
-
-void Player::affordableBlock(int n) {
-  if (costOf(n) > costLeft) n = 1 + static_cast<int>(std::sqrt(std::max(0.0, costLeft) / 4));
-  block(n);
 }
 
 } // namespace

@@ -388,8 +388,7 @@ double PlainPedal::advanceTap(double delay) {
 
   fadeOnOff(n);
   fadeColor(n);
-  sweepBuffer.assign(n, 0.0);
-  sweep->run(sweepRate, kDepth, kDepth, n, sweepBuffer.data(), 0);
+  sweep->start(sweepRate, kDepth, kDepth, n, 0);
   const bool pitchUp = cents > 0;
   if (n > 0) events.count(PlainEvent::IdleIdle, 3 * onOffStateBefore + colorStateBefore);
 
@@ -397,9 +396,11 @@ double PlainPedal::advanceTap(double delay) {
   bool switchedOver = false;
   bool wasMoving = false;
   for (int i = 0; i < n; ++i) {
+    sweep->playTo(i);
     if (colorGain[i] <= 0.0) {
       events.count(PlainEvent::SwitchOver);
       switchedOver = true;
+      sweep->finish(); // what turns round is the sweep as it stands at the end of the block
       setColor();
       flipStands = setPitch(pedalPos);
     }
@@ -417,14 +418,15 @@ double PlainPedal::advanceTap(double delay) {
       if (setPitch(narrowed(r))) events.count(PlainEvent::PedalFlipOverwritten);
       sweep->falling = sweep->directionHistory[i];
       sweep->phase = sweep->phaseHistory[i];
-      sweep->run(sweepRate, kDepth, kDepth, n - i, sweepBuffer.data() + i, i);
+      sweep->start(sweepRate, kDepth, kDepth, n - i, i);
+      sweep->playTo(i);
     } else if (wasMoving) {
       events.count(PlainEvent::PedalCameToRest);
       wasMoving = false;
     }
     lastSmoothedPedal = r;
 
-    const double s = sweepBuffer[i];
+    const double s = sweep->values[i];
     const double u = 1 - s;
     if (s == 0.0) {
       events.count(resetEvent(1, pitchUp));
@@ -472,6 +474,7 @@ double PlainPedal::advanceTap(double delay) {
     if (writeIndex == delayLength) writeIndex = 0;
   }
 
+  sweep->finish();
   if (flipStands) events.count(PlainEvent::SwitchOverFlipKept);
   if (n > 0 && pitchUp != (cents > 0)) events.count(PlainEvent::PitchChangedSignInBlock);
   for (int j = 0; j < 4; ++j)

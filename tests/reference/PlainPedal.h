@@ -103,6 +103,6 @@ private:
   double toneLow = 0, toneHigh = 0;
 
   // one block
-  std::vector<double> sweepBuffer, onOffGain, colorGain;
+  std::vector<double> onOffGain, colorGain;
   std::vector<float> onOffValue;
 };

@@ -1,5 +1,6 @@
 #include "tests/soak/Playing.h"
 
+#include "engine/PedalNumbers.h"
 #include "tests/soak/OutputBound.h"
 
 #include <algorithm>
@@ -7,23 +8,13 @@
 
 namespace {
 
-constexpr int kOnOff = 0, kMode = 1, kTone = 2, kColor = 3, kPedalPos = 4;
 constexpr int kPrograms = 16;
 
 constexpr int kLargestBlock = 4096;       // samples
-constexpr int kSmallMovingBlock = 32;     // samples: what a moving pedal can always afford
+constexpr int kProbeBlock = 32;           // samples
 constexpr int kBlocksInPhase = 4000;      // at most, lest blocks of one sample take the whole day
 constexpr double kLongestPhase = 10.0;    // s
 constexpr double kChangesPerSecond = 2.5; // of anything but the pedal
-constexpr double kStepsPerSample = 5.0;   // of the plain pedal's sweep, on average
-
-// How long the smoothed pedal moves after a move to `value`, generously: until double precision meets the
-// target, which takes longer for small ones, and 22.6 s down through all the exponents to exactly 0.
-double settleSeconds(float value) {
-  constexpr double kTimeConstant = 0.032; // s, of the smoother's 5 Hz
-  const double distance = std::fabs(static_cast<double>(value));
-  return distance > 0.0 ? 1.4 + kTimeConstant * std::max(0.0, -std::log(distance)) : 23.0;
-}
 
 } // namespace
 
@@ -41,7 +32,7 @@ void Playing::playPhase() {
   startPhase();
   double phaseLeft = 0.2 + kLongestPhase * random.unit();
   for (int k = 0; k < kBlocksInPhase && phaseLeft > 0.0 && secondsLeft > 0.0 && !pair.difference(); ++k) {
-    const int n = affordable(fixedSize > 0 ? fixedSize : blockSize());
+    const int n = fixedSize > 0 ? fixedSize : blockSize();
     changeSomething(n);
     movePedal();
     block(n);
@@ -52,8 +43,7 @@ void Playing::playPhase() {
 void Playing::startPhase() {
   if (random.chance(10)) setRate(rates[random.below(static_cast<int>(rates.size()))]);
   if (random.chance(40)) sound.change();
-  gesture = savedSteps < 0.0 ? kRest : static_cast<Gesture>(random.below(kGestures));
-  if (gesture == kToHeel && random.chance(70)) gesture = kSweep; // it takes long to get there
+  gesture = static_cast<Gesture>(random.below(kGestures));
   fixedSize = random.chance(60) ? blockSize() : 0;
   const bool beyond = random.chance(5);
   lowest = beyond ? static_cast<float>(kLowestPedal) : 0.0f;
@@ -114,7 +104,6 @@ void Playing::changeProgram() {
     return;
   }
   pair.loadProgram(random.below(kPrograms));
-  notePedal(0.0f); // or whatever the program has: none takes longer
 }
 
 void Playing::movePedal() {
@@ -144,12 +133,7 @@ void Playing::movePedal() {
 void Playing::set(int index, float value) {
   ++played.parameters;
   pair.setParameter(index, value);
-  if (index == kPedalPos && value != pedal) notePedal(value);
-}
-
-void Playing::notePedal(float value) {
-  pedal = value;
-  movingSamples = settleSeconds(value) * rate;
+  if (index == kPedalPos) pedal = value;
 }
 
 void Playing::setRate(float value) {
@@ -157,7 +141,6 @@ void Playing::setRate(float value) {
   ++played.rates;
   rate = value;
   pair.setSampleRate(value);
-  movingSamples = settleSeconds(pedal) * rate; // the new smoother starts at 0
 }
 
 void Playing::settle(float rateHz) {
@@ -168,21 +151,9 @@ void Playing::settle(float rateHz) {
 
 // ---- blocks
 
-// Steps of the plain pedal's sweep, about.
-double Playing::costOf(int n) const {
-  const double moving = std::min<double>(n, movingSamples);
-  return moving * n - moving * moving / 2 + 3.0 * n;
-}
-
-int Playing::affordable(int n) const {
-  return movingSamples > 0.0 && costOf(n) > savedSteps ? std::min(n, kSmallMovingBlock) : n;
-}
-
 void Playing::block(int n) {
   input.resize(n);
   sound.play(input);
-  savedSteps += kStepsPerSample * n - costOf(n);
-  movingSamples = std::max(0.0, movingSamples - n);
   secondsLeft -= n / static_cast<double>(rate);
   played.samples += n;
   ++played.blocks;
@@ -191,9 +162,9 @@ void Playing::block(int n) {
 
 void Playing::probe() {
   const int total = static_cast<int>(rate) / 2;
-  for (int done = 0; done < total; done += kSmallMovingBlock) {
-    input.assign(kSmallMovingBlock, 0.0);
+  for (int done = 0; done < total; done += kProbeBlock) {
+    input.assign(kProbeBlock, 0.0);
     input[0] = done == 0 ? 1.0 : 0.0;
-    pair.process(input, kSmallMovingBlock, false);
+    pair.process(input, kProbeBlock, false);
   }
 }

@@ -40,11 +40,8 @@ private:
   void setRate(float value);
   void set(int index, float value);
   void changeProgram();
-  void notePedal(float value);
   void block(int n);
   int blockSize();
-  int affordable(int n) const;
-  double costOf(int n) const;
 
   Random random;
   std::vector<float> rates;
@@ -55,11 +52,6 @@ private:
   float rate = 0.0f;        // Hz in force; 0: none yet
   float pedal = 0.0f;       // as last set, as far as is known
   double secondsLeft = 0.0; // of audio
-
-  // The plain pedal runs the rest of a block anew in every sample in which the pedal moves. Steps that are
-  // not used while it rests are saved up for that.
-  double movingSamples = 0.0; // the smoothed pedal may still move for so many
-  double savedSteps = 0.0;
 
   // one phase
   Gesture gesture = kRest;

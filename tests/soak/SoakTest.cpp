@@ -1,15 +1,14 @@
-// A minute of the soak at each rate, and that its watch fires.
+// A slice of the soak at each rate, and that its watch fires.
 #include "tests/soak/Soak.h"
 #include "tests/soak/OutputBound.h"
+#include "tests/support/RandomRuns.h"
 
-#include <cmath>
+#include <algorithm>
 #include <doctest/doctest.h>
 #include <limits>
 #include <memory>
 
 namespace {
-
-constexpr double kSeconds = 60.0;
 
 // A pedal with one thing wrong.
 class WrongPedal : public PlainSide {
@@ -44,21 +43,28 @@ std::string faultWhenAdding(double added) {
 
 } // namespace
 
-TEST_CASE("a minute at each rate") {
+TEST_CASE("every rate in turn on one module") {
+  const double seconds = wantsLongRun() ? 60.0 : 10.0;
   Soak soak;
+  PlayedCounts all;
+  double peak = 0.0;
   std::uint64_t seed = 20;
   for (const float rate : {8000.0f, 22050.0f, 44100.0f, 48000.0f, 96000.0f, 192000.0f}) {
     CAPTURE(rate);
-    const SoakReport report = soak.play(++seed, {rate}, kSeconds);
+    const SoakReport report = soak.play(++seed, {rate}, seconds);
     CHECK(report.fault == "");
-    CHECK(report.counts.samples >= static_cast<std::int64_t>(kSeconds * rate));
-    CHECK(report.counts.blocks > 1000);
-    CHECK(report.counts.programs > 0);
-    CHECK(report.counts.resumes > 0);
-    CHECK(report.peak > 1.0); // the loud strings were heard
+    CHECK(report.counts.samples >= static_cast<std::int64_t>(seconds * rate));
     CHECK(report.peak < Soak::bound());
     CHECK(report.heldBytes > 768000); // the delay line alone
+    all.blocks += report.counts.blocks;
+    all.programs += report.counts.programs;
+    all.resumes += report.counts.resumes;
+    peak = std::max(peak, report.peak);
   }
+  CHECK(all.blocks > 6000);
+  CHECK(all.programs > 6);
+  CHECK(all.resumes > 6);
+  CHECK(peak > 1.0); // the loud strings were heard
 }
 
 // By hand: y = sqrt(2) / 2 = 0.70711, low branch 2 * 0.92005 * y = 1.30115, high branch 6 * (1 + 1.968 /

@@ -12,12 +12,3 @@ inline filterPrm_tag request(int32_t type, double freqHz, double rateHz = kTestR
 }
 
 inline IIRFilter designed(filterPrm_tag prm) { return IIRFilter(&prm); }
-
-// Sets the five coefficients by hand.
-inline void setCoefficients(IIRFilter& filter, double ff0, double ff1, double ff2, double fb1, double fb2) {
-  filter.ff0 = ff0;
-  filter.ff1 = ff1;
-  filter.ff2 = ff2;
-  filter.fb1 = fb1;
-  filter.fb2 = fb2;
-}

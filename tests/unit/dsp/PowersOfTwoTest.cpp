@@ -1,8 +1,8 @@
 // Powers of two against the library's pow, by bits.
 #include "dsp/PowersOfTwo.h"
 
-#include "../../support/ControlWord.h"
-#include "Bits.h"
+#include "tests/support/Bits.h"
+#include "tests/support/ControlWord.h"
 
 #include <algorithm>
 #include <cfenv>

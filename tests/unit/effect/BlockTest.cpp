@@ -1,7 +1,7 @@
 // What blocks take from memory, and what they do without it.
 #include "Blocks.h"
 #include "tests/support/Allocations.h"
-#include "tests/unit/dsp/Bits.h"
+#include "tests/support/Bits.h"
 
 #include <doctest/doctest.h>
 #include <limits>

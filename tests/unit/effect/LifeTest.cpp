@@ -2,7 +2,7 @@
 #include "Blocks.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/Meanwhile.h"
-#include "tests/unit/dsp/Bits.h"
+#include "tests/support/Bits.h"
 #include "vst/Opcodes.h"
 
 #include <algorithm>

@@ -3,7 +3,7 @@
 #include "Blocks.h"
 #include "engine/Crossfade.h"
 #include "engine/ReadTap.h"
-#include "tests/unit/dsp/Bits.h"
+#include "tests/support/Bits.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 // The curves: every kind against its formula, with the roundings to single precision where they belong.
 #include "engine/ParamCurve.h"
 #include "tests/support/Allocations.h"
-#include "tests/unit/dsp/Bits.h"
+#include "tests/support/Bits.h"
 
 #include <cmath>
 #include <cstddef>

@@ -1,7 +1,7 @@
 // The fade switch alone: its tables, and every way from state to state.
 #include "engine/ParamSwitch.h"
 #include "tests/support/Allocations.h"
-#include "tests/unit/dsp/Bits.h"
+#include "tests/support/Bits.h"
 
 #include <cstddef>
 #include <doctest/doctest.h>

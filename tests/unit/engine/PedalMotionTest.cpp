@@ -2,7 +2,7 @@
 #include "engine/PedalMotion.h"
 #include "Blocks.h"
 #include "engine/fast/Fence.h"
-#include "tests/unit/dsp/Bits.h"
+#include "tests/support/Bits.h"
 
 #include <cmath>
 #include <doctest/doctest.h>

@@ -1,6 +1,6 @@
 // The eight colours and their mixes.
 #include "engine/PedalNumbers.h"
-#include "tests/unit/dsp/Bits.h"
+#include "tests/support/Bits.h"
 
 #include <cmath>
 #include <doctest/doctest.h>

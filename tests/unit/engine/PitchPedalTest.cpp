@@ -5,7 +5,7 @@
 #include "tests/support/Allocations.h"
 #include "tests/support/ControlWord.h"
 #include "tests/support/TestSound.h"
-#include "tests/unit/dsp/Bits.h"
+#include "tests/support/Bits.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 // A colour's choice and a pedal position's pitch.
 #include "engine/Pitch.h"
 #include "Blocks.h"
-#include "tests/unit/dsp/Bits.h"
+#include "tests/support/Bits.h"
 
 #include <cmath>
 #include <doctest/doctest.h>

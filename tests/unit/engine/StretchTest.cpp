@@ -6,7 +6,7 @@
 #include "engine/fast/FreeTaps.h"
 #include "engine/fast/SteadyShift.h"
 #include "engine/fast/StretchTaps.h"
-#include "tests/unit/dsp/Bits.h"
+#include "tests/support/Bits.h"
 
 #include <cfenv>
 #include <cmath>

@@ -3,7 +3,7 @@
 #include "Blocks.h"
 #include "engine/Crossfade.h"
 #include "engine/TapSteps.h"
-#include "tests/unit/dsp/Bits.h"
+#include "tests/support/Bits.h"
 
 #include <cmath>
 #include <doctest/doctest.h>

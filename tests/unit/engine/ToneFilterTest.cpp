@@ -1,7 +1,7 @@
 // The tone filter: its coefficients, their ramps, and both branches.
 #include "engine/ToneFilter.h"
 #include "Blocks.h"
-#include "tests/unit/dsp/Bits.h"
+#include "tests/support/Bits.h"
 
 #include <cmath>
 #include <doctest/doctest.h>

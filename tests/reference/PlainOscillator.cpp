@@ -21,28 +21,21 @@ double sineOf(double x) {
 
 double aboutMiddle(double phase) { return (phase - 0.5) * 2.0; }
 
+PlainFilter lowPassAt(double freqHz, double rateHz) {
+  PlainFilterRequest request{0, freqHz, 0.0, 0.0, 0.0, 0.0, rateHz};
+  return PlainFilter(request);
+}
+
 } // namespace
 
-PlainLowPass::PlainLowPass(double freqHz, double rateHz) {
-  const double K = std::tan(3.141592653589794 * (freqHz > 0.0 ? freqHz : 20.0) / rateHz);
-  feed = K / (1.0 + K);
-  back = (1.0 - K) / (1.0 + K);
-}
-
-double PlainLowPass::next(double x) {
-  const double y = feed * x + state;
-  state = feed * x + back * y;
-  return y;
-}
-
 PlainOscillator::PlainOscillator(Wave wave, double smoothFreq, double startPhase, double rateHz)
-    : phase(startPhase), wave(wave), smoothFreq(smoothFreq), rateHz(rateHz), lowPass(smoothFreq, rateHz) {}
+    : phase(startPhase), wave(wave), smoothFreq(smoothFreq), rateHz(rateHz),
+      lowPass(lowPassAt(smoothFreq, rateHz)) {}
 
 double PlainOscillator::stepAt(double rate, int i, int n) const {
   const double perHertz = 1.0 / rateHz;
   const double slope = n > 1 ? (rate - lastRate) / static_cast<double>(n - 1) : 0.0;
   switch (wave) {
-  case Wave::triangle:
   case Wave::sine:
     return (lastRate + i * slope) * perHertz * 2.0;
   case Wave::halfSine:
@@ -56,7 +49,6 @@ double PlainOscillator::stepAt(double rate, int i, int n) const {
 
 double PlainOscillator::shape(double upper, double lower) const {
   switch (wave) {
-  case Wave::triangle:
   case Wave::saw:
   case Wave::reverseSaw:
     return deepened(aboutMiddle(phase), upper, lower) * 0.5 + 0.5;
@@ -70,31 +62,19 @@ double PlainOscillator::shape(double upper, double lower) const {
   }
   case Wave::rectangular:
     return aboutMiddle(phase) > 0.0 ? 1.0 : 0.0;
-  case Wave::random:
-    break;
+  default:
+    return held;
   }
-  return held;
 }
 
 double PlainOscillator::smoothed(double value) {
   const bool hasSmoother = wave != Wave::sine && wave != Wave::halfSine && wave != Wave::random;
   if (!hasSmoother) return value;
-  const double out = smoothFreq > 0.0 ? lowPass.next(value) : value;
+  const double out = smoothFreq > 0.0 ? lowPass.run(value) : value;
   return out < 0.0 ? 0.0 : out;
 }
 
 void PlainOscillator::advance(double step) {
-  if (wave == Wave::triangle) {
-    phase = falling ? phase - step : phase + step;
-    if (phase >= 1.0) {
-      phase = 1.0;
-      falling = true;
-    } else if (phase <= 0.0) {
-      phase = 0.0;
-      falling = false;
-    }
-    return;
-  }
   if (wave == Wave::reverseSaw) {
     phase = phase == 0.0 ? 1.0 : phase - step;
     if (phase < 0.0) phase = 0.0;
@@ -112,15 +92,9 @@ double PlainOscillator::randomValue() {
 }
 
 std::vector<double> PlainOscillator::block(double rate, double upper, double lower, int n) {
-  if (wave == Wave::triangle && fresh) lastRate = rate;
-  fresh = false;
   std::vector<double> out;
-  phases.clear();
-  directions.clear();
   for (int i = 0; i < n; ++i) {
     const double step = stepAt(rate, i, n);
-    phases.push_back(phase);
-    directions.push_back(falling);
     if (wave == Wave::random) {
       advance(step);
       if (phase == 0.0) held = randomValue();
