@@ -77,44 +77,6 @@ TEST_CASE("parameters changed between set-up and the first block flip the sweep"
   duo.blocks(10, 300);
 }
 
-// At the heel row 1 is at 0 cents and the sweep stands still; row 7 is at -6000 cents, ratio 1/32. Inside the
-// block of the change nothing runs the sweep anew, so no reset ends the taps' growth of 31/32 per sample.
-TEST_CASE("a resting pedal on a long block at 8000 Hz lets a tap outgrow the delay line") {
-  Duo duo(8000.0f);
-  duo->setParameter(kColor, kRow1);
-  duo.block(300);
-  duo->setParameter(kColor, kRow7);
-  duo.block(17000); // 40 + (17000 - 128) * 31/32 = 16384.75 samples, longer than 2 s
-  CHECK(duo.count(PlainEvent::TapOutgrewDelayLine) > 0);
-  duo.blocks(100, 200);
-}
-
-TEST_CASE("a resting pedal on a long block at 22050 Hz lets a tap outgrow the delay line") {
-  Duo duo(22050.0f);
-  duo->setParameter(kColor, kRow1);
-  duo.block(300);
-  duo->setParameter(kColor, kRow7);
-  duo.block(46000); // 110.25 + (46000 - 352) * 31/32 = 44331.75 samples
-  CHECK(duo.count(PlainEvent::TapOutgrewDelayLine) > 0);
-  duo.blocks(100, 500);
-}
-
-TEST_CASE("a block of one sample") {
-  Duo duo(8000.0f);
-  duo->setParameter(kColor, kRow6);
-  for (int k = 0; k < 600; ++k) {
-    if (k % 50 == 10) duo->setParameter(kPedalPos, 0.001f * static_cast<float>(k));
-    if (k % 70 == 20) duo->setParameter(kTone, 0.0015f * static_cast<float>(k));
-    if (k == 150) duo->setParameter(kColor, kRow3);
-    if (k == 300) duo->setParameter(kOnOff, 0.0f);
-    duo.block(1, k % 2 == 0);
-  }
-  CHECK(duo.count(PlainEvent::OneSampleBlock) == 600);
-  CHECK(duo.count(PlainEvent::SwitchOver) == 1);
-  CHECK(duo.count(PlainEvent::OffSample) > 0);
-  duo.blocks(10, 100);
-}
-
 TEST_CASE("a moving pedal in a block longer than the oscillator's histories") {
   Duo duo(44100.0f);
   duo->setParameter(kColor, kRow6);
@@ -167,17 +129,6 @@ TEST_CASE("Color changed in its fades waits for the next switch-over") {
   CHECK(duo.count(PlainEvent::Row7) == 0);
 }
 
-TEST_CASE("a fade of one sample, at the lowest rate that can be run") {
-  Duo duo(62.5f);
-  for (int k = 0; k < 64; ++k) {
-    duo->setParameter(kColor, 0.125f * static_cast<float>(k % 9));
-    if (k % 5 == 0) duo->setParameter(kOnOff, k % 2 == 0 ? 1.0f : 0.0f);
-    if (k % 3 == 0) duo->setParameter(kPedalPos, 0.015f * static_cast<float>(k));
-    duo.block(1 + k % 7);
-  }
-  CHECK(duo.count(PlainEvent::SwitchOver) > 5);
-}
-
 TEST_CASE("rates: unusable between usable ones, and the same again") {
   Duo duo;
   duo->setSampleRate(-1.0f);
@@ -211,46 +162,4 @@ TEST_CASE("a new rate after the first block starts the pedal from zero") {
   CHECK(duo.count(PlainEvent::Rewind) == before);
   duo.blocks(5, 100); // the second block ends with the pedal at 0.9
   CHECK(duo.count(PlainEvent::Rewind) > before);
-}
-
-TEST_CASE("empty and negative blocks are blocks: switches start, targets are taken over") {
-  Duo duo;
-  duo->setParameter(kPedalPos, 0.3f);
-  duo->setSampleRate(8000.0f);
-  duo.block(0); // the first block
-  duo->setParameter(kPedalPos, 0.7f);
-  duo->setParameter(kTone, 0.1f);
-  duo.block(-5);
-  duo->setParameter(kOnOff, 0.0f);
-  duo.block(0);
-  duo->setParameter(kOnOff, 1.0f);
-  duo.blocks(10, 100);
-  CHECK(duo.count(PlainEvent::OnOffChangeIdle) == 1);
-  CHECK(duo.count(PlainEvent::OnOffChangeFadingOut) == 1);
-}
-
-TEST_CASE("denormal input is flushed on the direct path, and passes where nothing runs") {
-  const std::vector<double> input = {1e-310, -1e-310, 0x1p-1074, -0.0, 0x1p-1022, 0.25};
-  Duo duo;
-  duo.blockOf(input, 6);
-  CHECK(duo.count(PlainEvent::DenormalInputFlushed) == 0);
-  duo->setParameter(kOnOff, 0.0f);
-  duo->setSampleRate(44100.0f);
-  duo.blockOf(input, 6);
-  CHECK(duo.count(PlainEvent::DenormalInputFlushed) == 3);
-}
-
-TEST_CASE("a block leaves the floating-point control word as it was") {
-  ModulePedal module;
-  module.setSampleRate(44100.0f);
-  const std::vector<double> input(64, 0.5);
-  std::vector<double> output(64);
-  const unsigned before = word::read();
-  for (const unsigned bits : {before, before | word::kFlush, before | word::kRounding}) {
-    word::write(bits);
-    module.process(input.data(), output.data(), 64);
-    const unsigned after = word::read();
-    word::write(before);
-    CHECK((after & ~word::kRaised) == (bits & ~word::kRaised)); // arithmetic outside the block raises marks
-  }
 }

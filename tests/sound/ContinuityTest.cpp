@@ -104,20 +104,6 @@ TEST_CASE("toggling and changing colours add no more than a fade does") {
   }
 }
 
-TEST_CASE("Off passes every sample bit for bit, denormal ones aside, which come out as zeros") {
-  Player player(kRate, 4, kMiddle, 0.0f);
-  std::vector<double> input = sine(440.0, kRate, 20000);
-  input[100] = 1e300;
-  input[101] = -0.0;
-  input[102] = 2.2250738585072014e-308; // the least normal number
-  const std::vector<double> output = player.play(input);
-  for (int n = 0; n < 20000; ++n)
-    CHECK(output[n] == input[n]);
-  CHECK(std::signbit(output[101]));
-  for (double y : player.play(std::vector<double>(64, 1e-310)))
-    CHECK((y == 0.0 && !std::signbit(y)));
-}
-
 TEST_CASE("silence stays silent, whatever moves") {
   for (int color = 0; color < kColorCount; ++color) {
     Player player(kRate, color, kHeel);

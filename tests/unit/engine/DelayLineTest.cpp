@@ -87,31 +87,6 @@ TEST_CASE("the longest slice ends with the line, and before a lengthening tap re
   CHECK(line.longestSlice(0.0) == 98);
 }
 
-TEST_CASE("a line written ahead reads as one that is written sample by sample") {
-  constexpr int kLength = 16;
-  int compared = 0, wrong = 0;
-  for (int start = 0; start < kLength; ++start) {
-    for (double delay = 0.25; delay < kLength - 3; delay += 0.75) {
-      BuiltLine line(kLength);
-      line.pass(ramp(1, kLength));
-      if (start > 0) line.pass(ramp(1 + kLength, start));
-      const int begin =
-          1 + kLength + start; // the next input: sample n is n, and n - d is d samples before it
-      Slice slice = line.written(ramp(begin, line.longestSlice(delay)));
-      setDelays(slice, delay, delay);
-      line.read(slice, delay);
-      for (int i = 0; i < slice.samples; ++i, ++compared) {
-        const double far = begin + i - (delay + i);
-        const double position = slice.sweepBuffer[i];
-        const double expected = (crossfadeWeight(position) + crossfadeWeight(1.0 - position)) * far;
-        wrong += std::abs(slice.shifted[i] - expected) > 1e-12;
-      }
-    }
-  }
-  CHECK(compared > 1000);
-  CHECK(wrong == 0);
-}
-
 TEST_CASE("tap 1 alone is heard at a position of 1, tap 2 alone at 0") {
   BuiltLine line(20);
   line.pass(ramp(1, 10));

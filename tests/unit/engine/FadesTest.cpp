@@ -93,22 +93,6 @@ TEST_CASE("toggling back while fading in plays the fade-out from the same place"
   CHECK(fades.played(1.0f, 0.5f, 10) == "-15 -10 -5 0 5 10 15 20 25 25 ");
 }
 
-TEST_CASE("the silent sample is that of the colour's fade-in, once, in whatever blocks it plays") {
-  for (const int32_t n : {1, 2, 3, 5, 6, 20}) {
-    CAPTURE(n);
-    BuiltFades fades(1.0f, 0.5f);
-    int found = 0;
-    for (int32_t first = 0; first < 40; first += n) {
-      int32_t silent = -1;
-      fades.played(1.0f, 0.6f, n, &silent);
-      if (silent == n) continue;
-      ++found;
-      CHECK(first + silent == 5);
-    }
-    CHECK(found == 1);
-  }
-}
-
 TEST_CASE("values taken as they are play no fade") {
   BuiltFades fades(1.0f, 0.5f);
   fades.settleAt(1.0f, 0.9f);

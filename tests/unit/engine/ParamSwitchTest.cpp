@@ -170,72 +170,11 @@ TEST_CASE("Color, every state, with and without a change") {
   }
 }
 
-TEST_CASE("a whole toggle: out to one fifth, in from nothing to four fifths, then still") {
-  Prepared prepared(0, 0, 1.0f);
-  CHECK(playedOnOff(prepared.fade, 0.0f, 12) == "5+ 4+ 3+ 2+ 1+ 0- 1- 2- 3- 4- 5- 5- ");
-  CHECK(prepared.fade.state == 0);
-}
-
-TEST_CASE("toggling back while fading out ends on the side it came from, through the silence") {
-  Prepared prepared(0, 0, 1.0f);
-  CHECK(playedOnOff(prepared.fade, 0.0f, 2) == "5+ 4+ ");
-  CHECK(playedOnOff(prepared.fade, 1.0f, 9) == "3- 2- 1- 0+ 1+ 2+ 3+ 4+ 5+ ");
-}
-
-TEST_CASE("fades are the same whatever the blocks") {
-  for (int blockSize : {1, 2, 3, 5, 7}) {
-    Prepared prepared(0, 0, 1.0f);
-    std::string text;
-    for (int done = 0; done < 12; done += blockSize)
-      text += playedOnOff(prepared.fade, 0.0f, blockSize);
-    CHECK(text.substr(0, 36) == "5+ 4+ 3+ 2+ 1+ 0- 1- 2- 3- 4- 5- 5- ");
-  }
-}
-
-TEST_CASE("a value that is neither on nor off has on as its old side, and itself in the buffer") {
-  Prepared prepared(0, 0, 1.0f);
-  std::vector<double> gains(7);
-  prepared.fade.prepareValueBuffer(7);
-  prepared.fade.playOnOff(0.5f, 7, gains.data());
-  for (int i = 0; i < 5; ++i)
-    CHECK(prepared.fade.valueBuffer[i] == 1.0f);
-  CHECK(prepared.fade.valueBuffer[5] == 0.5f);
-  CHECK(prepared.fade.valueBuffer[6] == 0.5f);
-}
-
 TEST_CASE("the idle gain of On/Off is the record's, that of Color always 1") {
   Prepared prepared(0, 0, 1.0f);
   prepared.fade.steadyGain = 0.6;
   CHECK(playedOnOff(prepared.fade, 1.0f, 2) == "3+ 3+ ");
   CHECK(playedColor(prepared.fade, 1.0f, 2) == "5 5 ");
-}
-
-TEST_CASE("a value that is not a number changes with every block") {
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  Prepared onOff(2, 2, nan);
-  CHECK(playedOnOff(onOff.fade, nan, 2) == "3+ 2+ "); // counts as a change: out from the same place
-  Prepared color(0, 0, nan);
-  CHECK(playedColor(color.fade, nan, 2) == "5 4 ");
-}
-
-TEST_CASE("0 and -0 are the same value") {
-  Prepared prepared(0, 0, 0.0f);
-  CHECK(playedColor(prepared.fade, -0.0f, 2) == "5 5 ");
-  CHECK(bitsOf(prepared.fade.lastValue) == bitsOf(-0.0f));
-}
-
-TEST_CASE("an empty block counts the value as seen and starts the fade") {
-  Prepared prepared(0, 0, 1.0f);
-  CHECK(playedOnOff(prepared.fade, 0.0f, 0).empty());
-  CHECK(prepared.fade.state == 1);
-  CHECK(prepared.fade.position == 0);
-  CHECK(prepared.fade.lastValue == 0.0f);
-  CHECK(prepared.fade.lastBlockSize == 0);
-}
-
-TEST_CASE("a fade of one sample goes from full to nothing to full") {
-  ParamSwitch fade(62.5, 0.0f);
-  CHECK(playedColor(fade, 1.0f, 4) == "5 0 5 5 ");
 }
 
 TEST_CASE("the switch tells where its fade-in begins, once per fade, in whatever blocks it plays") {

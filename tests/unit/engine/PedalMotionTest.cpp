@@ -45,38 +45,6 @@ TEST_CASE("the smoother's power gain is -3 dB at 5 Hz, and 1 at rest") {
   }
 }
 
-TEST_CASE("the pedal ramps over a block, reaches its target at the last sample, and is smoothed") {
-  for (const int32_t n : {2, 3, 64, 500}) {
-    for (const int32_t longest : {1, 7, 256}) {
-      CAPTURE(n);
-      CAPTURE(longest);
-      BuiltMotion motion;
-      const double gain = BuiltMotion(1.0f).input(BuiltMotion(1.0f).begun(1, 1.0f));
-      double from = 0.0, expected = 0.0;
-      float pitchPedal = 0.0f;
-      int wrong = 0;
-      for (const float target : {1.0f, 0.25f, 0.25f, 0.875f}) {
-        Block block = motion.begun(n, target);
-        const double step = (static_cast<double>(target) - from) * (1.0 / (n - 1));
-        forEachSlice(n, longest, [&](Slice& slice) {
-          motion.follow(block, slice, pitchPedal);
-          for (int32_t i = 0; i < slice.samples; ++i) {
-            const double before = expected;
-            expected = motion.pole() * expected + gain * (from + (slice.first + i) * step);
-            wrong += slice.moved[i] != (expected != before);
-            if (expected != before) pitchPedal = static_cast<float>(expected);
-            wrong += bitsOf(slice.pedal[i]) != bitsOf(static_cast<double>(pitchPedal));
-          }
-          wrong += bitsOf(motion.state()) != bitsOf(expected);
-        });
-        motion.end(block);
-        from = static_cast<double>(target);
-      }
-      CHECK(wrong == 0);
-    }
-  }
-}
-
 TEST_CASE("a ramp's step is its difference by the samples from first to last, for one sample none") {
   BuiltMotion motion(0.25f);
   CHECK(motion.begun(5, 0.75f).pedalStep == 0.125);

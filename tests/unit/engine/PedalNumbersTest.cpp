@@ -48,15 +48,3 @@ TEST_CASE("values outside 0..1 take the outer colours, a not-a-number the last")
                      -std::numeric_limits<float>::quiet_NaN()})
     CHECK(colorOf(high) == 7);
 }
-
-TEST_CASE("the mixes: shifted only, shifted gives way to dry, dry gives way, both in full") {
-  for (double p : {0.0, 0.25, 0.3, 0.5, 1.0, 1.5, -0.25}) {
-    const double expected[4][2] = {{0.0, 1.0}, {p, 1.0 - p}, {1.0 - p, 1.0}, {1.0, 1.0}};
-    for (int mode = 0; mode < 4; ++mode) {
-      CAPTURE(p);
-      CAPTURE(mode);
-      CHECK(bitsOf(mixGains(mode, p).dry) == bitsOf(expected[mode][0]));
-      CHECK(bitsOf(mixGains(mode, p).wet) == bitsOf(expected[mode][1]));
-    }
-  }
-}

@@ -6,8 +6,6 @@
 #include <cmath>
 #include <doctest/doctest.h>
 #include <limits>
-#include <random>
-#include <vector>
 
 namespace {
 
@@ -39,15 +37,6 @@ bool crosses(int row, float pedal, int nextRow, float nextPedal) {
   CHECK_FALSE(pitch.choosePitch(pedal)); // from nothing
   pitch.chooseColor(colorParameter(nextRow), nextPedal);
   return pitch.choosePitch(nextPedal);
-}
-
-void checkSame(const Pitch& a, const Pitch& b) {
-  CHECK(bitsOf(a.pedal()) == bitsOf(b.pedal()));
-  CHECK(bitsOf(a.ratio()) == bitsOf(b.ratio()));
-  CHECK(bitsOf(a.rate()) == bitsOf(b.rate()));
-  CHECK(bitsOf(a.gains().dry) == bitsOf(b.gains().dry));
-  CHECK(bitsOf(a.gains().wet) == bitsOf(b.gains().wet));
-  CHECK(a.isUpwards() == b.isUpwards());
 }
 
 } // namespace
@@ -166,45 +155,5 @@ TEST_CASE("a pitch that is no number is told, and forgotten with the next choice
     pitch.choosePitch(0.5f);
     CHECK(pitch.isFinite());
     CHECK(pitch.ratio() == 1.0);
-  }
-}
-
-TEST_CASE(
-    "a slice has the bits of a choice for each sample from its bend on, and what was chosen before it") {
-  std::mt19937 random(3);
-  for (int row = 0; row < 8; ++row) {
-    for (const int32_t samples : {1, 2, 37, 256}) {
-      for (const int32_t bend : {0, samples / 2, samples - 1, samples}) {
-        CAPTURE(row);
-        CAPTURE(samples);
-        CAPTURE(bend);
-        Pitch whole = prepared(), single = prepared();
-        for (Pitch* pitch : {&whole, &single}) {
-          pitch->chooseColor(colorParameter(row), 0.3f);
-          pitch->choosePitch(0.3f);
-        }
-        Slice slice{};
-        slice.samples = samples;
-        slice.bend = bend;
-        for (int32_t i = 0; i < samples; ++i) {
-          const float odd[] = {-4.2e-45f, 1e-40f, -0.0f, 1.0f};
-          const float pedal = static_cast<float>(random() >> 8) * 0x1p-24f;
-          slice.pedal[i] = static_cast<double>(random() % 5 == 0 ? odd[random() % 4] : pedal);
-        }
-        whole.follow(slice);
-        int wrong = 0;
-        for (int32_t i = 0; i < samples; ++i) {
-          if (i >= bend) single.choosePitch(static_cast<float>(slice.pedal[i]));
-          wrong += bitsOf(slice.pitchRatio[i]) != bitsOf(single.ratio());
-          wrong += bitsOf(slice.sweepRate[i + 1]) != bitsOf(single.rate());
-          wrong += bitsOf(slice.dryGain[i]) != bitsOf(single.gains().dry);
-          wrong += bitsOf(slice.wetGain[i]) != bitsOf(single.gains().wet);
-        }
-        CHECK(wrong == 0);
-        checkSame(whole, single);
-        for (const float next : {0.0f, 1.0f})
-          CHECK(whole.choosePitch(next) == single.choosePitch(next)); // crossings from the same pitch
-      }
-    }
   }
 }

@@ -77,55 +77,6 @@ TEST_CASE("tone targets follow the four formulas in their ranges") {
   }
 }
 
-TEST_CASE("tone targets at both ends") {
-  for (const Bounds& bounds : kBounds) {
-    const ToneCoefficients dark = coefficientsOf(bounds.rateHz, 0.0f),
-                           bright = coefficientsOf(bounds.rateHz, 1.0f);
-    CHECK(dark.lowPole == static_cast<double>(static_cast<float>(bounds.low)));
-    CHECK(dark.highPole == static_cast<double>(static_cast<float>(bounds.high)));
-    CHECK(dark.highGain == 0.0);
-    CHECK(bright.lowPole == doctest::Approx(0.998).epsilon(1e-7));
-    CHECK(std::fabs(bright.highPole) < 1e-7);
-    CHECK(bright.highGain == 6.0);
-  }
-}
-
-TEST_CASE("more Tone raises the low pole and the high gain and lowers the high pole and the low gain") {
-  for (int i = 1; i <= 20; ++i) {
-    const ToneCoefficients less = coefficientsOf(44100, static_cast<float>(i - 1) / 20.0f);
-    const ToneCoefficients more = coefficientsOf(44100, static_cast<float>(i) / 20.0f);
-    CHECK(more.lowPole > less.lowPole);
-    CHECK(more.highPole < less.highPole);
-    CHECK(more.lowGain <= less.lowGain);
-    CHECK(more.highGain > less.highGain);
-  }
-}
-
-TEST_CASE("tone coefficients ramp from the block before and reach their targets at the last sample") {
-  const ToneCoefficients from = coefficientsOf(44100, 0.2f), to = coefficientsOf(44100, 1.0f);
-  for (const int32_t longest : {256, 2}) {
-    BuiltFilter filter;
-    filter.reach(0.2f);
-    filter.lendBranches() = {1.0, 0.25}; // the sound of silence: what the branches remember
-    const std::vector<double> output = filter.play(1.0f, std::vector<double>(5, 0.0), longest);
-    double low = 1.0, high = 0.25;
-    for (int i = 0; i < 5; ++i) {
-      const double way = i / 4.0;
-      const double lowPole = from.lowPole + (to.lowPole - from.lowPole) * way;
-      const double highPole = from.highPole + (to.highPole - from.highPole) * way;
-      const double lowGain = from.lowGain + (to.lowGain - from.lowGain) * way;
-      const double highGain = from.highGain + (to.highGain - from.highGain) * way;
-      CHECK(output[i] ==
-            doctest::Approx(lowGain * (low + lowPole * low) + highGain * (highPole * high - high))
-                .epsilon(1e-12));
-      low *= lowPole;
-      high *= highPole;
-    }
-    CHECK(filter.start().lowPole == to.lowPole);
-    CHECK(filter.start().highGain == to.highGain);
-  }
-}
-
 TEST_CASE("the high tone branch adds its previous state and is silent at 0 Hz") {
   // At 0 Hz the high branch contributes nothing (state minus state), the low one 2 k3 y: with y half the
   // shifted sound a constant of 1 comes out as k3.
