@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 
 namespace {
 
@@ -17,7 +18,8 @@ enum class Flavour {
   General,
   LongBlock,   // one block longer than the oscillator's histories
   OutgrownTap, // a resting pedal lets a tap grow beyond the delay line
-  NonFinite    // infinities and not-a-numbers in parameters and input
+  NonFinite,   // infinities and not-a-numbers in parameters and input
+  Bounded      // nothing that a pedal's sound outgrows
 };
 
 Flavour flavourOf(std::uint64_t number) {
@@ -35,8 +37,9 @@ Flavour flavourOf(std::uint64_t number) {
 
 class Player {
 public:
-  Player(std::uint64_t number, PedalPair& pedals);
+  Player(std::uint64_t number, Flavour flavour, PedalPair& pedals);
   void play();
+  void playFor(double seconds, const std::vector<float>& rates);
 
 private:
   // How the pedal is moved during a phase.
@@ -67,14 +70,16 @@ private:
   int blockSize();
 
   void block(int n);
-  bool finished() const { return pair.difference() || samplesLeft <= 0; }
+  bool finished() const { return pair.difference() || (samplesLeft <= 0 && secondsLeft <= 0.0); }
 
   PedalPair& pair;
   Flavour flavour;
   Random random;
-  Signal signal;
-  int samplesLeft;
-  float rate = 0.0f; // Hz in force; 0: none that can be run
+  std::optional<Signal> signal;
+  int samplesLeft = 0;
+  double secondsLeft = 0.0;      // of audio
+  std::vector<float> usualRates; // Hz; none: any
+  float rate = 0.0f;             // Hz in force; 0: none that can be run
   float pedal = 0.0f;
 
   // one phase
@@ -83,11 +88,22 @@ private:
   int colorChance = 0, onOffChance = 0, toneChance = 0; // percent per block
 };
 
-Player::Player(std::uint64_t number, PedalPair& pedals)
-    : pair(pedals), flavour(flavourOf(number)), random(scenarioSeed(number)),
-      signal(random, flavour == Flavour::NonFinite), samplesLeft(64 * random.octaveUniform(9)) {}
+Player::Player(std::uint64_t number, Flavour kind, PedalPair& pedals)
+    : pair(pedals), flavour(kind), random(scenarioSeed(number)) {}
+
+void Player::playFor(double seconds, const std::vector<float>& rates) {
+  secondsLeft = seconds;
+  usualRates = rates;
+  setUsableRate(usableRate());
+  while (!finished()) {
+    if (!signal || random.chance(40)) signal.emplace(random, Signal::kBounded);
+    playPhase();
+  }
+}
 
 void Player::play() {
+  signal.emplace(random, flavour == Flavour::NonFinite ? Signal::kNonFinite : Signal::kFinite);
+  samplesLeft = 64 * random.octaveUniform(9);
   if (random.chance(10)) playBeforeAnyRate();
   if (random.chance(50)) setInitialParameters();
   if (flavour == Flavour::LongBlock) {
@@ -231,7 +247,10 @@ void Player::movePedal() {
     if (random.chance(20)) setPedal(std::nextafter(pedal, random.chance(50) ? 2.0f : -1.0f));
     break;
   case kBeyondRange:
-    if (random.chance(15)) setPedal(random.pick({-0.5f, -0.0f, 1.5f, 3.0f, -8.0f, 1e-40f, 1e30f}));
+    if (random.chance(15))
+      setPedal(flavour == Flavour::Bounded ? random.pick({static_cast<float>(kLowestPedal),
+                                                          static_cast<float>(kHighestPedal), -0.0f, 1e-40f})
+                                           : random.pick({-0.5f, -0.0f, 1.5f, 3.0f, -8.0f, 1e-40f, 1e30f}));
     break;
   default:
     break;
@@ -252,6 +271,7 @@ void Player::setPedal(float value) {
 
 // Half of them low, where fades and the smoother take few samples and much happens in little time.
 float Player::usableRate() {
+  if (!usualRates.empty()) return usualRates[random.below(static_cast<int>(usualRates.size()))];
   const int luck = random.below(100);
   if (luck < 45) return random.pick({62.5f, 1000.0f, 1000.0f, 8000.0f, 8000.0f, 11025.0f});
   if (luck < 85) {
@@ -292,7 +312,8 @@ float Player::onOffValue() {
 
 float Player::toneValue() {
   if (flavour == Flavour::NonFinite && random.chance(2)) return random.pick({kNaN, kInfinity});
-  if (random.chance(8)) return random.pick({-1.0f, -0.5f, 1.5f, 10.0f, 1e-40f});
+  if (flavour != Flavour::Bounded && random.chance(8))
+    return random.pick({-1.0f, -0.5f, 1.5f, 10.0f, 1e-40f});
   if (random.chance(30)) return random.pick({0.0f, 1.0f, 0.35f, 0.5f, 0.8f, std::nextafter(0.8f, 0.0f)});
   return static_cast<float>(random.unit());
 }
@@ -317,11 +338,16 @@ int Player::blockSize() {
 void Player::block(int n) {
   std::vector<double> input(std::max(n, 0));
   for (double& x : input)
-    x = signal.next();
+    x = signal->next();
   samplesLeft -= std::max(n, 0);
+  if (rate > 0.0f) secondsLeft -= std::max(n, 0) / static_cast<double>(rate);
   pair.process(input, n, random.chance(30));
 }
 
 } // namespace
 
-void playScenario(std::uint64_t number, PedalPair& pair) { Player(number, pair).play(); }
+void playScenario(std::uint64_t number, PedalPair& pair) { Player(number, flavourOf(number), pair).play(); }
+
+void playBounded(std::uint64_t number, const std::vector<float>& rates, double seconds, PedalPair& pair) {
+  Player(number, Flavour::Bounded, pair).playFor(seconds, rates);
+}

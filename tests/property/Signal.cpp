@@ -2,7 +2,7 @@
 
 #include <limits>
 
-Signal::Signal(Random& source, bool withNonFinite) : random(source), nonFinite(withNonFinite) {
+Signal::Signal(Random& source, Range samples) : random(source), range(samples) {
   kind = static_cast<Kind>(random.below(kKinds));
   if (kind < kSine && random.chance(70)) kind = kSine; // silence teaches little
   // The angle whose half has the tangent t: exact arithmetic where sin and cos would be the library's.
@@ -12,7 +12,7 @@ Signal::Signal(Random& source, bool withNonFinite) : random(source), nonFinite(w
 }
 
 double Signal::next() {
-  if (nonFinite && random.below(400) == 0) {
+  if (range == kNonFinite && random.below(400) == 0) {
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
     return random.pick({kInfinity, -kInfinity, std::numeric_limits<double>::quiet_NaN()});
   }
@@ -32,7 +32,7 @@ double Signal::sample(Kind wanted) {
   case kDenormals:
     return signedUnit() * 0x1p-1023; // below the smallest normal number, 2^-1022
   case kLarge: {
-    const double size = random.pick({1e3, 1e12, 1e150, 1e306});
+    const double size = range == kBounded ? kLargestBounded : random.pick({1e3, 1e12, 1e150, 1e306});
     return signedUnit() * size;
   }
   default:

@@ -5,8 +5,11 @@
 
 class Signal {
 public:
-  // nonFinite: now and then a sample is infinite or not a number.
-  Signal(Random& random, bool nonFinite);
+  // How large samples get: up to kLargestBounded, up to 1e306, or now and then infinite or not a number.
+  enum Range { kBounded, kFinite, kNonFinite };
+  static constexpr double kLargestBounded = 8.0;
+
+  Signal(Random& random, Range range);
   double next();
 
 private:
@@ -17,7 +20,7 @@ private:
   double signedUnit();
 
   Random& random;
-  bool nonFinite;
+  Range range;
   Kind kind;
   double turnCos, turnSin; // of one sample of the sine
   double sineNow = 0.0, cosineNow = 0.5;

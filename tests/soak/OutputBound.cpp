@@ -1,5 +1,7 @@
 #include "tests/soak/OutputBound.h"
 
+#include "tests/property/Scenario.h"
+
 #include <algorithm>
 #include <numbers>
 

@@ -1,13 +1,9 @@
 // How loud the pedal can get at most, from what its parts do to the largest input sample.
 #pragma once
 
-// The limits within which the bound holds.
-inline constexpr double kLowestPedal = -0.5; // PedalPos
-inline constexpr double kHighestPedal = 1.5;
-// Tone stays within 0..1: a little above 1 the low branch has no bound any more.
-
-// An output sample's largest magnitude when no input sample since the last sample rate was larger than
-// `largestInput`. The sum of these, in the order of the sound's way:
+// It holds within the limits of tests/property/Scenario.h. A little above a Tone of 1 the low branch has no
+// bound any more. An output sample's largest magnitude when no input sample since the last sample rate was
+// larger than `largestInput`. The sum of these, in the order of the sound's way:
 // - A tap reads between two samples of the delay line: at most largestInput.
 // - The crossfade weights of both taps add up to sqrt(2) at most, at the middle of the sweep, where the
 //   polynomial that stands for the sine is off by less than 1e-5.

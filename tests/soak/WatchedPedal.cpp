@@ -16,24 +16,29 @@ template <typename Call> void WatchedPedal::watch(Call call) {
 }
 
 void WatchedPedal::setSampleRate(float rateHz) {
+  ++done.rates;
   watch([&] { pedal.setSampleRate(rateHz); });
 }
 void WatchedPedal::setBlockSize(int samples) {
   watch([&] { pedal.setBlockSize(samples); });
 }
 void WatchedPedal::resume() {
+  ++done.resumes;
   watch([&] { pedal.resume(); });
 }
 void WatchedPedal::suspend() {
   watch([&] { pedal.suspend(); });
 }
 void WatchedPedal::setParameter(int index, float value) {
+  ++done.parameters;
   watch([&] { pedal.setParameter(index, value); });
 }
 void WatchedPedal::selectProgram(int number) {
+  ++done.programs;
   watch([&] { pedal.selectProgram(number); });
 }
 void WatchedPedal::loadProgram(int number) {
+  ++done.programs;
   watch([&] { pedal.loadProgram(number); });
 }
 
@@ -44,12 +49,13 @@ void WatchedPedal::process(const double* input, double* output, int n) {
     if (!(magnitude <= bound) && firstFault.empty()) { // not-a-numbers too
       char text[128];
       std::snprintf(text, sizeof text, "output sample %lld is %g, the bound is %g",
-                    static_cast<long long>(samples + i), output[i], bound);
+                    static_cast<long long>(done.samples + i), output[i], bound);
       firstFault = text;
     }
     peak = std::max(peak, magnitude);
   }
-  samples += std::max(n, 0);
+  done.samples += std::max(n, 0);
+  ++done.blocks;
 }
 
 double WatchedPedal::takePeak() {

@@ -1,5 +1,4 @@
-// A pedal whose output and whose memory are watched while it plays. One at a time, in one thread: the count
-// of the heap is the process's.
+// A pedal whose output and whose memory are watched while it plays.
 #pragma once
 
 #include "tests/property/Pedal.h"
@@ -7,6 +6,12 @@
 #include <cstdint>
 #include <string>
 
+// What was done to a pedal.
+struct CallCounts {
+  std::int64_t samples = 0, blocks = 0, parameters = 0, programs = 0, resumes = 0, rates = 0;
+};
+
+// One at a time, in one thread: the count of the heap is the process's.
 class WatchedPedal : public Pedal {
 public:
   // watched: must outlive this. bound: the largest magnitude that an output sample may have.
@@ -27,6 +32,7 @@ public:
   double takePeak();
   // Bytes that the watched pedal took in these calls and has not given back.
   std::int64_t heldBytes() const { return held; }
+  const CallCounts& counts() const { return done; }
 
 private:
   template <typename Call> void watch(Call call);
@@ -35,6 +41,6 @@ private:
   double bound;
   double peak = 0.0;
   std::int64_t held = 0;
-  std::int64_t samples = 0;
+  CallCounts done;
   std::string firstFault;
 };
