@@ -14,17 +14,6 @@ namespace {
 
 constexpr double kFiveSamples = 312.5; // Hz: 0.016 s are five samples exactly
 
-// A switch of five samples in a given state. lastValue: 0.
-struct Prepared {
-  ParamSwitch fade{kFiveSamples, 0.0f};
-
-  Prepared(int32_t state, int32_t position, float lastValue = 0.0f) {
-    fade.state = state;
-    fade.position = position;
-    fade.lastValue = lastValue;
-  }
-};
-
 // What a block of On/Off leaves: gains in fifths and values, as text that a reader can check.
 std::string playedOnOff(ParamSwitch& fade, float value, int samples) {
   std::vector<double> gains(samples);
@@ -54,14 +43,15 @@ template <typename Field> std::ptrdiff_t offsetIn(const ParamSwitch& fade, const
 } // namespace
 
 TEST_CASE("a fade lasts the whole samples in 16 ms") {
-  CHECK(ParamSwitch::fadeLength(44100.0) == 705);
-  CHECK(ParamSwitch::fadeLength(48000.0) == 768);
-  CHECK(ParamSwitch::fadeLength(96000.0) == 1536);
-  CHECK(ParamSwitch::fadeLength(44100.5) == 705);
-  CHECK(ParamSwitch::fadeLength(62.5) == 1);
-  CHECK(ParamSwitch::fadeLength(62.0) == 0);
-  CHECK(ParamSwitch::fadeLength(0.0) == 0);
-  CHECK(ParamSwitch::fadeLength(-1.0) == -1); // floor, not truncation
+  struct Row {
+    double rate;
+    int32_t samples;
+  };
+  for (const Row& row : {Row{44100.0, 705}, Row{48000.0, 768}, Row{96000.0, 1536}, Row{44100.5, 705},
+                         Row{62.5, 1}, Row{62.0, 0}, Row{0.0, 0}, Row{-1.0, -1}}) { // floor, not truncation
+    CAPTURE(row.rate);
+    CHECK(ParamSwitch::fadeLength(row.rate) == row.samples);
+  }
   for (double none :
        {1e20, -1e20, std::numeric_limits<double>::infinity(), std::numeric_limits<double>::quiet_NaN()})
     CHECK(ParamSwitch::fadeLength(none) < 1);
@@ -110,71 +100,54 @@ TEST_CASE("a switch's fields stand in order") {
     CHECK(offsets[i] > offsets[i - 1]);
 }
 
-TEST_CASE("On/Off, every state, with and without a change") {
+TEST_CASE("both switches, every state, with and without a change") {
   struct Row {
     const char* what;
+    bool isOnOff; // else Color
     int32_t state, position;
     float lastValue, value;
-    const char* gains; // in fifths, with the on (+) or off (-) in force
+    const char* gains; // in fifths, for On/Off with the on (+) or off (-) in force
     int32_t endState, endPosition;
   };
+  constexpr bool kSwitchesOn = true, kColors = false;
   const Row rows[] = {
-      {"idle, no change", 0, 0, 1, 1, "5+ 5+ 5+ ", 0, 0},
-      {"idle and off, no change", 0, 0, 0, 0, "5- 5- 5- ", 0, 0},
-      {"idle, turned off: out on the old side", 0, 0, 1, 0, "5+ 4+ 3+ ", 1, 3},
-      {"idle, turned on: out on the old side", 0, 0, 0, 1, "5- 4- 3- ", 1, 3},
-      {"fading out, no change", 1, 1, 0, 0, "4+ 3+ 2+ ", 1, 4},
-      {"fading out over the silence", 1, 3, 0, 0, "2+ 1+ 0- ", 2, 1},
-      {"fading out, changed: plays on, the other old side", 1, 1, 0, 1, "4- 3- 2- ", 1, 4},
-      {"fading in, no change", 2, 1, 0, 0, "1- 2- 3- ", 2, 4},
-      {"fading in to the end", 2, 3, 1, 1, "3+ 4+ 5+ ", 0, 0},
-      {"fading in, changed: out from the same place", 2, 2, 0, 1, "3- 2- 1- ", 2, 0},
+      {"idle, no change", kSwitchesOn, 0, 0, 1, 1, "5+ 5+ 5+ ", 0, 0},
+      {"idle and off, no change", kSwitchesOn, 0, 0, 0, 0, "5- 5- 5- ", 0, 0},
+      {"idle, turned off: out on the old side", kSwitchesOn, 0, 0, 1, 0, "5+ 4+ 3+ ", 1, 3},
+      {"idle, turned on: out on the old side", kSwitchesOn, 0, 0, 0, 1, "5- 4- 3- ", 1, 3},
+      {"fading out, no change", kSwitchesOn, 1, 1, 0, 0, "4+ 3+ 2+ ", 1, 4},
+      {"fading out over the silence", kSwitchesOn, 1, 3, 0, 0, "2+ 1+ 0- ", 2, 1},
+      {"fading out, changed: plays on, the other old side", kSwitchesOn, 1, 1, 0, 1, "4- 3- 2- ", 1, 4},
+      {"fading in, no change", kSwitchesOn, 2, 1, 0, 0, "1- 2- 3- ", 2, 4},
+      {"fading in to the end", kSwitchesOn, 2, 3, 1, 1, "3+ 4+ 5+ ", 0, 0},
+      {"fading in, changed: out from the same place", kSwitchesOn, 2, 2, 0, 1, "3- 2- 1- ", 2, 0},
+      {"idle, no change", kColors, 0, 0, 0.5f, 0.5f, "5 5 5 ", 0, 0},
+      {"idle, changed", kColors, 0, 0, 0.5f, 0.6f, "5 4 3 ", 1, 3},
+      {"fading out, no change", kColors, 1, 1, 0.5f, 0.5f, "4 3 2 ", 1, 4},
+      {"fading out, changed: forgotten", kColors, 1, 1, 0.5f, 0.6f, "4 3 2 ", 1, 4},
+      {"over the silence", kColors, 1, 4, 0.5f, 0.5f, "1 0 1 ", 2, 2},
+      {"fading in, no change", kColors, 2, 2, 0.5f, 0.5f, "2 3 4 ", 0, 0},
+      {"fading in, changed: forgotten", kColors, 2, 1, 0.5f, 0.6f, "1 2 3 ", 2, 4},
   };
   for (const Row& row : rows) {
-    INFO(row.what);
-    Prepared prepared(row.state, row.position, row.lastValue);
-    CHECK(playedOnOff(prepared.fade, row.value, 3) == row.gains);
-    CHECK(prepared.fade.state == row.endState);
-    CHECK(prepared.fade.position == row.endPosition);
-    CHECK(prepared.fade.lastValue == row.value);
-    CHECK(prepared.fade.lastBlockSize == 3);
-  }
-}
-
-TEST_CASE("Color, every state, with and without a change") {
-  struct Row {
-    const char* what;
-    int32_t state, position;
-    float lastValue, value;
-    const char* gains; // in fifths
-    int32_t endState, endPosition;
-  };
-  const Row rows[] = {
-      {"idle, no change", 0, 0, 0.5f, 0.5f, "5 5 5 ", 0, 0},
-      {"idle, changed", 0, 0, 0.5f, 0.6f, "5 4 3 ", 1, 3},
-      {"fading out, no change", 1, 1, 0.5f, 0.5f, "4 3 2 ", 1, 4},
-      {"fading out, changed: forgotten", 1, 1, 0.5f, 0.6f, "4 3 2 ", 1, 4},
-      {"over the silence", 1, 4, 0.5f, 0.5f, "1 0 1 ", 2, 2},
-      {"fading in, no change", 2, 2, 0.5f, 0.5f, "2 3 4 ", 0, 0},
-      {"fading in, changed: forgotten", 2, 1, 0.5f, 0.6f, "1 2 3 ", 2, 4},
-  };
-  for (const Row& row : rows) {
-    INFO(row.what);
-    Prepared prepared(row.state, row.position, row.lastValue);
-    CHECK(playedColor(prepared.fade, row.value, 3) == row.gains);
-    CHECK(prepared.fade.state == row.endState);
-    CHECK(prepared.fade.position == row.endPosition);
-    CHECK(prepared.fade.lastValue == row.value);
-    CHECK(prepared.fade.lastBlockSize == 3);
-    CHECK(prepared.fade.valueBuffer == nullptr);
+    INFO((row.isOnOff ? "On/Off, " : "Color, ") << row.what);
+    ParamSwitch fade(kFiveSamples, row.lastValue);
+    fade.state = row.state;
+    fade.position = row.position;
+    CHECK((row.isOnOff ? playedOnOff : playedColor)(fade, row.value, 3) == row.gains);
+    CHECK(fade.state == row.endState);
+    CHECK(fade.position == row.endPosition);
+    CHECK(fade.lastValue == row.value);
+    CHECK(fade.lastBlockSize == 3);
+    CHECK((fade.valueBuffer != nullptr) == row.isOnOff);
   }
 }
 
 TEST_CASE("the idle gain of On/Off is the record's, that of Color always 1") {
-  Prepared prepared(0, 0, 1.0f);
-  prepared.fade.steadyGain = 0.6;
-  CHECK(playedOnOff(prepared.fade, 1.0f, 2) == "3+ 3+ ");
-  CHECK(playedColor(prepared.fade, 1.0f, 2) == "5 5 ");
+  ParamSwitch fade(kFiveSamples, 1.0f);
+  fade.steadyGain = 0.6;
+  CHECK(playedOnOff(fade, 1.0f, 2) == "3+ 3+ ");
+  CHECK(playedColor(fade, 1.0f, 2) == "5 5 ");
 }
 
 TEST_CASE("the switch tells where its fade-in begins, once per fade, in whatever blocks it plays") {
@@ -194,7 +167,7 @@ TEST_CASE("the switch tells where its fade-in begins, once per fade, in whatever
   }
 }
 
-TEST_CASE("the value buffer is made anew for larger blocks, and only then") {
+TEST_CASE("the value buffer is made anew for larger blocks, and only then, or stays when memory is short") {
   ParamSwitch fade(kFiveSamples, 0.0f);
   const auto taken = [&](int samples) {
     const long before = allocations::taken();
@@ -205,13 +178,6 @@ TEST_CASE("the value buffer is made anew for larger blocks, and only then") {
   CHECK(taken(8) == 1);
   for (int samples : {8, 4, 0, -3, 8})
     CHECK(taken(samples) == 0);
-  CHECK(taken(9) == 1);
-  CHECK(taken(9) == 0);
-}
-
-TEST_CASE("a value buffer that cannot be had leaves the one there is, and is asked for again") {
-  ParamSwitch fade(kFiveSamples, 0.0f);
-  playedOnOff(fade, 0.0f, 8);
   const float* const held = fade.valueBuffer;
   {
     const allocations::FailNth next(1);
@@ -219,7 +185,7 @@ TEST_CASE("a value buffer that cannot be had leaves the one there is, and is ask
   }
   CHECK(fade.valueBuffer == held);
   CHECK(fade.valueCapacity == 8);
-  fade.prepareValueBuffer(9);
+  CHECK(taken(9) == 1);
   CHECK(fade.valueCapacity == 9);
 }
 

@@ -48,21 +48,18 @@ struct Bench {
     pedal.run(input.data(), output.data(), static_cast<int32_t>(input.size()), settings);
     return output;
   }
-  Sound playAll(const PedalSettings& settings, const Sound& input, const std::vector<int>& sizes) {
+  // In blocks of `size` samples, the last one shorter.
+  Sound playAll(const PedalSettings& settings, const Sound& input, std::ptrdiff_t size) {
     Sound all;
-    for (std::size_t block = 0; all.size() < input.size(); ++block) {
-      const std::size_t size = std::min<std::size_t>(sizes[block % sizes.size()], input.size() - all.size());
-      const auto from = input.begin() + static_cast<std::ptrdiff_t>(all.size());
-      const Sound output = play(settings, {from, from + static_cast<std::ptrdiff_t>(size)});
+    for (auto from = input.begin(); from != input.end();) {
+      const auto to = from + std::min(size, input.end() - from);
+      const Sound output = play(settings, {from, to});
       all.insert(all.end(), output.begin(), output.end());
+      from = to;
     }
     return all;
   }
 };
-
-bool sameBits(const Sound& a, const Sound& b) {
-  return a.size() == b.size() && differences(a.data(), b.data(), static_cast<int>(a.size())) == 0;
-}
 
 bool isFinite(const Sound& sound) {
   return std::all_of(sound.begin(), sound.end(), [](double x) { return std::isfinite(x); });
@@ -143,7 +140,7 @@ TEST_CASE("clearing silences the line and lets the filters ring out") {
   const PedalSettings dark = {1.0f, 0.0f, kLate.color, 0.0f}; // the low branch alone
   Bench bench(1000.0, dark), kept(1000.0, dark);
   for (Bench* each : {&bench, &kept})
-    each->playAll(dark, Sound(1000, 1.0), {100});
+    each->playAll(dark, Sound(1000, 1.0), 100);
   bench.pedal.clear();
   const Sound cleared = bench.play(dark, Sound(200, 0.0)), echoed = kept.play(dark, Sound(200, 0.0));
   CHECK(cleared[0] > 0.01);
@@ -173,18 +170,18 @@ TEST_CASE("a NaN stays in a recursion until the rate is set anew, in a switch it
     bench.play(good, testSound(500));
     CHECK(bench.pedal.isFinite());
     bench.play(row.settings, Sound(4, row.sample));
-    bench.playAll(good, testSound(2 * 16000 + 1000), {1000}); // twice through the line
+    bench.playAll(good, testSound(2 * 16000 + 1000), 1000); // twice through the line
     CHECK(bench.pedal.isFinite() == row.isFinite);
     bench.newRate(8000.0, good);
     CHECK(bench.pedal.isFinite());
-    CHECK(isFinite(bench.playAll(good, testSound(3000), {500})));
+    CHECK(isFinite(bench.playAll(good, testSound(3000), 500)));
     CHECK(bench.pedal.isFinite());
   }
 }
 
 TEST_CASE("a colour or a pitch chosen from outside holds until the pedal moves") {
   Bench bench(8000.0, kDryOnly);
-  bench.playAll(kDryOnly, Sound(24000, 0.0), {1000}); // the smoother has settled
+  bench.playAll(kDryOnly, Sound(24000, 0.0), 1000); // the smoother has settled
   bench.pedal.choosePitch(0.25f);
   CHECK(bench.play(kDryOnly, {1.0})[0] == 0.25);
   bench.pedal.chooseColor(inRow(6, 0.75f)); // dry gives way towards the toe
@@ -241,6 +238,6 @@ TEST_CASE("a gain above 1 lifts denormal input before anything flushes it") {
   REQUIRE(tiny < kLeastNormal);
   Bench bench(8000.0, loud);
   CHECK(bench.play(loud, {tiny})[0] / lifted == doctest::Approx(1.0));
-  bench.playAll(loud, Sound(40000, 0.0), {1000}); // the pedal is steady
+  bench.playAll(loud, Sound(40000, 0.0), 1000); // the pedal is steady
   CHECK(bench.play(loud, {tiny})[0] / lifted == doctest::Approx(1.0));
 }
