@@ -291,70 +291,42 @@ void PlainPedal::startFirstBlock() {
   firstBlock = false;
 }
 
-void PlainPedal::fadeOnOff(int n) {
-  FadeSwitch& fade = onOffSwitch;
-  if (onOff != fade.lastValue) {
-    events.count(PlainEvent::OnOffChangeIdle, fade.state);
-    if (fade.state == 0) fade.changesInFade = 0;
-    if (++fade.changesInFade == 3) events.count(PlainEvent::OnOffChangedTwiceInFade);
-    fade.state = 1;
-  }
-  onOffGain.assign(n, 0.0);
-  onOffValue.assign(n, 0.0f);
-  for (int i = 0; i < n; ++i) {
-    if (fade.state == 1) {
-      onOffGain[i] = fade.fadeOut[fade.position];
-      onOffValue[i] = onOff == 1.0f ? 0.0f : 1.0f;
-      ++fade.position;
-      if (fade.position == fade.length) {
-        fade.position = 0;
-        fade.state = 2;
-      }
-    } else if (fade.state == 2) {
-      onOffGain[i] = fade.fadeIn[fade.position];
-      onOffValue[i] = onOff;
-      ++fade.position;
-      if (fade.position == fade.length) {
-        fade.position = 0;
-        fade.state = 0;
-      }
-    } else {
-      onOffGain[i] = fade.idleGain;
-      onOffValue[i] = onOff;
-    }
-  }
-  fade.lastValue = onOff;
+// A value that changed in a fade turns On/Off back at once; Color is looked at again when it is silent.
+void PlainPedal::noteChange(FadeSwitch& fade, float value, PlainEvent whenIdle) {
+  if (value == fade.lastValue) return;
+  events.count(whenIdle, fade.state);
+  if (fade.state == 0) fade.changesInFade = 0;
+  const int thirdInFade = 3; // stands behind those for the three states
+  if (++fade.changesInFade == 3) events.count(whenIdle, thirdInFade);
+  if (fade.state == 0 || whenIdle == PlainEvent::OnOffChangeIdle) fade.state = 1;
 }
 
-void PlainPedal::fadeColor(int n) {
-  FadeSwitch& fade = colorSwitch;
-  if (color != fade.lastValue) {
-    events.count(PlainEvent::ColorChangeIdle, fade.state);
-    if (fade.state == 0) fade.changesInFade = 0;
-    if (++fade.changesInFade == 3) events.count(PlainEvent::ColorChangedTwiceInFade);
-    if (fade.state == 0) fade.state = 1;
+// The gain of the next sample.
+double PlainPedal::nextGain(FadeSwitch& fade) {
+  if (fade.state == 0) return fade.idleGain;
+  const double gain = fade.state == 1 ? fade.fadeOut[fade.position] : fade.fadeIn[fade.position];
+  ++fade.position;
+  if (fade.position == fade.length) {
+    fade.position = 0;
+    fade.state = fade.state == 1 ? 2 : 0;
   }
-  colorGain.assign(n, 0.0);
+  return gain;
+}
+
+void PlainPedal::playSwitches(int n) {
+  noteChange(onOffSwitch, onOff, PlainEvent::OnOffChangeIdle);
+  noteChange(colorSwitch, color, PlainEvent::ColorChangeIdle);
+  onOffGain.clear();
+  onOffValue.clear();
+  colorGain.clear();
   for (int i = 0; i < n; ++i) {
-    if (fade.state == 1) {
-      colorGain[i] = fade.fadeOut[fade.position];
-      ++fade.position;
-      if (fade.position == fade.length) {
-        fade.position = 0;
-        fade.state = 2;
-      }
-    } else if (fade.state == 2) {
-      colorGain[i] = fade.fadeIn[fade.position];
-      ++fade.position;
-      if (fade.position == fade.length) {
-        fade.position = 0;
-        fade.state = 0;
-      }
-    } else {
-      colorGain[i] = fade.idleGain;
-    }
+    const bool onOldSide = onOffSwitch.state == 1;
+    onOffValue.push_back(onOldSide ? (onOff == 1.0f ? 0.0f : 1.0f) : onOff);
+    onOffGain.push_back(nextGain(onOffSwitch));
+    colorGain.push_back(nextGain(colorSwitch));
   }
-  fade.lastValue = color;
+  onOffSwitch.lastValue = onOff;
+  colorSwitch.lastValue = color;
 }
 
 double PlainPedal::readTap(double delay) {
@@ -386,8 +358,7 @@ double PlainPedal::advanceTap(double delay) {
     toneStep[j] = (toneCoef[j] - prevToneCoef[j]) * inv;
   const double pedalStep = (pedalPos - lastPedal) * inv;
 
-  fadeOnOff(n);
-  fadeColor(n);
+  playSwitches(n);
   sweep->start(sweepRate, kDepth, kDepth, n, 0);
   const bool pitchUp = cents > 0;
   if (n > 0) events.count(PlainEvent::IdleIdle, 3 * onOffStateBefore + colorStateBefore);

@@ -60,8 +60,9 @@ private:
   void processFlushed(const double* input, double* output, int n);
   void updateTone();
   void startFirstBlock();
-  void fadeOnOff(int n);
-  void fadeColor(int n);
+  void noteChange(FadeSwitch& fade, float value, PlainEvent whenIdle);
+  static double nextGain(FadeSwitch& fade);
+  void playSwitches(int n);
   double readTap(double delay);
   double advanceTap(double delay);
 

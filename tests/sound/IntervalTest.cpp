@@ -105,18 +105,6 @@ TEST_CASE("higher rates bend by the same intervals") {
     checkInterval(color, kToe, 96000.0f, 2000.0);
 }
 
-TEST_CASE("where one tap is nearly alone the crossings alone show the octave") {
-  // 33 periods fit the distance of the taps (half a sweep of 3145 samples), so that they sound in phase and
-  // the quiet one does not pull the pitch while it comes in
-  const double rate = 48000.0, freq = 33.0 * 2.0 * rate / 3145.0;
-  const std::vector<double> wet = shiftedSound(2, kToe, 48000.0f, sine(freq, rate, 12000));
-  const std::vector<double> sweep = crossfade(rate, 2.0, 12000);
-  const int splice = splices(sweep)[3];
-  const Stretch alone{splice + 60, splice + 300}; // the loud tap stays above 0.95 of its weight
-  const double heard = crossingFrequency(cut(wet, alone), rate);
-  CHECK(std::abs(1200.0 * std::log2(heard / (2.0 * freq))) < kAllowedCents);
-}
-
 TEST_CASE("at the toe of the detune colour only the dry sound is left") {
   const std::vector<double> input = sine(1000.0, 48000.0, 5000);
   const std::vector<double> output = Player(48000.0f, 0, kToe).play(input);

@@ -87,14 +87,3 @@ PitchReading readPitch(const std::vector<double>& sound, const std::vector<doubl
   }
   return {best, least};
 }
-
-double crossingFrequency(const std::vector<double>& sound, double rateHz) {
-  double first = -1.0, last = -1.0;
-  int crossings = -1;
-  for (std::size_t n = 1; n < sound.size(); ++n) {
-    if (!(sound[n - 1] < 0.0 && sound[n] >= 0.0)) continue;
-    last = static_cast<double>(n) - sound[n] / (sound[n] - sound[n - 1]);
-    if (++crossings == 0) first = last;
-  }
-  return crossings * rateHz / (last - first);
-}

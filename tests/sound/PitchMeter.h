@@ -17,6 +17,3 @@ struct PitchReading {
 // sound, sweep: samples and crossfade positions of a stretch without a splice.
 PitchReading readPitch(const std::vector<double>& sound, const std::vector<double>& sweep, double expectedHz,
                        double rateHz, double range = 150.0);
-
-// Frequency by the zero crossings of a stretch in which one tap is nearly alone.
-double crossingFrequency(const std::vector<double>& sound, double rateHz);

@@ -87,22 +87,6 @@ TEST_CASE("the longest slice ends with the line, and before a lengthening tap re
   CHECK(line.longestSlice(0.0) == 98);
 }
 
-TEST_CASE("tap 1 alone is heard at a position of 1, tap 2 alone at 0") {
-  BuiltLine line(20);
-  line.pass(ramp(1, 10));
-  Slice slice = line.written({11, 12, 13});
-  const double loud = crossfadeWeight(1.0), half = crossfadeWeight(0.5);
-  for (int i = 0; i < 3; ++i) {
-    slice.sweepBuffer[i] = 1.0 - i * 0.5;
-    slice.delay1[i] = 2.0;
-    slice.delay2[i] = 6.5;
-  }
-  line.read(slice, 6.5);
-  CHECK(slice.shifted[0] == doctest::Approx(loud * 9.0));
-  CHECK(slice.shifted[1] == doctest::Approx(half * 10.0 + half * 5.5));
-  CHECK(slice.shifted[2] == doctest::Approx(loud * 6.5));
-}
-
 TEST_CASE("a slice is read to the bits of its single samples, anywhere in the line, also by outgrown taps") {
   std::mt19937_64 random(11);
   constexpr int kLength = 1000;

@@ -46,16 +46,28 @@ double mapped(const Bounds& bounds, float f) {
   return single(static_cast<double>(least) + static_cast<double>(part));
 }
 
-// Checks a curve against f of x, f already narrowed.
-void checkCurve(const ParamCurve& curve, const Bounds& bounds, const std::function<float(float)>& f) {
-  for (float value : values()) {
-    CAPTURE(value);
-    const double expected = mapped(bounds, f(mirrored(bounds, value)));
-    const double actual = curve.evaluate(value);
-    if (std::isnan(expected))
-      CHECK(std::isnan(actual));
-    else
-      CHECK(bitsOf(actual) == bitsOf(expected));
+// A curve's fields but its bounds.
+struct Shape {
+  int32_t kind;
+  float scale, centre, offset, exponent;
+  std::vector<float> coefficients = {};
+};
+
+// Checks a shape between all bounds against f of x, f already narrowed.
+void checkShape(const Shape& shape, const std::function<float(float)>& f) {
+  for (const Bounds& bounds : kBounds) {
+    ParamCurve curve(shape.kind, bounds.lo, bounds.hi, shape.scale, shape.centre, shape.offset,
+                     shape.exponent);
+    curve.setPolynomial(shape.coefficients.data(), static_cast<int32_t>(shape.coefficients.size()));
+    for (float value : values()) {
+      CAPTURE(shape.kind);
+      CAPTURE(value);
+      const double expected = mapped(bounds, f(mirrored(bounds, value))), actual = curve.evaluate(value);
+      if (std::isnan(expected))
+        CHECK(std::isnan(actual));
+      else
+        CHECK(bitsOf(actual) == bitsOf(expected));
+    }
   }
 }
 
@@ -66,75 +78,53 @@ template <typename Field> std::ptrdiff_t offsetIn(const ParamCurve& curve, const
 } // namespace
 
 TEST_CASE("kind 0: offset plus scale times a power, formed in double, narrowed once") {
-  struct Row {
-    float scale, centre, offset, exponent;
-  };
-  for (const Row& row : {Row{1.0f, 0.0f, 0.0f, 3.0f}, Row{-8.0f, 0.35f, 1.0f, 3.0f},
-                         Row{0.7f, 0.1f, 0.2f, 2.5f}, Row{3.0f, 0.0f, -1.0f, 0.1f}}) {
-    for (const Bounds& bounds : kBounds) {
-      const ParamCurve curve(0, bounds.lo, bounds.hi, row.scale, row.centre, row.offset, row.exponent);
-      checkCurve(curve, bounds, [&](float x) {
-        const double base = single(static_cast<double>(x) - static_cast<double>(row.centre));
-        const double power = std::pow(base, static_cast<double>(row.exponent));
-        return single(static_cast<double>(row.offset) + static_cast<double>(row.scale) * power);
-      });
-    }
+  for (const Shape& shape : {Shape{0, 1.0f, 0.0f, 0.0f, 3.0f}, Shape{0, -8.0f, 0.35f, 1.0f, 3.0f},
+                             Shape{0, 0.7f, 0.1f, 0.2f, 2.5f}, Shape{0, 3.0f, 0.0f, -1.0f, 0.1f}}) {
+    checkShape(shape, [&](float x) {
+      const double base = single(static_cast<double>(x) - static_cast<double>(shape.centre));
+      const double power = std::pow(base, static_cast<double>(shape.exponent));
+      return single(static_cast<double>(shape.offset) + static_cast<double>(shape.scale) * power);
+    });
   }
 }
 
 TEST_CASE("kind 1: x to the root of 2, all in single precision") {
   CHECK(bitsOf(single(std::sqrt(2.0))) == 0x3FB504F3);
-  for (const Bounds& bounds : kBounds) {
-    const ParamCurve curve(1, bounds.lo, bounds.hi, 5.0f, 6.0f, 7.0f, 8.0f);
-    checkCurve(curve, bounds, [](float x) { return ::powf(x, 1.41421354f); });
-  }
+  checkShape({1, 5.0f, 6.0f, 7.0f, 8.0f}, [](float x) { return ::powf(x, 1.41421354f); });
 }
 
 TEST_CASE("kind 2: arctangent about the centre, its inner product in single, its quotient in double") {
-  for (float scale : {2.5f, 0.3f, -1.7f}) {
-    for (float centre : {0.5f, 0.2f}) {
-      for (const Bounds& bounds : kBounds) {
-        const ParamCurve curve(2, bounds.lo, bounds.hi, scale, centre, 9.0f, 9.0f);
-        checkCurve(curve, bounds, [&](float x) {
-          const float distance = single(static_cast<double>(x) - static_cast<double>(centre));
-          const float angle = single(2.0 * static_cast<double>(scale) * static_cast<double>(distance));
-          const volatile float halfInSingle = ::atanf(scale); // memory takes off what a register has more
-          const double half = halfInSingle;
-          return single((std::atan(static_cast<double>(angle)) + half) / (2.0 * half));
-        });
-      }
-    }
+  for (const Shape& shape : {Shape{2, 2.5f, 0.5f, 9.0f, 9.0f}, Shape{2, 2.5f, 0.2f, 9.0f, 9.0f},
+                             Shape{2, 0.3f, 0.5f, 9.0f, 9.0f}, Shape{2, -1.7f, 0.2f, 9.0f, 9.0f}}) {
+    checkShape(shape, [&](float x) {
+      const float distance = single(static_cast<double>(x) - static_cast<double>(shape.centre));
+      const float angle = single(2.0 * static_cast<double>(shape.scale) * static_cast<double>(distance));
+      const volatile float halfInSingle = ::atanf(shape.scale); // memory takes off what a register has more
+      const double half = halfInSingle;
+      return single((std::atan(static_cast<double>(angle)) + half) / (2.0 * half));
+    });
   }
 }
 
 TEST_CASE("kind 3: a polynomial, ascending powers of x added up in single precision") {
-  const std::vector<std::vector<float>> polynomials = {
-      {0.7f}, {2.0f, -0.3f}, {0.1f, 0.2f, 0.3f}, {-1.5f, 0.25f, 1.0f, -0.125f, 0.6f}};
-  for (const auto& coefficients : polynomials) {
-    for (const Bounds& bounds : kBounds) {
-      ParamCurve curve(3, bounds.lo, bounds.hi, 1.0f, 2.0f, 3.0f, 4.0f);
-      curve.setPolynomial(coefficients.data(), static_cast<int32_t>(coefficients.size()));
-      checkCurve(curve, bounds, [&](float x) {
-        float sum = coefficients.back();
-        float power = 1.0f;
-        for (std::size_t i = 1; i < coefficients.size(); ++i) {
-          power = single(static_cast<double>(power) * static_cast<double>(x));
-          const float term = single(static_cast<double>(*(coefficients.rbegin() + i)) * power);
-          sum = single(static_cast<double>(sum) + static_cast<double>(term));
-        }
-        return sum;
-      });
-    }
+  for (const std::vector<float>& coefficients : std::vector<std::vector<float>>{
+           {0.7f}, {2.0f, -0.3f}, {0.1f, 0.2f, 0.3f}, {-1.5f, 0.25f, 1.0f, -0.125f, 0.6f}}) {
+    checkShape({3, 1.0f, 2.0f, 3.0f, 4.0f, coefficients}, [&](float x) {
+      float sum = coefficients.back(); // the highest power stands first
+      float power = 1.0f;
+      for (std::size_t i = 1; i < coefficients.size(); ++i) {
+        power = single(static_cast<double>(power) * static_cast<double>(x));
+        const float term = single(static_cast<double>(*(coefficients.rbegin() + i)) * power);
+        sum = single(static_cast<double>(sum) + static_cast<double>(term));
+      }
+      return sum;
+    });
   }
 }
 
 TEST_CASE("any other kind maps the value itself to the bounds") {
-  for (int32_t kind : {4, -1, 100, std::numeric_limits<int32_t>::min()}) {
-    for (const Bounds& bounds : kBounds) {
-      const ParamCurve curve(kind, bounds.lo, bounds.hi, 5.0f, 6.0f, 7.0f, 8.0f);
-      checkCurve(curve, bounds, [](float x) { return x; });
-    }
-  }
+  for (int32_t kind : {4, -1, 100, std::numeric_limits<int32_t>::min()})
+    checkShape({kind, 5.0f, 6.0f, 7.0f, 8.0f}, [](float x) { return x; });
 }
 
 TEST_CASE("a rising curve is mirrored, a falling or flat one is not") {
@@ -173,6 +163,7 @@ TEST_CASE("no coefficients give f of 0, and null sources and counts below 1 take
     giveAndTake(coefficients, -1);
     giveAndTake(coefficients, std::numeric_limits<int32_t>::min());
     curve.setPolynomial(coefficients, 2);
+    CHECK(curve.coeffs != coefficients);      // a copy
     CHECK(allocations::live() == before + 1); // one set at a time
     curve.setPolynomial(curve.coeffs, 1);     // from itself
     CHECK(curve.evaluate(0.5f) == 9.0);

@@ -65,12 +65,6 @@ bool isFinite(const Sound& sound) {
   return std::all_of(sound.begin(), sound.end(), [](double x) { return std::isfinite(x); });
 }
 
-Sound impulse(int samples) {
-  Sound sound(samples, 0.0);
-  sound[0] = 1.0;
-  return sound;
-}
-
 // Sets the control register for a scope.
 class ScopedWord {
 public:
@@ -120,22 +114,6 @@ TEST_CASE(
   CHECK(PitchPedal::canRun(1073741823.0));
 }
 
-TEST_CASE("the shifted sound comes 5 ms late at the least") {
-  struct Row {
-    double rate;
-    int late; // samples: the nearer one that an input is heard in
-  };
-  for (const Row& row : {Row{1000.0, 5}, {8000.0, 40}, {44100.0, 220}, {48000.0, 240}, {96000.0, 480}}) {
-    CAPTURE(row.rate);
-    Bench bench(row.rate, kLate);
-    bench.play(kLate, Sound(100, 0.0)); // the tone comes up from nothing
-    const Sound heard = bench.play(kLate, impulse(600));
-    for (int i = 0; i < row.late; ++i)
-      CHECK(heard[i] == 0.0);
-    CHECK(heard[row.late] != 0.0);
-  }
-}
-
 TEST_CASE("clearing silences the line and lets the filters ring out") {
   const PedalSettings dark = {1.0f, 0.0f, kLate.color, 0.0f}; // the low branch alone
   Bench bench(1000.0, dark), kept(1000.0, dark);
@@ -177,17 +155,6 @@ TEST_CASE("a NaN stays in a recursion until the rate is set anew, in a switch it
     CHECK(isFinite(bench.playAll(good, testSound(3000), 500)));
     CHECK(bench.pedal.isFinite());
   }
-}
-
-TEST_CASE("a colour or a pitch chosen from outside holds until the pedal moves") {
-  Bench bench(8000.0, kDryOnly);
-  bench.playAll(kDryOnly, Sound(24000, 0.0), 1000); // the smoother has settled
-  bench.pedal.choosePitch(0.25f);
-  CHECK(bench.play(kDryOnly, {1.0})[0] == 0.25);
-  bench.pedal.chooseColor(inRow(6, 0.75f)); // dry gives way towards the toe
-  CHECK(bench.play(kDryOnly, {1.0, 1.0})[1] == 0.25);
-  bench.pedal.chooseColor(inRow(1, 0.0f));
-  CHECK(bench.play(kDryOnly, {1.0, 1.0})[1] == 1.0);
 }
 
 TEST_CASE("whichever allocation of a rate fails, nothing escapes or leaks and the same rate repairs it") {

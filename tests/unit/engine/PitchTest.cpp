@@ -65,38 +65,6 @@ TEST_CASE("a pitch step at heel, middle and toe of every colour") {
   }
 }
 
-TEST_CASE("an octave is a ratio of exactly 2 or a half, five octaves down a thirty-second, none exactly 1") {
-  const auto ratioAt = [](int row, float pedal) {
-    Pitch pitch = prepared();
-    pitch.chooseColor(colorParameter(row), pedal);
-    pitch.choosePitch(pedal);
-    CHECK((pitch.rate() == 0.0) == (pitch.ratio() == 1.0));
-    return pitch.ratio();
-  };
-  CHECK(ratioAt(2, 1.0f) == 2.0);
-  CHECK(ratioAt(2, 0.0f) == 1.0);
-  CHECK(ratioAt(3, 1.0f) == 0.25);
-  CHECK(ratioAt(4, 0.0f) == 0.5);
-  CHECK(ratioAt(4, 0.5f) == 1.0);
-  CHECK(ratioAt(6, 0.0f) == 0.03125);
-  CHECK(ratioAt(7, 1.0f) == 2.0);
-}
-
-TEST_CASE("a colour step takes the row's range and mixes by the live pedal") {
-  Pitch pitch = prepared();
-  pitch.chooseColor(colorParameter(4), 1.0f);
-  pitch.choosePitch(1.0f);
-  for (int row = 0; row < 8; ++row) {
-    for (int place = 0; place < 3; ++place) {
-      pitch.chooseColor(colorParameter(row), 0.5f * static_cast<float>(place));
-      CHECK(pitch.gains().dry == kRows[row].dry[place]);
-      CHECK(pitch.gains().wet == kRows[row].wet[place]);
-      CHECK(pitch.ratio() == 2.0); // the pitch is the next step's
-      CHECK(pitch.pedal() == 1.0f);
-    }
-  }
-}
-
 TEST_CASE("a change of the pitch's sign turns the sweep, and 0 on either side does not") {
   CHECK(crosses(4, 1.0f, 4, 0.0f)); // +1200 to -1200
   CHECK(crosses(4, 0.0f, 4, 1.0f));

@@ -166,75 +166,6 @@ TEST_CASE("a stretch is read and filtered to the bits of its single samples, any
   CHECK(wrapped > 200);
 }
 
-TEST_CASE("the joint loop has the bits of low pass, tone filter and smoother one after another") {
-  const std::vector<double> sound = noise(200);
-  for (const bool ramps : {true, false}) {
-    Filters ours(ramps), plain(ramps);
-    const auto actual = sliceAt(100, 200), expected = sliceAt(100, 200);
-    std::copy_n(sound.begin(), 200, actual->shifted);
-    std::copy_n(sound.begin(), 200, expected->shifted);
-    JointFilters joint = ours.joint();
-    SmootherRun pedal{0.999, 0.0003, 0.1};
-    joint.begin(*actual);
-    joint.run<false, false>(*actual, 0, 150, pedal);
-    if (joint.isToneSteady())
-      joint.run<true, true>(*actual, 150, 200, pedal);
-    else
-      joint.run<false, true>(*actual, 150, 200, pedal);
-    double position = 0.1;
-    for (int i = 0; i < 150; ++i)
-      position = 0.999 * position + 0.0003;
-    CHECK(bitsOf(pedal.state) == bitsOf(position));
-    for (int i = 0; i < 200; ++i)
-      plain.lowPass.iirProcessing(expected->shifted + i);
-    plain.tone.run(plain.block, *expected);
-    int wrong = 0;
-    for (int i = 0; i < 200; ++i) {
-      const double lowGain = rampAt(ours.tone.start().lowGain, ours.block.toneStep.lowGain, 100 + i);
-      const double highGain = rampAt(ours.tone.start().highGain, ours.block.toneStep.highGain, 100 + i);
-      const double toned = lowGain * (actual->low[i] + actual->low[i + 1]) +
-                           highGain * (actual->high[i + 1] - actual->high[i]);
-      wrong += bitsOf(toned) != bitsOf(expected->toned[i]);
-    }
-    CHECK(wrong == 0);
-    CHECK(bitsOf(ours.lowPass.state1) == bitsOf(plain.lowPass.state1));
-    CHECK(bitsOf(ours.tone.lendBranches().toneHighState) == bitsOf(plain.tone.lendBranches().toneHighState));
-  }
-}
-
-TEST_CASE(
-    "taps that neither jump nor are held move to the bits of single steps, up to the sample where one does") {
-  Random random(4);
-  int whole = 0, stopped = 0;
-  for (int round = 0; round < 5000; ++round) {
-    const SteadyTaps start = randomTaps(random);
-    const auto actual = sliceAt(0, 256), expected = sliceAt(0, 256);
-    for (int32_t i = 0; i < 256; ++i) {
-      actual->pitchRatio[i] = start.pitchRatio + uniform(random, -0.1, 0.1);
-      actual->phaseStep[i] = start.phaseStep * uniform(random, 0.5, 8.0);
-    }
-    TapState ours = start.now, plain = start.now;
-    const auto begin = static_cast<int32_t>(random() % 256);
-    const int32_t end = followFreely(begin, 240.0, ours, *actual);
-    for (int32_t i = begin; i < end; ++i) // a jump to the place where nobody else is would be seen
-      followOne(i, -1e9, 240.0, actual->phaseStep[i], actual->pitchRatio[i], plain, *expected);
-    checkSame(ours, plain);
-    CHECK(differences(actual->delay1 + begin, expected->delay1 + begin, end - begin) == 0);
-    CHECK(differences(actual->delay2 + begin, expected->delay2 + begin, end - begin) == 0);
-    CHECK(differences(actual->sweepBuffer + begin, expected->sweepBuffer + begin, end - begin) == 0);
-    if (end == 256) {
-      ++whole;
-      continue;
-    }
-    ++stopped;
-    const double position = crossfadeAt(ours.phase), move = 1.0 - actual->pitchRatio[end];
-    const double least = std::min(ours.delay1, ours.delay2) + move;
-    CHECK((position == 0.0 || position == 1.0 || least < 240.0 + 1e-9));
-  }
-  CHECK(whole > 500);
-  CHECK(stopped > 500);
-}
-
 TEST_CASE("a tap that passes the line's end, or has outgrown the line, has no stretch") {
   const NoisyLine line(100, 10);
   const LineView view(line);
@@ -260,14 +191,6 @@ TEST_CASE("a tap that passes the line's end, or has outgrown the line, has no st
     CHECK(level == 40);
     CHECK(beyond == 40);
   }
-}
-
-TEST_CASE("a pitch far above the pedal's range has no stretch") {
-  const auto samples = [](double ratio) {
-    return SteadyTaps{{0.5, 0, 3000.0, 2000.0}, 0.001, ratio, 240.0, 3385.0}.stretch(256).samples;
-  };
-  CHECK(samples(7.0) > 100);
-  CHECK(samples(7.5) == 0);
 }
 
 TEST_CASE("a pole or a pedal is steady only if no bit of it changes") {

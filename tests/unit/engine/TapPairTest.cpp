@@ -135,47 +135,6 @@ TEST_CASE("a tap jumps where its own weight is zero: long for a rising pitch, sh
   }
 }
 
-TEST_CASE("a slice's delays and positions are where the taps were before each sample") {
-  BuiltTaps taps;
-  Block block = taps.begun(6, 100.0, true); // 0.2 of phase per sample, an octave up
-  taps.moveTo({0.5, 0, 7.0, 50.0});
-  Slice slice = sliceOf(6, 2.0);
-  taps.follow(block, slice);
-  const double positions[] = {0.5, 0.7, 0.9, 1.0, 0.8, 0.6};
-  const double delays1[] = {7, 6, 5, 5, 5, 5};       // held at the shortest
-  const double delays2[] = {50, 49, 48, 70, 69, 68}; // jumps at a position of 1
-  for (int i = 0; i < 6; ++i) {
-    CAPTURE(i);
-    CHECK(slice.sweepBuffer[i] == doctest::Approx(positions[i]));
-    CHECK(slice.delay1[i] == delays1[i]);
-    CHECK(slice.delay2[i] == delays2[i]);
-  }
-  CHECK(taps.state().falling == 1);
-}
-
-TEST_CASE("a glide leads from the rate before to the rate of the block, whose last sample reaches it") {
-  BuiltTaps taps;
-  Block block = taps.begun(3, 10.0); // the first one has its rate at once
-  Slice slice = sliceOf(3);
-  taps.follow(block, slice);
-  CHECK(stepsOf(slice) == Steps{20000, 20000, 20000});
-  CHECK(taps.isSteady());
-  CHECK(taps.steadyStep() == doctest::Approx(0.02));
-  block = taps.begun(5, 30.0);
-  CHECK(block.glideStart == 0);
-  CHECK_FALSE(taps.isSteady());
-  CHECK(taps.isBoundFor(30.0));
-  CHECK_FALSE(taps.isBoundFor(10.0));
-  for (const int32_t first : {0, 2}) { // in two slices
-    slice = sliceOf(first == 0 ? 2 : 3, 1.0, first);
-    taps.follow(block, slice);
-    CHECK(stepsOf(slice) == (first == 0 ? Steps{20000, 30000} : Steps{40000, 50000, 60000}));
-  }
-  CHECK(taps.state().phase == doctest::Approx(0.06 + 0.2));
-  taps.begun(5, 30.0);
-  CHECK(taps.isSteady());
-}
-
 TEST_CASE("a move of the pedal lets a glide begin there, from the rate that the one before was bound for") {
   struct Row {
     std::vector<bool> moved;
