@@ -100,6 +100,8 @@ TEST_CASE("the rate in force does nothing at all: the delay line survives") {
   CHECK(sameBits(echo, play(*expected, std::vector<double>(500, 0.0))));
 }
 
+TEST_CASE("the base class keeps its own rate") { CHECK(effectAt(96000.0f)->getSampleRate() == 44100.0f); }
+
 TEST_CASE("the effect's colour and pitch are taken from the live Color and a pedal") {
   const auto effect = effectAt(8000.0f, 0.0f, 1.0f); // the dry sound alone, its gain the pedal's
   for (int block = 0; block < 24; ++block)

@@ -129,6 +129,20 @@ TEST_CASE("clearing silences the line and lets the filters ring out") {
   CHECK(std::abs(cleared[199]) < 1e-9);
 }
 
+TEST_CASE("steady parameters give the same bits in any blocks, once the tone ramp is over") {
+  const PedalSettings steady = inRow(4, 0.0f);
+  const auto played = [&](std::ptrdiff_t size) {
+    Bench bench(44100.0, steady, 1);
+    bench.play(steady, testSound(50));
+    return bench.playAll(steady, testSound(9000), size);
+  };
+  const Sound whole = played(9000);
+  for (const int size : {1, 2, 5, 63, 64, 255, 256, 257, 500, 4096}) {
+    CAPTURE(size);
+    CHECK(sameBits(played(size), whole));
+  }
+}
+
 TEST_CASE("a NaN stays in a recursion until the rate is set anew, in a switch it does not") {
   struct Row {
     PedalSettings settings;
