@@ -125,3 +125,28 @@ TEST_CASE("a pitch that is no number is told, and forgotten with the next choice
     CHECK(pitch.ratio() == 1.0);
   }
 }
+
+TEST_CASE(
+    "a slice has the pitch of each sample from its bend on, what was chosen before it, and is crossed from") {
+  Pitch pitch = prepared();
+  pitch.chooseColor(colorParameter(6), 1.0f);
+  pitch.choosePitch(1.0f);
+  Slice slice{};
+  slice.samples = 4;
+  slice.bend = 1;
+  const int places[] = {2, 1, 2, 0}; // heel, middle and toe
+  for (int i = 1; i < 4; ++i)
+    slice.pedal[i] = 0.5 * places[i];
+  pitch.follow(slice);
+  for (int i = 0; i < 4; ++i) {
+    CAPTURE(i);
+    const double ratio = std::exp2(kRows[6].cents[places[i]] / 1200.0);
+    CHECK(slice.pitchRatio[i] == doctest::Approx(ratio).epsilon(1e-14));
+    CHECK(slice.sweepRate[i + 1] ==
+          doctest::Approx(std::abs(1.0 - ratio) * kRate / kSweepLength).epsilon(1e-13));
+    CHECK(slice.dryGain[i] == kRows[6].dry[places[i]]);
+    CHECK(slice.wetGain[i] == kRows[6].wet[places[i]]);
+  }
+  CHECK(pitch.ratio() == slice.pitchRatio[3]);
+  CHECK(pitch.choosePitch(1.0f)); // from five octaves down
+}
