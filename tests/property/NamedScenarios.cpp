@@ -1,15 +1,12 @@
 // Turns of the pedal that are easy to miss, each played on purpose.
 #include "Duo.h"
-#include "tests/support/ControlWord.h"
+#include "engine/PedalNumbers.h"
 
-#include <cmath>
 #include <doctest/doctest.h>
-#include <limits>
 
 namespace {
 
-constexpr int kOnOff = 0, kTone = 2, kColor = 3, kPedalPos = 4;
-constexpr float kRow1 = 0.125f, kRow2 = 0.25f, kRow3 = 0.375f, kRow6 = 0.75f, kRow7 = 0.875f;
+constexpr float kRow2 = 0.25f, kRow3 = 0.375f, kRow6 = 0.75f;
 constexpr int kFade8000 = 128; // samples: 0.016 s at 8000 Hz
 
 // Row 2 at half pedal is at +600 cents, row 3 at -1200.
