@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <fstream>
 #include <regex>
 #include <sstream>
 
@@ -90,9 +89,4 @@ void Page::takeProse(std::string text, const std::string& row) {
   const Names named = takeAll(text, std::regex("\\*([^*\\s][^*]*)\\*"));
   append(tests, named);
   if (!row.empty()) testedRows.push_back({row, named});
-}
-
-std::string contentsOf(const std::filesystem::path& file) {
-  std::ifstream stream(file);
-  return {std::istreambuf_iterator<char>(stream), {}};
 }

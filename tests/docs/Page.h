@@ -1,7 +1,6 @@
 // A Markdown page, taken apart into what can be checked.
 #pragma once
 
-#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -31,5 +30,3 @@ struct Page {
 private:
   void takeProse(std::string text, const std::string& row = {});
 };
-
-std::string contentsOf(const std::filesystem::path& file);
