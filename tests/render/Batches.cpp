@@ -2,289 +2,190 @@
 #include "Program.h"
 #include "SoundFiles.h"
 
-#include <algorithm>
 #include <csignal>
 #include <doctest/doctest.h>
-#include <fcntl.h>
 #include <filesystem>
-#include <sys/stat.h>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
 namespace {
 
-using Names = std::vector<std::string>;
+const std::string kTold = "treadshift-render: ";
 
-Names namesIn(const std::string& directory) {
-  Names list;
-  for (const auto& entry : fs::directory_iterator(directory))
-    list.push_back(entry.path().filename());
-  std::sort(list.begin(), list.end());
-  return list;
-}
-
-// Twelve recordings of different lengths and noises.
-Names writeTakes(const Workspace& work) {
-  Names paths;
+// Twelve recordings of different lengths and noises: take0.wav to take11.wav.
+Names writeTakes() {
+  Names names;
   for (unsigned i = 0; i < 12; ++i) {
-    paths.push_back(work.path("take" + std::to_string(i) + ".wav"));
-    writeSound(paths.back(), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, softNoise(3000 + 1000 * i, i + 1)});
+    names.push_back("take" + std::to_string(i) + ".wav");
+    writeTake(names.back(), 3000 + 1000 * i, i + 1);
   }
-  return paths;
-}
-
-Names with(Names words, const Names& more) {
-  words.insert(words.end(), more.begin(), more.end());
-  return words;
+  return names;
 }
 
 } // namespace
 
 TEST_CASE("each of several recordings becomes what it becomes alone, however many run at a time") {
   const Workspace work;
-  const Names takes = writeTakes(work);
-  const Names course = {"--pedal", "0:0,0.1:1", "--dither"};
-  for (const char* jobs : {"1", "2", "8"}) {
+  const Names takes = writeTakes();
+  const std::string course = "--pedal 0:0,0.1:1 --dither ";
+  for (const std::string& take : takes)
+    REQUIRE(render(take + " alone-" + take + " " + course).status == 0);
+  for (const std::string jobs : {"1", "2", "8"}) {
     CAPTURE(jobs);
-    const std::string directory = work.path(std::string("bent") + jobs);
-    const Outcome outcome = render(with(with(takes, course), {"--out-dir", directory, "--jobs", jobs}));
+    const std::string directory = "bent" + jobs;
+    const Outcome outcome = render("take*.wav --out-dir " + directory + " --jobs " + jobs + " " + course);
     CHECK(outcome.status == 0);
     CHECK(outcome.out == "");
     CHECK(outcome.err == "");
     REQUIRE(namesIn(directory).size() == takes.size());
-    for (const std::string& take : takes) {
-      REQUIRE(render(with({take, work.path("alone.wav")}, course)).status == 0);
-      CHECK(fileBytes(directory + "/" + fs::path(take).filename().string()) ==
-            fileBytes(work.path("alone.wav")));
-    }
+    for (const std::string& take : takes)
+      CHECK(contentsOf(directory + "/" + take) == contentsOf("alone-" + take));
   }
 }
 
 TEST_CASE("each colour and each preset of each recording, as one by one") {
   const Workspace work;
-  const Names takes = {work.path("a.wav"), work.path("b.c.flac")};
-  writeSound(takes[0], {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, softNoise(9000, 1)});
-  writeSound(takes[1], {44100, 2, SF_FORMAT_FLAC | SF_FORMAT_PCM_16, softNoise(9000, 2)});
-  const Names moves = {"--pedal", "0:0.2,0.1:1"};
-  const std::string directory = work.path("colors");
-  REQUIRE(render(with(with(takes, moves), {"--each-color", "--out-dir", directory, "-j", "2"})).status == 0);
+  writeTake("a.wav", 9000, 1);
+  writeTake("b.c.flac", 9000, 2, SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 2);
+  const std::string moves = "--pedal 0:0.2,0.1:1 ";
+  REQUIRE(render("a.wav b.c.flac --each-color --out-dir colors -j 2 " + moves).status == 0);
+  CHECK(namesIn("colors").size() == 16);
   const Names names = {"semitone-down",     "quarter-tone-up",           "octave-up",
                        "two-octaves-down",  "octave-down-to-up",         "fifth-down-to-fourth-up",
                        "five-octaves-down", "five-octaves-down-with-dry"};
-  CHECK(namesIn(directory).size() == 16);
   for (std::size_t color = 0; color < names.size(); ++color) {
     CAPTURE(color);
-    const Names one = with({"--color", std::to_string(color)}, moves);
-    REQUIRE(render(with({takes[0], work.path("one.wav")}, one)).status == 0);
-    CHECK(fileBytes(directory + "/a-" + names[color] + ".wav") == fileBytes(work.path("one.wav")));
-    REQUIRE(render(with({takes[1], work.path("one.flac")}, one)).status == 0);
-    CHECK(fileBytes(directory + "/b.c-" + names[color] + ".flac") == fileBytes(work.path("one.flac")));
+    const std::string one = "--color " + std::to_string(color) + " " + moves;
+    REQUIRE(render("a.wav one.wav " + one).status == 0);
+    CHECK(contentsOf("colors/a-" + names[color] + ".wav") == contentsOf("one.wav"));
+    CHECK(fs::exists("colors/b.c-" + names[color] + ".flac"));
   }
-  writeBytes(work.path("own.conf"), "[Deep & Dull]\ncolor = 3\ntone = 0.1\n[Half]\ncolor = 0\npedal = 0.5\n");
-  const Names own = {"--load-preset", work.path("own.conf"), "--tone", "0.4"};
-  REQUIRE(render(with(with({takes[0]}, own), {"--each-preset", "--out-dir", work.path("presets")})).status ==
-          0);
-  CHECK(namesIn(work.path("presets")) == Names{"a-deep-dull.wav", "a-half.wav"});
-  for (const auto& [name, preset] : {std::pair{"a-deep-dull.wav", "Deep & Dull"}, {"a-half.wav", "Half"}}) {
-    REQUIRE(render(with(with({takes[0], work.path("one.wav")}, own), {"--preset", preset})).status == 0);
-    CHECK(fileBytes(work.path("presets/") + name) == fileBytes(work.path("one.wav")));
-  }
-}
+  REQUIRE(render("b.c.flac one.flac --color 7 " + moves).status == 0);
+  CHECK(contentsOf("colors/b.c-five-octaves-down-with-dry.flac") == contentsOf("one.flac"));
 
-TEST_CASE("a compared recording replaces no other") {
-  const Workspace work;
-  for (const char* name : {"a.wav", "a-octave-up.wav"})
-    writeSound(work.path(name), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, softNoise(1000)});
-  const Outcome outcome =
-      render({work.path("a.wav"), work.path("a-octave-up.wav"), "--each-color", "--out-dir", work.path("")});
-  CHECK(outcome.status == 2);
-  CHECK(holds(outcome.err, "would replace the input '" + work.path("a-octave-up.wav") + "'"));
-  CHECK(work.names() == Names{"a-octave-up.wav", "a.wav"});
+  writeBytes("own.conf", "[Deep & Dull]\ncolor = 3\ntone = 0.1\n[Half]\ncolor = 0\npedal = 0.5\n");
+  const std::string own = " --load-preset own.conf --tone 0.4 ";
+  REQUIRE(render("a.wav --each-preset --out-dir presets" + own).status == 0);
+  CHECK(namesIn("presets") == Names{"a-deep-dull.wav", "a-half.wav"});
+  for (const auto& [name, preset] : {std::pair{"a-deep-dull.wav", "'Deep & Dull'"}, {"a-half.wav", "Half"}}) {
+    REQUIRE(render("a.wav one.wav --preset " + std::string(preset) + own).status == 0);
+    CHECK(contentsOf("presets/" + std::string(name)) == contentsOf("one.wav"));
+  }
 }
 
 TEST_CASE("one that cannot be rendered does not keep the others") {
   const Workspace work;
-  Names takes = writeTakes(work);
-  writeBytes(takes[3], "no sound");
-  takes.push_back(work.path("missing.wav"));
-  const Outcome outcome = render(with(takes, {"--out-dir", work.path("bent"), "-j", "3"}));
+  writeTakes();
+  writeBytes("take3.wav", "no sound");
+  const Outcome outcome = render("take*.wav missing.wav --out-dir bent -j 3");
   CHECK(outcome.status == 1);
-  CHECK(std::count(outcome.err.begin(), outcome.err.end(), '\n') == 2);
-  CHECK(holds(outcome.err, "treadshift-render: input '" + takes[3] + "': not a sound file that can be read"));
-  CHECK(holds(outcome.err, "treadshift-render: input '" + takes[12] + "': No such file or directory; "));
-  CHECK(namesIn(work.path("bent")).size() == 11);
+  CHECK(linesOf(outcome.err).size() == 2);
+  CHECK(holds(outcome.err, kTold + "input 'take3.wav': not a sound file that can be read"));
+  CHECK(holds(outcome.err, kTold + "input 'missing.wav': No such file or directory; "));
+  CHECK(namesIn("bent").size() == 11);
 }
 
 TEST_CASE("each failure has its own reason, whatever runs beside it") {
   const Workspace work;
-  Names takes = writeTakes(work);
-  for (int i = 0; i < 60; ++i) {
-    takes.push_back(work.path("bad" + std::to_string(i) + ".wav"));
-    writeBytes(takes.back(), std::string("RIFF\x24\0\0\0WAVE", 12));
-  }
-  const Outcome outcome = render(with(takes, {"--out-dir", work.path("bent"), "--jobs", "8"}));
+  writeTakes();
+  for (int i = 0; i < 60; ++i)
+    writeBytes("bad" + std::to_string(i) + ".wav", std::string("RIFF\x24\0\0\0WAVE", 12));
+  const Outcome outcome = render("take*.wav bad*.wav --out-dir bent --jobs 8");
   CHECK(outcome.status == 1);
   int told = 0;
-  const char* const reason = "(Error in WAV file. No 'data' chunk marker)";
-  for (std::size_t at = 0; (at = outcome.err.find(reason, at)) != std::string::npos; ++at)
-    ++told;
+  for (const std::string& line : linesOf(outcome.err))
+    told += holds(line, "(Error in WAV file. No 'data' chunk marker)");
   CHECK(told == 60);
 }
 
 TEST_CASE("outputs keep the names, and the extensions that can be written") {
   const Workspace work;
-  const int mono16 = SF_FORMAT_PCM_16;
-  writeSound(work.path("a.flac"), {44100, 1, SF_FORMAT_FLAC | mono16, softNoise(1000)});
-  writeSound(work.path("b.AIFF"), {44100, 1, SF_FORMAT_AIFF | mono16, softNoise(1000)});
-  writeSound(work.path("c.voc"), {44100, 1, SF_FORMAT_VOC | mono16, softNoise(1000)});
-  writeSound(work.path("d"), {44100, 1, SF_FORMAT_WAV | mono16, softNoise(1000)});
-  const Names inputs = {work.path("a.flac"), work.path("b.AIFF"), work.path("c.voc"), work.path("d")};
-  CHECK(render(with(inputs, {"--out-dir", work.path("kept/deep")})).status == 0);
-  CHECK(namesIn(work.path("kept/deep")) == Names{"a.flac", "b.AIFF", "c.voc.wav", "d.wav"});
-  CHECK(readSound(work.path("kept/deep/b.AIFF")).format == (SF_FORMAT_AIFF | mono16));
-  CHECK(render(with(inputs, {"--out-dir", work.path("typed"), "--type", "flac"})).status == 0);
-  CHECK(namesIn(work.path("typed")) == Names{"a.flac", "b.flac", "c.flac", "d.flac"});
-  CHECK(readSound(work.path("typed/d.flac")).format == (SF_FORMAT_FLAC | mono16));
+  writeTake("a.flac", 1000, 1, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);
+  writeTake("b.AIFF", 1000, 1, SF_FORMAT_AIFF | SF_FORMAT_PCM_16);
+  writeTake("c.voc", 1000, 1, SF_FORMAT_VOC | SF_FORMAT_PCM_16);
+  writeTake("d", 1000);
+  const std::string inputs = "a.flac b.AIFF c.voc d --out-dir ";
+  CHECK(render(inputs + "kept/deep").status == 0);
+  CHECK(namesIn("kept/deep") == Names{"a.flac", "b.AIFF", "c.voc.wav", "d.wav"});
+  CHECK(readSound("kept/deep/b.AIFF").format == (SF_FORMAT_AIFF | SF_FORMAT_PCM_16));
+  CHECK(render(inputs + "typed --type flac").status == 0);
+  CHECK(namesIn("typed") == Names{"a.flac", "b.flac", "c.flac", "d.flac"});
+  CHECK(readSound("typed/d.flac").format == (SF_FORMAT_FLAC | SF_FORMAT_PCM_16));
 }
 
-TEST_CASE("two recordings that would become one file are a wrong call") {
+TEST_CASE("several recordings neither become one file nor replace one another") {
   const Workspace work;
-  fs::create_directory(work.path("one"));
-  fs::create_directory(work.path("two"));
-  for (const char* name : {"one/a.wav", "two/a.wav", "one/a.flac"})
-    writeSound(work.path(name), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, softNoise(1000)});
-  const auto check = [&](const Names& arguments, const std::string& message) {
-    const Outcome outcome = render(with(arguments, {"--out-dir", work.path("bent")}));
-    CHECK(outcome.status == 2);
-    CHECK(outcome.err == "treadshift-render: " + message);
-    CHECK(work.names() == Names{"one", "two"});
-  };
-  check({work.path("one/a.wav"), work.path("two/a.wav")},
-        "input '" + work.path("two/a.wav") + "': would become '" + work.path("bent/a.wav") + "', as '" +
-            work.path("one/a.wav") + "' does; render them into different directories\n");
-  check({work.path("one/a.wav"), work.path("one/a.flac"), "--type", "aiff"},
-        "input '" + work.path("one/a.flac") + "': would become '" + work.path("bent/a.aiff") + "', as '" +
-            work.path("one/a.wav") + "' does; render them into different directories\n");
-  check({work.path("one/a.wav"), work.path("one/a.wav")},
-        "input '" + work.path("one/a.wav") + "': named twice; name it once\n");
-  check({"-"}, "input '-': the standard input has no name for --out-dir to keep; name the output instead\n");
-}
-
-TEST_CASE("no recording is replaced by another's output") {
-  const Workspace work;
-  fs::create_directory(work.path("one"));
-  writeSound(work.path("one/a.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, softNoise(1000)});
-  writeSound(work.path("a.flac"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, softNoise(2000)});
-  fs::create_symlink("a.flac", work.path("a.wav"));
-  const std::string bytes = fileBytes(work.path("a.flac"));
-  const Outcome outcome = render({work.path("one/a.wav"), work.path("a.flac"), "--out-dir", work.path("")});
-  CHECK(outcome.status == 2);
-  CHECK(
-      holds(outcome.err, "would replace the input '" + work.path("a.flac") + "'; give another --out-dir\n"));
-  CHECK(fileBytes(work.path("a.flac")) == bytes);
+  fs::create_directory("one");
+  fs::create_directory("two");
+  for (const char* name : {"one/a.wav", "two/a.wav", "one/a.flac", "a.flac", "b.wav", "b-octave-up.wav"})
+    writeTake(name, 1000);
+  fs::create_symlink("a.flac", "a.wav");
+  const std::string bytes = contentsOf("a.flac");
+  const std::string apart = "' does; render them into different directories\n";
+  checkRefused(2, "one/a.wav two/a.wav --out-dir bent",
+               "input 'two/a.wav': would become 'bent/a.wav', as 'one/a.wav" + apart);
+  checkRefused(2, "one/a.wav one/a.flac --type aiff --out-dir bent",
+               "input 'one/a.flac': would become 'bent/a.aiff', as 'one/a.wav" + apart);
+  checkRefused(2, "one/a.wav one/a.wav --out-dir bent", "input 'one/a.wav': named twice; name it once\n");
+  checkRefused(2, "one/a.wav a.flac --out-dir .",
+               "output './a.wav': would replace the input 'a.flac'; give "
+               "another --out-dir\n");
+  checkRefused(2, "b.wav b-octave-up.wav --each-color --out-dir .",
+               "output './b-octave-up.wav': would replace the input 'b-octave-up.wav'");
+  CHECK(contentsOf("a.flac") == bytes);
   // Into its own directory is over itself.
-  const Outcome own = render({work.path("one/a.wav"), "--out-dir", work.path("one")});
-  CHECK(own.status == 1);
-  CHECK(holds(own.err, "the same file as the input; "));
+  checkRefused(1, "one/a.wav --out-dir one", "output 'one/a.wav': the same file as the input; ");
 }
 
 TEST_CASE("a directory made for nothing goes again, and one that cannot be made is told") {
   const Workspace work;
-  CHECK(render({work.path("missing.wav"), "--out-dir", work.path("bent")}).status == 1);
-  CHECK(work.names().empty());
-  writeBytes(work.path("file"), "");
-  for (const char* directory : {"file", "file/deep", "/proc/none"}) {
-    const std::string path = directory[0] == '/' ? directory : work.path(directory);
-    const Outcome outcome = render({work.path("missing.wav"), "--out-dir", path});
-    CHECK(outcome.status == 1);
-    CHECK(holds(outcome.err, "treadshift-render: --out-dir '" + path + "': "));
-    CHECK(std::count(outcome.err.begin(), outcome.err.end(), '\n') == 1);
-  }
+  checkRefused(1, "missing.wav --out-dir bent", "input 'missing.wav': ");
+  writeBytes("file", "");
+  for (const std::string directory : {"file", "file/deep", "/proc/none"})
+    checkRefused(1, "missing.wav --out-dir " + directory, "--out-dir '" + directory + "': ");
 }
 
-TEST_CASE("with --no-clobber nothing that is there is replaced") {
+TEST_CASE("with --no-clobber nothing is replaced that is there, or appears meanwhile") {
   const Workspace work;
-  const Names takes = writeTakes(work);
-  fs::create_directory(work.path("bent"));
-  writeBytes(work.path("bent/take4.wav"), "an older rendering");
-  const Outcome outcome = render(with(takes, {"--out-dir", work.path("bent"), "-n"}));
+  writeTakes();
+  fs::create_directory("bent");
+  writeBytes("bent/take4.wav", "an older rendering");
+  const Outcome outcome = render("take*.wav --out-dir bent -n");
+  const std::string exists =
+      "': exists already; give another name, or leave out --no-clobber to replace it\n";
   CHECK(outcome.status == 1);
-  CHECK(outcome.err == "treadshift-render: output '" + work.path("bent/take4.wav") +
-                           "': exists already; give another name, or leave out --no-clobber to replace it\n");
-  CHECK(fileBytes(work.path("bent/take4.wav")) == "an older rendering");
-  CHECK(namesIn(work.path("bent")).size() == takes.size());
-}
+  CHECK(outcome.err == kTold + "output 'bent/take4.wav" + exists);
+  CHECK(contentsOf("bent/take4.wav") == "an older rendering");
+  CHECK(namesIn("bent").size() == 12);
 
-TEST_CASE("with --no-clobber a file that appears meanwhile is not replaced either") {
-  const Workspace work;
-  writeSound(work.path("whole.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, softNoise(40000)});
-  const std::string bytes = fileBytes(work.path("whole.wav"));
-  REQUIRE(mkfifo(work.path("in.wav").c_str(), 0600) == 0);
-  Program program({work.path("in.wav"), work.path("out.wav"), "--no-clobber"});
-  const int input = open(work.path("in.wav").c_str(), O_WRONLY);
-  REQUIRE(write(input, bytes.data(), 20000) == 20000);
-  while (program.isRunning() && program.filesWrittenIn(work.path("")) == 0)
-    usleep(1000); // until the unfinished output is there
-  writeBytes(work.path("out.wav"), "someone else's");
-  REQUIRE(write(input, bytes.data() + 20000, bytes.size() - 20000) ==
-          static_cast<long>(bytes.size() - 20000));
-  close(input);
-  const Outcome outcome = program.wait();
-  CHECK(outcome.status == 1);
-  CHECK(holds(outcome.err, "': exists already; "));
-  CHECK(fileBytes(work.path("out.wav")) == "someone else's");
-  CHECK(work.names() == Names{"in.wav", "out.wav", "whole.wav"});
+  writeTake("in.wav", 40000);
+  SlowInput input("in.wav");
+  Program program("in.wav out.wav --no-clobber");
+  input.handFirst();
+  program.awaitOutputs(".");
+  writeBytes("out.wav", "someone else's");
+  const Names before = work.names();
+  input.handRest();
+  const Outcome late = program.wait();
+  CHECK(late.status == 1);
+  CHECK(late.err == kTold + "output 'out.wav" + exists);
+  CHECK(contentsOf("out.wav") == "someone else's");
+  CHECK(work.names() == before);
 }
 
 TEST_CASE("a signal leaves none of several unfinished outputs behind") {
   const Workspace work;
-  writeSound(work.path("whole.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, softNoise(40000)});
-  const std::string bytes = fileBytes(work.path("whole.wav"));
-  fs::create_directory(work.path("bent"));
-  int inputs[3] = {};
-  Names paths;
-  for (int i = 0; i < 3; ++i) {
-    paths.push_back(work.path("in" + std::to_string(i) + ".wav"));
-    REQUIRE(mkfifo(paths.back().c_str(), 0600) == 0);
-  }
-  Program program(with(paths, {"--out-dir", work.path("bent"), "--jobs", "3", "--normalize"}));
-  for (int i = 0; i < 3; ++i) {
-    inputs[i] = open(paths[i].c_str(), O_WRONLY);
-    REQUIRE(write(inputs[i], bytes.data(), 20000) == 20000);
-  }
-  while (program.isRunning() && program.filesWrittenIn(work.path("bent")) < 3)
-    usleep(1000);
+  for (const char* name : {"a.wav", "b.wav", "c.wav"})
+    writeTake(name, 40000);
+  SlowInput inputs[] = {SlowInput("a.wav"), SlowInput("b.wav"), SlowInput("c.wav")};
+  fs::create_directory("bent");
+  Program program("a.wav b.wav c.wav --out-dir bent --jobs 3 --normalize");
+  for (SlowInput& input : inputs)
+    input.handFirst();
+  program.awaitOutputs("bent", 3);
   program.signal(SIGINT);
   const Outcome outcome = program.wait();
-  for (int input : inputs)
-    close(input);
   CHECK(outcome.status == 128 + SIGINT);
   CHECK(outcome.err == "treadshift-render: interrupted; no unfinished output is left\n");
-  CHECK(namesIn(work.path("bent")).empty());
-}
-
-TEST_CASE("calls for several recordings that cannot work") {
-  const Workspace work;
-  const Names takes = writeTakes(work);
-  const auto check = [&](const Names& arguments, const std::string& message) {
-    const Outcome outcome = render(arguments);
-    CHECK(outcome.status == 2);
-    CHECK(outcome.err == "treadshift-render: " + message + "\n");
-  };
-  check({takes[0], takes[1], takes[2]},
-        "argument '" + takes[2] +
-            "': one argument too many; to render several recordings, say where to "
-            "with --out-dir DIR");
-  check({takes[0], takes[1], "--out-dir", work.path("bent"), "--play"},
-        "--play: is for one recording at a time; give one input");
-  check({takes[0], takes[1], "--out-dir", work.path("bent"), "--plot", "a.png"},
-        "--plot: is for one recording at a time; give one input");
-  check({takes[0], "--out-dir", ""}, "--out-dir '': no directory; give its name");
-  for (const char* jobs : {"0", "257", "-1", "two", ""}) {
-    check({takes[0], "--out-dir", work.path("bent"), "--jobs", jobs},
-          "--jobs '" + std::string(jobs) +
-              "': not a number from 1 to 256; as many as there are processors is best");
-  }
-  CHECK(!fs::exists(work.path("bent")));
+  CHECK(namesIn("bent").empty());
 }

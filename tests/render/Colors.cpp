@@ -16,14 +16,26 @@ TEST_CASE("each mix has its words") {
     CHECK(mixText(color.mixMode) == kWords[color.number]);
 }
 
-TEST_CASE("the pitch lies on the line between heel and toe") {
-  CHECK(centsAt(2, 0.0) == 0.0);
-  CHECK(centsAt(2, 0.25) == 300.0);
-  CHECK(centsAt(3, 0.5) == -1200.0);
-  CHECK(centsAt(4, 0.5) == 0.0);
-  CHECK(centsAt(5, 1.0) == 500.0);
-  CHECK(centsAt(6, 0.0) == -6000.0);
-  CHECK(centsAt(0, 0.75) == -25.0);
+TEST_CASE("the pitch lies on the line between heel and toe, and each has one pedal") {
+  struct Row {
+    int color;
+    double pedal, cents;
+  };
+  for (const Row& row : {Row{2, 0.0, 0.0},
+                         {2, 0.25, 300.0},
+                         {3, 0.25, -600.0},
+                         {3, 0.5, -1200.0},
+                         {4, 0.5, 0.0},
+                         {5, 1.0, 500.0},
+                         {6, 0.0, -6000.0},
+                         {6, 1.0, 1200.0},
+                         {0, 0.0, -100.0},
+                         {0, 0.75, -25.0}}) {
+    CAPTURE(row.color);
+    CHECK(centsAt(row.color, row.pedal) == row.cents);
+    CHECK(pedalFor(row.color, row.cents) == row.pedal);
+  }
+  CHECK(1.0 / pedalFor(3, 0.0) > 0.0); // no negative zero
 }
 
 TEST_CASE("every colour has a name of its own that means its number") {
@@ -47,15 +59,10 @@ TEST_CASE("names and numbers mix in stepped points, capitals do not count") {
 }
 
 TEST_CASE("a name that no colour has is told where the names are") {
-  Controls controls;
-  std::string message;
-  try {
-    controls.set(kColor, "octave-sideways");
-  } catch (const Fault& fault) {
-    message = fault.what();
-  }
-  CHECK(message == "--color 'octave-sideways': no such value; give a colour's name (--list-colors tells "
-                   "them), a whole number from 0 to 7, or seconds:value points");
+  CHECK_THROWS_WITH(
+      Controls().set(kColor, "octave-sideways"),
+      "--color 'octave-sideways': no such value; give a colour's name (--list-colors tells them), a "
+      "whole number from 0 to 7, or seconds:value points");
 }
 
 TEST_CASE("the list tells number, name, cents at heel and toe, and mix") {
@@ -68,15 +75,6 @@ TEST_CASE("the list tells number, name, cents at heel and toe, and mix") {
                        "5       fifth-down-to-fourth-up      -700c   +500c  bent beside dry\n"
                        "6       five-octaves-down           -6000c  +1200c  bent, dry fades out\n"
                        "7       five-octaves-down-with-dry  -6000c  +1200c  bent beside dry\n");
-}
-
-TEST_CASE("a pitch of a colour has one pedal") {
-  CHECK(pedalFor(2, 300.0) == 0.25);
-  CHECK(pedalFor(3, -600.0) == 0.25);
-  CHECK(pedalFor(4, 0.0) == 0.5);
-  CHECK(pedalFor(0, -100.0) == 0.0);
-  CHECK(pedalFor(6, 1200.0) == 1.0);
-  CHECK(1.0 / pedalFor(3, 0.0) > 0.0); // no negative zero
 }
 
 TEST_CASE("the best colour sounds without dry sound if it can, then has the smallest range") {
@@ -143,12 +141,4 @@ TEST_CASE("an interval that means nothing or that no pedal reaches is told what 
         "--interval 'sine:4': a shape without its values; write sine:4:0--2400c for a period of 4 s");
   for (const char* text : {"0", "-0", "0c", "+7.5st", "-.5ST", "1e2c", "100 Cents"})
     CHECK(fault(text, {}) == "accepted");
-}
-
-TEST_CASE("a player's value becomes a parameter's in one way") {
-  CHECK(parameterValue(kColor, 4.0) == 0.5625f); // the middle of 0.5..0.625
-  CHECK(parameterValue(kPedalPos, 0.1) == 0.1f);
-  CHECK(parameterValue(kTone, 0.8) == 0.8f);
-  CHECK(parameterValue(kOnOff, 1.0) == 1.0f);
-  CHECK(parameterValue(kMode, 0.0) == 0.0f);
 }

@@ -2,6 +2,7 @@
 #include "render/command/ControlOptions.h"
 
 #include "MidiBytes.h"
+#include "Program.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdlib>
@@ -12,30 +13,6 @@
 #include <thread>
 
 namespace {
-
-// An empty directory as the working one, so that files have the short names that users type.
-class Place {
-public:
-  Place() : before(std::filesystem::current_path()) {
-    std::string name = std::filesystem::temp_directory_path() / "treadshift-test-XXXXXX";
-    REQUIRE(mkdtemp(name.data()) != nullptr);
-    directory = name;
-    std::filesystem::current_path(directory);
-  }
-  ~Place() {
-    std::filesystem::current_path(before);
-    std::filesystem::remove_all(directory);
-  }
-  Place(const Place&) = delete;
-  Place& operator=(const Place&) = delete;
-
-  void write(const std::string& name, const std::string& bytes) const {
-    std::ofstream(name, std::ios::binary) << bytes;
-  }
-
-private:
-  std::filesystem::path before, directory;
-};
 
 Controls controlsOf(const std::vector<std::string>& arguments) {
   CLI::App app;
@@ -55,11 +32,24 @@ std::string faultOf(ExitStatus status, const std::vector<std::string>& arguments
   return "accepted";
 }
 
+// A call, and what its fault's message begins with.
+struct Wrong {
+  Names arguments;
+  std::string message;
+};
+
+void checkFaults(ExitStatus status, const std::vector<Wrong>& calls) {
+  for (const Wrong& call : calls) {
+    CAPTURE(call.arguments);
+    CHECK(faultOf(status, call.arguments).substr(0, call.message.size()) == call.message);
+  }
+}
+
 float pedalAt(const Controls& controls, double seconds) {
   return controls.valueAt(kPedalPos, seconds).value();
 }
 
-const char* const kForms = "give a number from 0 to 1, seconds:value points, a shape such as sine:4, or the "
+const std::string kForms = "give a number from 0 to 1, seconds:value points, a shape such as sine:4, or the "
                            "name of a CSV or MIDI file";
 
 std::string take() {
@@ -71,10 +61,10 @@ std::string take() {
 } // namespace
 
 TEST_CASE("pedal and tone come from numbers, points, CSV and MIDI files") {
-  const Place place;
-  place.write("take.csv", "0,0\n1,1\n");
-  place.write("take.mid", take());
-  place.write("take", take());
+  const Workspace work;
+  writeBytes("take.csv", "0,0\n1,1\n");
+  writeBytes("take.mid", take());
+  writeBytes("take", take());
   for (const char* text : {"0:0,1:1", "take.csv", "./take.csv", "take.mid", "take"}) {
     CAPTURE(text);
     const Controls controls = controlsOf({"--pedal", text, "--tone", text});
@@ -86,8 +76,8 @@ TEST_CASE("pedal and tone come from numbers, points, CSV and MIDI files") {
 }
 
 TEST_CASE("controller and channel of a MIDI file are chosen for pedal and tone apart") {
-  const Place place;
-  place.write("take.mid", take());
+  const Workspace work;
+  writeBytes("take.mid", take());
   const Controls controls =
       controlsOf({"--pedal", "take.mid", "--tone", "take.mid", "--tone-cc", "74", "--tone-channel", "2"});
   CHECK(pedalAt(controls, 0.25) == 0.25f);
@@ -101,55 +91,46 @@ TEST_CASE("controller and channel of a MIDI file are chosen for pedal and tone a
 }
 
 TEST_CASE("a choice that means nothing is refused") {
-  const Place place;
-  place.write("take.mid", take());
-  place.write("take.csv", "0,0\n");
-  for (const char* number : {"-1", "128", "1.5", "", "eleven", "99999999999"}) {
-    CHECK(faultOf(ExitStatus::wrongCall, {"--pedal", "take.mid", "--pedal-cc", number}) ==
-          "--pedal-cc '" + std::string(number) +
-              "': not a whole number from 0 to 127; 11 is the expression pedal");
-  }
-  for (const char* number : {"0", "17"}) {
-    CHECK(faultOf(ExitStatus::wrongCall, {"--pedal", "take.mid", "--pedal-channel", number}) ==
-          "--pedal-channel '" + std::string(number) +
-              "': not a whole number from 1 to 16; without it every channel counts");
-  }
-  const std::string none = ": there is no MIDI file to choose from; give --";
-  CHECK(faultOf(ExitStatus::wrongCall, {"--pedal-cc", "4"}) == "--pedal-cc '4'" + none + "pedal a MIDI file");
-  CHECK(faultOf(ExitStatus::wrongCall, {"--pedal", "0.5", "--pedal-channel", "4"}) ==
-        "--pedal-channel '4'" + none + "pedal a MIDI file");
-  CHECK(faultOf(ExitStatus::wrongCall, {"--tone", "take.csv", "--tone-cc", "4"}) ==
-        "--tone-cc '4'" + none + "tone a MIDI file");
+  const Workspace work;
+  writeBytes("take.mid", take());
+  writeBytes("take.csv", "0,0\n");
+  const std::string number = "': not a whole number from 0 to 127; 11 is the expression pedal";
+  const std::string channel = "': not a whole number from 1 to 16; without it every channel counts";
+  const std::string none = "': there is no MIDI file to choose from; give --";
+  std::vector<Wrong> calls = {
+      {{"--pedal-cc", "4"}, "--pedal-cc '4" + none + "pedal a MIDI file"},
+      {{"--pedal", "0.5", "--pedal-channel", "4"}, "--pedal-channel '4" + none + "pedal a MIDI file"},
+      {{"--tone", "take.csv", "--tone-cc", "4"}, "--tone-cc '4" + none + "tone a MIDI file"},
+  };
+  for (const std::string text : {"-1", "128", "1.5", "", "eleven", "99999999999"})
+    calls.push_back({{"--pedal", "take.mid", "--pedal-cc", text}, "--pedal-cc '" + text + number});
+  for (const std::string text : {"0", "17"})
+    calls.push_back({{"--pedal", "take.mid", "--pedal-channel", text}, "--pedal-channel '" + text + channel});
+  checkFaults(ExitStatus::wrongCall, calls);
 }
 
-TEST_CASE("a text that is no course is a file's name when it looks like one") {
-  const Place place;
+TEST_CASE(
+    "a text that is no course is a file's name when it looks like one, never when it could be numbers") {
+  const Workspace work;
   std::filesystem::create_directory("folder");
-  for (const char* name : {"take.csv", "take.mid", "folder/take", "/nowhere/take"}) {
-    CHECK(faultOf(ExitStatus::couldNot, {"--pedal", name}) ==
-          "--pedal '" + std::string(name) + "': no such file; give one that is there");
-  }
-  CHECK(faultOf(ExitStatus::couldNot, {"--tone", "folder"}) == "--tone 'folder': a directory; give a file");
-  for (const char* text : {"half", "nan", "0.5x", ""}) {
-    CHECK(faultOf(ExitStatus::wrongCall, {"--pedal", text}) ==
-          "--pedal '" + std::string(text) + "': no such value; " + kForms);
-  }
-}
-
-TEST_CASE("a text that could be a number or points never means a file") {
-  const Place place;
-  place.write("1.5", "0,0\n");
-  place.write("0:0,1:2", "0,0\n");
-  CHECK(faultOf(ExitStatus::wrongCall, {"--pedal", "1.5"}) ==
-        "--pedal '1.5': the value is out of range; " + std::string(kForms));
-  CHECK(faultOf(ExitStatus::wrongCall, {"--pedal", "0:0,1:2"}) ==
-        "--pedal '1:2': the value is out of range; " + std::string(kForms));
+  writeBytes("1.5", "0,0\n");
+  writeBytes("0:0,1:2", "0,0\n");
+  std::vector<Wrong> missing = {{{"--tone", "folder"}, "--tone 'folder': a directory; give a file"}};
+  for (const std::string name : {"take.csv", "take.mid", "folder/take", "/nowhere/take"})
+    missing.push_back({{"--pedal", name}, "--pedal '" + name + "': no such file; give one that is there"});
+  checkFaults(ExitStatus::couldNot, missing);
+  std::vector<Wrong> wrong = {
+      {{"--pedal", "1.5"}, "--pedal '1.5': the value is out of range; " + kForms},
+      {{"--pedal", "0:0,1:2"}, "--pedal '1:2': the value is out of range; " + kForms}};
+  for (const std::string text : {"half", "nan", "0.5x", ""})
+    wrong.push_back({{"--pedal", text}, "--pedal '" + text + "': no such value; " + kForms});
+  checkFaults(ExitStatus::wrongCall, wrong);
   CHECK(pedalAt(controlsOf({"--pedal", "./1.5"}), 0.0) == 0.0f);
 }
 
 TEST_CASE("pedal and tone repeat a shape, whatever files there are") {
-  const Place place;
-  place.write("sine:4", "0,0.5\n");
+  const Workspace work;
+  writeBytes("sine:4", "0,0.5\n");
   const Controls controls = controlsOf({"--pedal", "sine:4", "--tone", "steps:2:0.25-0.75"});
   CHECK(pedalAt(controls, 0.0) == 0.0f);
   CHECK(pedalAt(controls, 2.0) == 1.0f);
@@ -158,9 +139,9 @@ TEST_CASE("pedal and tone repeat a shape, whatever files there are") {
 }
 
 TEST_CASE("an interval sets the pedal in the colour given, in the preset's, or in the best one") {
-  const Place place;
-  place.write("+7st", "0,0\n");
-  place.write("take.csv", "time;interval\n0;0\n2;+7st\n");
+  const Workspace work;
+  writeBytes("+7st", "0,0\n");
+  writeBytes("take.csv", "time;interval\n0;0\n2;+7st\n");
   struct Row {
     std::vector<std::string> arguments;
     float color, pedal; // the pedal after one second
@@ -188,59 +169,60 @@ TEST_CASE("an interval sets the pedal in the colour given, in the preset's, or i
 }
 
 TEST_CASE("an interval that cannot be set is refused") {
-  const Place place;
-  place.write("take.mid", take());
-  place.write("take.csv", "time,interval\n0,0\n1,+7st\n");
-  CHECK(faultOf(ExitStatus::wrongCall, {"--interval", "+7st", "--pedal", "1"}) ==
-        "--interval '+7st': sets the pedal, and so does --pedal; give one of them");
-  CHECK(faultOf(ExitStatus::wrongCall, {"--interval", "+7st", "--color", "0:2,3:4"}) ==
-        "--interval '+7st': the colour changes, and with it what the pedal means; give a single --color, or "
-        "set "
-        "the pedal with --pedal");
-  CHECK(faultOf(ExitStatus::wrongCall, {"--interval", "fifth"}) ==
-        "--interval 'fifth': no such value; give cents (c) or semitones (st) from -6000c to +1200c, "
-        "seconds:interval points, a shape such as sine:4:0c-+2st, or the name of a CSV file");
-  CHECK(
-      faultOf(ExitStatus::wrongCall, {"--interval", "+7st", "--preset", "bass-drop"}) ==
-      "--interval '+7st': the value is out of range; give cents (c) or semitones (st) from -2400c to 0c, or "
-      "--color octave-up, which takes it");
-  CHECK(faultOf(ExitStatus::couldNot, {"--interval", "take.csv", "--color", "0"})
-            .find("--interval 'take.csv': line 3 '1,+7st': the value is out of range; ") == 0);
-  CHECK(faultOf(ExitStatus::couldNot, {"--interval", "take.mid"}) ==
-        "--interval 'take.mid': a MIDI file holds no intervals; give it to --pedal");
-  CHECK(faultOf(ExitStatus::couldNot, {"--interval", "none.csv"}) ==
-        "--interval 'none.csv': no such file; give one that is there");
+  const Workspace work;
+  writeBytes("take.mid", take());
+  writeBytes("take.csv", "time,interval\n0,0\n1,+7st\n");
+  checkFaults(
+      ExitStatus::wrongCall,
+      {
+          {{"--interval", "+7st", "--pedal", "1"},
+           "--interval '+7st': sets the pedal, and so does --pedal; give one of them"},
+          {{"--interval", "+7st", "--color", "0:2,3:4"},
+           "--interval '+7st': the colour changes, and with it what the pedal means; give a single "
+           "--color, or set the pedal with --pedal"},
+          {{"--interval", "fifth"},
+           "--interval 'fifth': no such value; give cents (c) or semitones (st) from -6000c to +1200c, "
+           "seconds:interval points, a shape such as sine:4:0c-+2st, or the name of a CSV file"},
+          {{"--interval", "+7st", "--preset", "bass-drop"},
+           "--interval '+7st': the value is out of range; give cents (c) or semitones (st) from -2400c "
+           "to 0c, or --color octave-up, which takes it"},
+      });
+  checkFaults(ExitStatus::couldNot,
+              {
+                  {{"--interval", "take.csv", "--color", "0"},
+                   "--interval 'take.csv': line 3 '1,+7st': the value is out of range; "},
+                  {{"--interval", "take.mid"},
+                   "--interval 'take.mid': a MIDI file holds no intervals; give it to --pedal"},
+                  {{"--interval", "none.csv"}, "--interval 'none.csv': no such file; give one that is there"},
+              });
 }
 
-TEST_CASE("files that hold no course are refused in one line") {
-  const Place place;
-  place.write("bytes", std::string("\x7f"
-                                   "ELF\0\1\2\3",
-                                   8));
-  place.write("wide.csv", std::string("0\0,\0"
-                                      "0\0",
-                                      6));
-  place.write("text.mid", "0,0\n1,1\n");
-  place.write("cut.mid", take().substr(0, 40));
-  place.write("empty", "");
-  const auto fault = [](const char* name) { return faultOf(ExitStatus::couldNot, {"--pedal", name}); };
-  const std::string neither = ": neither CSV text nor a standard MIDI file; ";
-  CHECK(fault("bytes").find("--pedal 'bytes'" + neither) == 0);
-  CHECK(fault("wide.csv").find("--pedal 'wide.csv'" + neither) == 0);
-  CHECK(fault("text.mid").find("--pedal 'text.mid': not a standard MIDI file; ") == 0);
-  CHECK(fault("cut.mid").find("--pedal 'cut.mid': a damaged or cut MIDI file; ") == 0);
-  CHECK(fault("empty") == "--pedal 'empty': holds no points; write lines seconds,value");
-}
-
-TEST_CASE("an endless file ends in a fault") {
-  const std::string larger = ": larger than 16 MiB; give a smaller one";
-  CHECK(faultOf(ExitStatus::couldNot, {"--pedal", "/dev/zero"}) == "--pedal '/dev/zero'" + larger);
-  CHECK(faultOf(ExitStatus::couldNot, {"--load-preset", "/dev/zero"})
-            .find("--load-preset '/dev/zero': larger than 1 MiB; ") == 0);
+TEST_CASE("files that hold no course, or no end, are refused in one line") {
+  const Workspace work;
+  writeBytes("bytes", std::string("\x7f"
+                                  "ELF\0\1\2\3",
+                                  8));
+  writeBytes("wide.csv", std::string("0\0,\0"
+                                     "0\0",
+                                     6));
+  writeBytes("text.mid", "0,0\n1,1\n");
+  writeBytes("cut.mid", take().substr(0, 40));
+  writeBytes("empty", "");
+  const std::string neither = "': neither CSV text nor a standard MIDI file; ";
+  checkFaults(ExitStatus::couldNot,
+              {
+                  {{"--pedal", "bytes"}, "--pedal 'bytes" + neither},
+                  {{"--pedal", "wide.csv"}, "--pedal 'wide.csv" + neither},
+                  {{"--pedal", "text.mid"}, "--pedal 'text.mid': not a standard MIDI file; "},
+                  {{"--pedal", "cut.mid"}, "--pedal 'cut.mid': a damaged or cut MIDI file; "},
+                  {{"--pedal", "empty"}, "--pedal 'empty': holds no points; write lines seconds,value"},
+                  {{"--pedal", "/dev/zero"}, "--pedal '/dev/zero': larger than 16 MiB; give a smaller one"},
+                  {{"--load-preset", "/dev/zero"}, "--load-preset '/dev/zero': larger than 1 MiB; "},
+              });
 }
 
 TEST_CASE("a course may come through a pipe") {
-  const Place place;
+  const Workspace work;
   REQUIRE(mkfifo("pipe", 0600) == 0);
   std::thread writer([] { std::ofstream("pipe") << "0,0\n1,1\n"; });
   const Controls controls = controlsOf({"--pedal", "pipe"});
@@ -259,27 +241,32 @@ TEST_CASE("options go over the preset's values, in whatever order they stand") {
 }
 
 TEST_CASE("a preset comes from a file of one's own, chosen by name among several") {
-  const Place place;
-  place.write("one.conf", "[mine]\ntone = 0.5\npedal = 1\n");
-  place.write("two.conf", "[first]\ntone = 0.25\n[second]\ntone = 0.75\n");
+  const Workspace work;
+  writeBytes("one.conf", "[mine]\ntone = 0.5\npedal = 1\n");
+  writeBytes("two.conf", "[first]\ntone = 0.25\n[second]\ntone = 0.75\n");
   CHECK(pedalAt(controlsOf({"--load-preset", "one.conf"}), 0.0) == 1.0f);
   CHECK(pedalAt(controlsOf({"--load-preset", "one.conf", "--pedal", "0.5"}), 0.0) == 0.5f);
   CHECK(controlsOf({"--load-preset", "two.conf", "--preset", "Second"}).valueAt(kTone, 0.0).value() == 0.75f);
-  CHECK(faultOf(ExitStatus::wrongCall, {"--load-preset", "two.conf"}) ==
-        "--load-preset 'two.conf': holds 2 presets; choose one with --preset: first, second");
-  CHECK(faultOf(ExitStatus::wrongCall, {"--load-preset", "two.conf", "--preset", "third"}) ==
-        "--preset 'third': no such preset; 'two.conf' holds first, second");
-  CHECK(faultOf(ExitStatus::wrongCall, {"--preset", "third"}) ==
-        "--preset 'third': no such preset; --list-presets tells their names");
-  CHECK(faultOf(ExitStatus::couldNot, {"--load-preset", "none.conf"}) ==
-        "--load-preset 'none.conf': no such file; give one that is there");
-  place.write("bytes", std::string(10, '\0'));
-  CHECK(faultOf(ExitStatus::couldNot, {"--load-preset", "bytes"}).find(": not a text file; ") !=
-        std::string::npos);
+  writeBytes("bytes", std::string(10, '\0'));
+  checkFaults(
+      ExitStatus::wrongCall,
+      {
+          {{"--load-preset", "two.conf"},
+           "--load-preset 'two.conf': holds 2 presets; choose one with --preset: first, second"},
+          {{"--load-preset", "two.conf", "--preset", "third"},
+           "--preset 'third': no such preset; 'two.conf' holds first, second"},
+          {{"--preset", "third"}, "--preset 'third': no such preset; --list-presets tells their names"},
+      });
+  checkFaults(
+      ExitStatus::couldNot,
+      {
+          {{"--load-preset", "none.conf"}, "--load-preset 'none.conf': no such file; give one that is "},
+          {{"--load-preset", "bytes"}, "--load-preset 'bytes': not a text file; "},
+      });
 }
 
 TEST_CASE("a saved preset bears its file's name and comes back as it was") {
-  const Place place;
+  const Workspace work;
   savePreset("my-own.conf", controlsOf({"--preset", "bass-drop", "--tone", "0.1", "--pedal", "0:0,1:1"}));
   const auto presets = loadPresets("--load-preset", "my-own.conf");
   REQUIRE(presets.size() == 1);
@@ -292,7 +279,7 @@ TEST_CASE("a saved preset bears its file's name and comes back as it was") {
 }
 
 TEST_CASE("an interval that stands still is saved as its colour and pedal") {
-  const Place place;
+  const Workspace work;
   savePreset("fifth.conf", controlsOf({"--interval", "+6st"}));
   const Controls controls = controlsOf({"--load-preset", "fifth.conf"});
   CHECK(controls.valueAt(kColor, 0.0).value() == 0.3125f);
@@ -300,7 +287,7 @@ TEST_CASE("an interval that stands still is saved as its colour and pedal") {
 }
 
 TEST_CASE("a name that could not stand in a line is made one that can") {
-  const Place place;
+  const Workspace work;
   const Controls controls = controlsOf({"--tone", "0.5"});
   for (const auto& [file, name] :
        {std::pair("a\nb\x01.conf", "a b"), std::pair(" .conf", "my preset"), std::pair("[x].txt", "[x]")}) {
@@ -310,21 +297,17 @@ TEST_CASE("a name that could not stand in a line is made one that can") {
 }
 
 TEST_CASE("saving replaces one preset or an empty file, and nothing else") {
-  const Place place;
+  const Workspace work;
   const Controls controls = controlsOf({"--tone", "0.5"});
-  const auto bytesOf = [](const char* name) {
-    std::ifstream file(name, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-  };
-  place.write("one.conf", "[one]\ntone = 1\n");
-  place.write("empty.conf", "");
+  writeBytes("one.conf", "[one]\ntone = 1\n");
+  writeBytes("empty.conf", "");
   for (const char* name : {"one.conf", "empty.conf"}) {
     savePreset(name, controls);
     CHECK(controlsOf({"--load-preset", name}).valueAt(kTone, 0.0).value() == 0.5f);
   }
   const std::string two = "[first]\ntone = 0.25\n[second]\ntone = 0.75\n", sound = "RIFF....WAVEfmt ";
-  place.write("two.conf", two);
-  place.write("in.wav", sound);
+  writeBytes("two.conf", two);
+  writeBytes("in.wav", sound);
   std::filesystem::create_directory("folder");
   const auto fault = [&](const char* name) -> std::string {
     try {
@@ -340,15 +323,15 @@ TEST_CASE("saving replaces one preset or an empty file, and nothing else") {
   CHECK(fault("folder").find("'folder': a directory; ") != std::string::npos);
   CHECK(fault("nowhere/mine.conf").find("'nowhere/mine.conf': cannot write in 'nowhere': ") !=
         std::string::npos);
-  CHECK(bytesOf("two.conf") == two);
-  CHECK(bytesOf("in.wav") == sound);
+  CHECK(contentsOf("two.conf") == two);
+  CHECK(contentsOf("in.wav") == sound);
 }
 
 TEST_CASE("a file may be as large as its limit and not larger") {
-  const Place place;
+  const Workspace work;
   const std::string preset = "[mine]\ntone = 0.5\n#";
-  place.write("full.conf", preset + std::string(1048576 - preset.size(), 'x'));
-  place.write("over.conf", preset + std::string(1048577 - preset.size(), 'x'));
+  writeBytes("full.conf", preset + std::string(1048576 - preset.size(), 'x'));
+  writeBytes("over.conf", preset + std::string(1048577 - preset.size(), 'x'));
   CHECK(controlsOf({"--load-preset", "full.conf"}).valueAt(kTone, 0.0).value() == 0.5f);
   CHECK(faultOf(ExitStatus::couldNot, {"--load-preset", "over.conf"}) ==
         "--load-preset 'over.conf': larger than 1 MiB; give a smaller one");

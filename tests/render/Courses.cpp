@@ -26,107 +26,86 @@ std::string faultOf(const char* text, const CourseRule& rule) {
   return "accepted";
 }
 
-bool startsWith(const std::string& text, const std::string& start) {
-  return text.compare(0, start.size(), start) == 0;
+struct Text {
+  const char *text, *message; // what the fault's begins with
+};
+
+void checkFaults(const std::vector<Text>& texts, const CourseRule& rule) {
+  for (const auto& [text, message] : texts) {
+    CAPTURE(text);
+    const std::string start = "--pedal '" + std::string(message);
+    CHECK(faultOf(text, rule).substr(0, start.size()) == start);
+  }
+}
+
+// A text, and its values at some seconds: worked out by hand, and exact.
+struct Row {
+  const char* text;
+  std::vector<std::pair<double, double>> values;
+};
+
+void checkValues(const std::vector<Row>& rows, const CourseRule& rule) {
+  for (const Row& row : rows) {
+    CAPTURE(row.text);
+    for (const auto& [seconds, value] : row.values) {
+      CAPTURE(seconds);
+      CHECK(Course::parse("--pedal", row.text, rule).valueAt(seconds) == value);
+    }
+  }
 }
 
 } // namespace
 
-TEST_CASE("a constant has its value at every time") {
-  for (double seconds : {0.0, 0.5, 1e9}) {
-    CHECK(line("0.8").valueAt(seconds) == 0.8);
-    CHECK(steps("3").valueAt(seconds) == 3.0);
-  }
-}
-
-TEST_CASE("a line joins the points and holds outside them") {
-  const Course course = line("1:0.25,2:0.75,4:0");
-  CHECK(course.valueAt(0.0) == 0.25);
-  CHECK(course.valueAt(1.0) == 0.25);
-  CHECK(course.valueAt(1.5) == 0.5); // half way: every number here is a power of two's multiple, so exact
-  CHECK(course.valueAt(1.25) == 0.375);
-  CHECK(course.valueAt(2.0) == 0.75);
-  CHECK(course.valueAt(3.0) == 0.375);
-  CHECK(course.valueAt(4.0) == 0.0);
-  CHECK(course.valueAt(1e12) == 0.0);
-}
-
-TEST_CASE("a line's points are met exactly whatever their times") {
-  const Course course = line("0.1:0.3,0.7:0.9,1.3:0.1");
-  CHECK(course.valueAt(0.1) == 0.3);
-  CHECK(course.valueAt(0.7) == 0.9);
-  CHECK(course.valueAt(1.3) == 0.1);
+TEST_CASE("a line joins the points, meets each exactly and holds outside them") {
+  checkValues(
+      {
+          {"0.8", {{0.0, 0.8}, {1e9, 0.8}}},
+          {"2:0.5", {{0.0, 0.5}, {9.0, 0.5}}},
+          {"1:0.25,2:0.75,4:0", {{0.0, 0.25}, {1.0, 0.25}, {1.25, 0.375}, {1.5, 0.5}, {2.0, 0.75}}},
+          {"1:0.25,2:0.75,4:0", {{3.0, 0.375}, {4.0, 0.0}, {1e12, 0.0}}},
+          {"0.1:0.3,0.7:0.9,1.3:0.1", {{0.1, 0.3}, {0.7, 0.9}, {1.3, 0.1}}},
+      },
+      kLine);
 }
 
 TEST_CASE("a step holds until the next point and changes exactly there") {
-  const Course course = steps("0:1,0.1:5,2:2");
-  CHECK(course.valueAt(0.0) == 1.0);
-  CHECK(course.valueAt(0.0999999999) == 1.0);
-  CHECK(course.valueAt(4410 / 44100.0) == 5.0); // the frame at 0.1 s: one rounded division gives the same 0.1
-  CHECK(course.valueAt(4409 / 44100.0) == 1.0);
-  CHECK(course.valueAt(1.9999) == 5.0);
-  CHECK(course.valueAt(2.0) == 2.0);
-  CHECK(course.valueAt(100.0) == 2.0);
+  checkValues(
+      {
+          {"3", {{0.0, 3.0}, {1e9, 3.0}}},
+          {"3:4,5:6", {{0.0, 4.0}}},
+          {"0:1,0.1:5,2:2", {{0.0, 1.0}, {0.0999999999, 1.0}, {1.9999, 5.0}, {2.0, 2.0}, {100.0, 2.0}}},
+          // The frame at 0.1 s: one rounded division gives the same 0.1.
+          {"0:1,0.1:5,2:2", {{4409 / 44100.0, 1.0}, {4410 / 44100.0, 5.0}}},
+      },
+      kSteps);
 }
 
-TEST_CASE("at a time of two points the value jumps from the one to the other") {
-  const Course course = line("0:0,1:0.5,1:1,2:0");
-  CHECK(course.valueAt(0.5) == 0.25);
-  CHECK(course.valueAt(std::nextafter(1.0, 0.0)) == doctest::Approx(0.5));
-  CHECK(course.valueAt(1.0) == 1.0);
-  CHECK(course.valueAt(1.5) == 0.5);
-  CHECK(line("0:0,0:1,1:1").valueAt(0.0) == 1.0);
-  CHECK(line("1:0.25,1:0.75").valueAt(0.5) == 0.25);
-  CHECK(line("1:0.25,1:0.75").valueAt(1.0) == 0.75);
-}
-
-TEST_CASE("of more points at one time the first and the last count") {
-  const Course course = line("0:0,1:0.5,1:0.875,1:0.125,1:1,2:0");
-  CHECK(course.valueAt(0.5) == 0.25);
-  CHECK(course.valueAt(1.0) == 1.0);
-  CHECK(course.valueAt(1.5) == 0.5);
-}
-
-TEST_CASE("of several steps at one time the last counts") {
-  CHECK(steps("0:1,1:2,1:3").valueAt(0.5) == 1.0);
-  CHECK(steps("0:1,1:2,1:3").valueAt(1.0) == 3.0);
+TEST_CASE("at a time of several points the value jumps from the first to the last") {
+  CHECK(line("0:0,1:0.5,1:1,2:0").valueAt(std::nextafter(1.0, 0.0)) == doctest::Approx(0.5));
+  checkValues(
+      {
+          {"0:0,1:0.5,1:1,2:0", {{0.5, 0.25}, {1.0, 1.0}, {1.5, 0.5}}},
+          {"0:0,1:0.5,1:0.875,1:0.125,1:1,2:0", {{0.5, 0.25}, {1.0, 1.0}, {1.5, 0.5}}},
+          {"0:0,0:1,1:1", {{0.0, 1.0}}},
+          {"1:0.25,1:0.75", {{0.5, 0.25}, {1.0, 0.75}}},
+      },
+      kLine);
+  checkValues({{"0:1,1:2,1:3", {{0.5, 1.0}, {1.0, 3.0}}}}, kSteps);
 }
 
 TEST_CASE("a shape repeats its turns, the first value at 0 and after each period") {
-  struct Row {
-    const char* text;
-    double seconds, value; // worked out by hand
-  };
-  for (const Row& row : {
-           Row{"triangle:4", 0.0, 0.0},
-           {"triangle:4", 0.5, 0.25},
-           {"triangle:4", 2.0, 1.0},
-           {"triangle:4", 3.0, 0.5},
-           {"triangle:4", 4.0, 0.0},
-           {"triangle:4", 4001.5, 0.75},
-           {"triangle:4:0.75-0.25", 0.0, 0.75},
-           {"triangle:4:0.75-0.25", 1.0, 0.5},
-           {"triangle:4:0.75-0.25", 2.0, 0.25},
-           {" Sine : 4 : 0 - 1 ", 0.0, 0.0},
-           {"sine:4", 2.0, 1.0},
-           {"sine:4", 4.0, 0.0},
-           {"sine:4", 402.0, 1.0},
-           {"sine:4:0.25-0.75", 0.0, 0.25},
-           {"sine:4:0.25-0.75", 6.0, 0.75},
-           {"steps:4", 0.0, 0.0},
-           {"steps:4", 1.999, 0.0},
-           {"steps:4", 2.0, 1.0},
-           {"steps:4", 3.999, 1.0},
-           {"steps:4", 4.0, 0.0},
-           {"steps:3:0.5-1e-1-1", 0.5, 0.5},
-           {"steps:3:0.5-1e-1-1", 1.0, 0.1},
-           {"steps:3:0.5-1e-1-1", 2.5, 1.0},
-           {"steps:3:0.5-1e-1-1", 3.0, 0.5},
-       }) {
-    CAPTURE(row.text);
-    CAPTURE(row.seconds);
-    CHECK(line(row.text).valueAt(row.seconds) == row.value);
-  }
+  checkValues(
+      {
+          {"triangle:4", {{0.0, 0.0}, {0.5, 0.25}, {2.0, 1.0}, {3.0, 0.5}, {4.0, 0.0}, {4001.5, 0.75}}},
+          {"triangle:4:0.75-0.25", {{0.0, 0.75}, {1.0, 0.5}, {2.0, 0.25}}},
+          {"sine:4", {{0.0, 0.0}, {2.0, 1.0}, {4.0, 0.0}, {402.0, 1.0}}},
+          {" Sine : 4 : 0 - 1 ", {{0.0, 0.0}, {2.0, 1.0}}},
+          {"sine:4:0.25-0.75", {{0.0, 0.25}, {6.0, 0.75}}},
+          {"sine:0.002", {{0.001, 1.0}}},
+          {"steps:4", {{0.0, 0.0}, {1.999, 0.0}, {2.0, 1.0}, {3.999, 1.0}, {4.0, 0.0}}},
+          {"steps:3:0.5-1e-1-1", {{0.5, 0.5}, {1.0, 0.1}, {2.5, 1.0}, {3.0, 0.5}}},
+      },
+      kLine);
 }
 
 TEST_CASE("a sine between two values is half a cosine each way") {
@@ -151,109 +130,74 @@ TEST_CASE("steps change at the frame that their time names, an hour long") {
 }
 
 TEST_CASE("texts that are no shape say why") {
-  const auto fault = [](const char* text) { return faultOf(text, kLine); };
-  const std::string period =
-      ": the shape's period is not a number of seconds; write sine:4:0-1 for a period of 4 s";
-  for (const char* text : {"sine", "sine:", "sine:x", "sine:0", "sine:-1", "sine:nan", "sine::0-1"})
-    CHECK(fault(text) == "--pedal '" + std::string(text) + "'" + period);
-  CHECK(
-      startsWith(fault("square:4"), "--pedal 'square:4': no such shape; there are triangle, sine and steps"));
-  CHECK(startsWith(fault("sine:4:0.5"), "--pedal 'sine:4:0.5': the shape goes between two values; "));
-  CHECK(startsWith(fault("triangle:4:0-1-0"),
-                   "--pedal 'triangle:4:0-1-0': the shape goes between two values; "));
-  CHECK(startsWith(fault("steps:4:1"), "--pedal 'steps:4:1': fewer than two steps; "));
-  CHECK(startsWith(fault("sine:4:0-1.5"), "--pedal 'sine:4:0-1.5': the value is out of range; "));
-  CHECK(startsWith(fault("sine:4:0,1"), "--pedal 'sine:4:0,1': no such value; "));
-  CHECK(startsWith(fault("sine:4:0-1:2"), "--pedal 'sine:4:0-1:2': no such value; "));
-  CHECK(startsWith(fault("steps:4:0-"), "--pedal 'steps:4:0-': no such value; "));
-  CHECK(startsWith(fault("sine:0.0019"),
-                   "--pedal 'sine:0.0019': a part of the period is shorter than a milli"));
-  CHECK(line("sine:0.002").valueAt(0.001) == 1.0);
-  CHECK(startsWith(faultOf("sine:4", kSteps), "--pedal 'sine:4': the time is not "));
+  for (const std::string text : {"sine", "sine:", "sine:x", "sine:0", "sine:-1", "sine:nan", "sine::0-1"})
+    CHECK(faultOf(text.c_str(), kLine) ==
+          "--pedal '" + text +
+              "': the shape's period is not a number of seconds; write sine:4:0-1 for a "
+              "period of 4 s");
+  checkFaults({{"square:4", "square:4': no such shape; there are triangle, sine and steps"},
+               {"sine:4:0.5", "sine:4:0.5': the shape goes between two values; "},
+               {"triangle:4:0-1-0", "triangle:4:0-1-0': the shape goes between two values; "},
+               {"steps:4:1", "steps:4:1': fewer than two steps; "},
+               {"sine:4:0-1.5", "sine:4:0-1.5': the value is out of range; "},
+               {"sine:4:0,1", "sine:4:0,1': no such value; "},
+               {"sine:4:0-1:2", "sine:4:0-1:2': no such value; "},
+               {"steps:4:0-", "steps:4:0-': no such value; "},
+               {"sine:0.0019", "sine:0.0019': a part of the period is shorter than a milli"}},
+              kLine);
+  checkFaults({{"sine:4", "sine:4': the time is not "}}, kSteps);
 }
 
-TEST_CASE("a step before its first point has the first value") {
-  CHECK(steps("3:4,5:6").valueAt(0.0) == 4.0);
+TEST_CASE("spaces, exponents and words are read, and a negative zero is a zero") {
+  checkValues({{" 0 : 0.5 , 1 : 1 ", {{0.5, 0.75}}}, {"1e-1", {{0.0, 0.1}}}, {"0:0,1e3:1", {{500.0, 0.5}}}},
+              kLine);
+  checkValues({{"0:low,1:HIGH", {{0.5, 0.0}, {1.5, 7.0}}}}, kSteps);
+  CHECK(1.0 / line("-0").valueAt(0.0) > 0.0);
 }
-
-TEST_CASE("one point is a constant") {
-  CHECK(line("2:0.5").valueAt(0.0) == 0.5);
-  CHECK(line("2:0.5").valueAt(9.0) == 0.5);
-}
-
-TEST_CASE("spaces, exponents and words are read") {
-  CHECK(line(" 0 : 0.5 , 1 : 1 ").valueAt(0.5) == 0.75);
-  CHECK(line("1e-1").valueAt(0.0) == 0.1);
-  CHECK(line("0:0,1e3:1").valueAt(500.0) == 0.5);
-  CHECK(steps("0:low,1:HIGH").valueAt(0.5) == 0.0);
-  CHECK(steps("0:low,1:HIGH").valueAt(1.5) == 7.0);
-}
-
-TEST_CASE("a negative zero is a zero") { CHECK(1.0 / line("-0").valueAt(0.0) > 0.0); }
 
 TEST_CASE("texts that are no course name the point that is wrong") {
-  CHECK(startsWith(faultOf("", kLine), "--pedal '': no such value; give "));
-  CHECK(startsWith(faultOf("half", kLine), "--pedal 'half': no such value; give "));
-  CHECK(startsWith(faultOf("0.5x", kLine), "--pedal '0.5x': no such value; give "));
-  CHECK(startsWith(faultOf("nan", kLine), "--pedal 'nan': no such value; give "));
-  CHECK(startsWith(faultOf("inf", kLine), "--pedal 'inf': no such value; give "));
-  CHECK(startsWith(faultOf("1.01", kLine), "--pedal '1.01': the value is out of range; give "));
-  CHECK(startsWith(faultOf("-0.1", kLine), "--pedal '-0.1': the value is out of range; give "));
-  CHECK(startsWith(faultOf("0:0,1:2", kLine), "--pedal '1:2': the value is out of range; give "));
-  CHECK(startsWith(faultOf("0:0,nan:1", kLine), "--pedal 'nan:1': the time is not "));
-  CHECK(startsWith(faultOf("0:0,inf:1", kLine), "--pedal 'inf:1': the time is not "));
-  CHECK(startsWith(faultOf("-1:0,0:1", kLine), "--pedal '-1:0': the time is not "));
-  CHECK(
-      startsWith(faultOf("2:0,1:1", kLine), "--pedal '1:1': the time lies before that of the point before "));
-  CHECK(startsWith(faultOf("0:0,0.5", kLine), "--pedal '0.5': a point without a time; "));
-  CHECK(startsWith(faultOf("0:0,", kLine), "--pedal '': a point without a time; "));
-  CHECK(startsWith(faultOf("0,5", kLine), "--pedal '0': a point without a time; "));
-  CHECK(startsWith(faultOf("0:", kLine), "--pedal '0:': no such value; "));
-  CHECK(startsWith(faultOf("0:0:0", kLine), "--pedal '0:0:0': no such value; "));
-  CHECK(startsWith(faultOf("2.5", kSteps), "--pedal '2.5': not a whole number; give "));
-  CHECK(startsWith(faultOf("8", kSteps), "--pedal '8': the value is out of range; give "));
-  CHECK(startsWith(faultOf("lower", kSteps), "--pedal 'lower': no such value; give low, high, "));
+  checkFaults({{"", "': no such value; give "},
+               {"half", "half': no such value; give "},
+               {"0.5x", "0.5x': no such value; give "},
+               {"nan", "nan': no such value; give "},
+               {"inf", "inf': no such value; give "},
+               {"1.01", "1.01': the value is out of range; give "},
+               {"-0.1", "-0.1': the value is out of range; give "},
+               {"0:0,1:2", "1:2': the value is out of range; give "},
+               {"0:0,nan:1", "nan:1': the time is not "},
+               {"0:0,inf:1", "inf:1': the time is not "},
+               {"-1:0,0:1", "-1:0': the time is not "},
+               {"2:0,1:1", "1:1': the time lies before that of the point before "},
+               {"0:0,0.5", "0.5': a point without a time; "},
+               {"0:0,", "': a point without a time; "},
+               {"0,5", "0': a point without a time; "},
+               {"0:", "0:': no such value; "},
+               {"0:0:0", "0:0:0': no such value; "}},
+              kLine);
+  checkFaults({{"2.5", "2.5': not a whole number; give "},
+               {"8", "8': the value is out of range; give "},
+               {"lower", "lower': no such value; give low, high, "}},
+              kSteps);
 }
 
-TEST_CASE("a colour's number selects the middle of its eighth") {
-  // (row + 0.5) / 8 in sixteenths: 1/16, 3/16, ... 15/16, all exact in single precision.
-  const float expected[] = {0.0625f, 0.1875f, 0.3125f, 0.4375f, 0.5625f, 0.6875f, 0.8125f, 0.9375f};
-  for (int row = 0; row < 8; ++row) {
+TEST_CASE("each parameter has its values, in lines or in steps") {
+  const auto check = [](Parameter parameter, const char* text, double seconds, float value) {
+    CAPTURE(parameter);
+    CAPTURE(text);
     Controls controls;
-    controls.set(kColor, std::to_string(row));
-    CHECK(controls.valueAt(kColor, 0.0).value() == expected[row]);
-  }
-}
-
-TEST_CASE("switches have the values 0 and 1") {
-  Controls controls;
-  controls.set(kOnOff, "0:off,1:on,2:0,3:1");
-  CHECK(controls.valueAt(kOnOff, 0.0).value() == 0.0f);
-  CHECK(controls.valueAt(kOnOff, 1.5).value() == 1.0f);
-  CHECK(controls.valueAt(kOnOff, 2.5).value() == 0.0f);
-  CHECK(controls.valueAt(kOnOff, 3.5).value() == 1.0f);
-  controls.set(kMode, "Bass");
-  CHECK(controls.valueAt(kMode, 0.0).value() == 1.0f);
-  controls.set(kMode, "guitar");
-  CHECK(controls.valueAt(kMode, 0.0).value() == 0.0f);
-}
-
-TEST_CASE("the tone and the pedal move in lines, colour and switches in steps") {
-  Controls controls;
-  for (Parameter index : {kTone, kPedalPos, kOnOff, kMode})
-    controls.set(index, "0:0,2:1");
-  controls.set(kColor, "0:0,2:7");
-  CHECK(controls.valueAt(kTone, 1.0).value() == 0.5f);
-  CHECK(controls.valueAt(kPedalPos, 1.0).value() == 0.5f);
-  CHECK(controls.valueAt(kOnOff, 1.0).value() == 0.0f);
-  CHECK(controls.valueAt(kMode, 1.0).value() == 0.0f);
-  CHECK(controls.valueAt(kColor, 1.0).value() == 0.0625f);
-}
-
-TEST_CASE("a parameter without an option has no value") {
-  Controls controls;
-  controls.set(kTone, "0.5");
-  CHECK_FALSE(controls.valueAt(kPedalPos, 0.0).has_value());
+    controls.set(parameter, text);
+    CHECK(controls.valueAt(parameter, seconds).value() == value);
+  };
+  for (int row = 0; row < 8; ++row) // a colour's number selects the middle of its eighth
+    check(kColor, std::to_string(row).c_str(), 0.0, static_cast<float>(2 * row + 1) / 16.0f);
+  check(kColor, "0:0,2:7", 1.0, 0.0625f);
+  for (const auto& [seconds, value] : {std::pair{0.0, 0.0f}, {1.5, 1.0f}, {2.5, 0.0f}, {3.5, 1.0f}})
+    check(kOnOff, "0:off,1:on,2:0,3:1", seconds, value);
+  check(kMode, "Bass", 0.0, 1.0f);
+  check(kMode, "guitar", 0.0, 0.0f);
+  check(kMode, "0:0,2:1", 1.0, 0.0f);
+  check(kTone, "0:0,2:1", 1.0, 0.5f);
+  check(kPedalPos, "0:0,2:1", 1.0, 0.5f);
 }
 
 TEST_CASE("a course is constant when all its points have one value") {
@@ -269,6 +213,7 @@ TEST_CASE("a course set over another takes its place") {
   Controls controls;
   controls.set(kPedalPos, "0.25");
   CHECK(controls.course(kTone) == nullptr);
+  CHECK_FALSE(controls.valueAt(kTone, 0.0).has_value());
   controls.set(kPedalPos, Course({{0.0, 0.0}, {1.0, 1.0}}, false));
   CHECK(controls.valueAt(kPedalPos, 0.5).value() == 0.5f);
   CHECK(controls.course(kPedalPos)->valueAt(0.75) == 0.75);

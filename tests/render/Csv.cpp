@@ -24,76 +24,70 @@ std::string faultOf(const std::string& text) {
   return "accepted";
 }
 
-// The same course at many times, the points' own among them.
-void checkSame(const Course& left, const Course& right) {
-  for (int step = 0; step <= 500; ++step) {
-    const double seconds = step / 100.0;
-    CAPTURE(seconds);
-    CHECK(left.valueAt(seconds) == right.valueAt(seconds));
+// A text, and a part of what its fault says behind "--pedal 'take.csv': ".
+struct Wrong {
+  std::string text, message;
+};
+
+void checkFaults(const std::vector<Wrong>& texts) {
+  for (const auto& [text, message] : texts) {
+    CAPTURE(text);
+    CHECK(faultOf(text).starts_with("--pedal 'take.csv': " + message));
   }
 }
-
-const char* const kPoints = "0.1:0,1.5:1,3:0.2";
 
 } // namespace
 
-TEST_CASE("a file of lines is the course of the same points in an option") {
-  checkSame(csv("0.1,0\n1.5,1\n3,0.2\n"), Course::parse("--pedal", kPoints, pedalRule()));
-}
-
-TEST_CASE("comments, a header, blank lines, blanks, a byte order mark and other line ends change nothing") {
-  const auto expected = Course::parse("--pedal", kPoints, pedalRule());
-  for (const char* text : {
-           "0.1,0\n1.5,1\n3,0.2",
-           "0.1,0\r\n1.5,1\r\n3,0.2\r\n",
-           "time,value\n0.1,0\n1.5,1\n3,0.2\n",
-           "\"seconds\",\"pedal\"\n0.1,0\n1.5,1\n3,0.2\n",
-           "# a take, with, commas\n\n \t\ntime , value # header\n0.1,0 # heel\n#\n1.5,1\n\n3,0.2\n\n",
-           "\xEF\xBB\xBF"
-           "Time,Value\n0.1,0\n1.5,1\n3,0.2\n",
-           "\xEF\xBB\xBF"
-           "0.1,0\n1.5,1\n3,0.2\n",
-           " 0.1\t,\t0 \n1.5 , 1\n  3,2e-1\n",
-       }) {
-    CAPTURE(text);
-    checkSame(csv(text), expected);
-  }
-}
-
-TEST_CASE("a single line holds at every time") {
-  CHECK(csv("2,0.25").valueAt(0.0) == 0.25);
-  CHECK(csv("2,0.25").valueAt(100.0) == 0.25);
-}
-
 TEST_CASE("a wrong line is named with its number, its text and what would be right") {
-  const std::string line = "--pedal 'take.csv': line ";
-  CHECK(faultOf("0,0\n1;1\n") ==
-        line + "2 '1;1': not a time and a value; write seconds,value, such as 1.5,1");
-  CHECK(faultOf("0;0\n1\n") == line + "2 '1': not a time and a value; write seconds;value, such as 1.5;1");
-  CHECK(faultOf("0.5\n") == line + "1 '0.5': not a time and a value; write seconds,value, such as 1.5,1");
-  CHECK(faultOf(",1\n") == line + "1 ',1': not a time and a value; write seconds,value, such as 1.5,1");
-  CHECK(faultOf("# one\n\n0,0\n1,1.5\n") ==
-        line + "4 '1,1.5': the value is out of range; give a number from 0 to 1, or tell the scale in a "
-               "header, such as time,value % or time,value 0-127");
-  CHECK(faultOf("0,-0.1\n") == line + "1 '0,-0.1': the value is out of range; give a number from 0 to 1");
-  CHECK(faultOf("0,\n") == line + "1 '0,': no such value; give a number from 0 to 1");
-  CHECK(faultOf("0,nan\n") == line + "1 '0,nan': no such value; give a number from 0 to 1");
-  CHECK(faultOf("0,0.5 s\n") == line + "1 '0,0.5 s': no such value; give a number from 0 to 1");
-  CHECK(faultOf("0,0\r\n-1,0\r\n") ==
-        line + "2 '-1,0': the time is not a number of seconds from 0 on; write seconds,value, such as 1.5,1");
-  CHECK(faultOf("0,0\ninf,1\n") ==
-        line +
-            "2 'inf,1': the time is not a number of seconds from 0 on; write seconds,value, such as 1.5,1");
-  CHECK(faultOf("0,0\n2,1\n1.5,0\n") ==
-        line +
-            "3 '1.5,0': the time lies before that of the point before it, 2 s; give the points in the order "
-            "of their times");
+  const std::string pair = "': not a time and a value; write seconds",
+                    time = "': the time is not a number of seconds "
+                           "from 0 on; write seconds,value, such as 1.5,1";
+  checkFaults({
+      {"0,0\n1;1\n", "line 2 '1;1" + pair + ",value, such as 1.5,1"},
+      {"0;0\n1\n", "line 2 '1" + pair + ";value, such as 1.5;1"},
+      {"0.5\n", "line 1 '0.5" + pair},
+      {",1\n", "line 1 ',1" + pair},
+      {"# one\n\n0,0\n1,1.5\n",
+       "line 4 '1,1.5': the value is out of range; give a number from 0 to 1, or tell the "
+       "scale in a header, such as time,value % or time,value 0-127"},
+      {"0,-0.1\n", "line 1 '0,-0.1': the value is out of range; give a number from 0 to 1"},
+      {"0,\n", "line 1 '0,': no such value; give a number from 0 to 1"},
+      {"0,nan\n", "line 1 '0,nan': no such value; give a number from 0 to 1"},
+      {"0,0.5 s\n", "line 1 '0,0.5 s': no such value; give a number from 0 to 1"},
+      {"0,0\r\n-1,0\r\n", "line 2 '-1,0" + time},
+      {"0,0\ninf,1\n", "line 2 'inf,1" + time},
+      {"0,0\n2,1\n1.5,0\n",
+       "line 3 '1.5,0': the time lies before that of the point before it, 2 s; give the points "
+       "in the order of their times"},
+      // Only the first line with content may be a header.
+      {"time,value\ntime,value\n0,0\n", "line 2 'time,value': the time is not "},
+      {"0,0\ntime,value\n", "line 2 'time,value': "},
+      {"time,0.5\n", "line 1 'time,0.5': "},
+      // A long or strange line makes a short message of one line.
+      {"0,0\n" + std::string(100000, 'x') + "\n", "line 2 '" + std::string(40, 'x') + "...': not "},
+      {"0,\x01\n", "line 1 '0,?': "},
+  });
+  for (const char* text : {"", "\n\n", "# nothing\n", "time,value\n"})
+    CHECK(faultOf(text) == "--pedal 'take.csv': holds no points; write lines seconds,value");
+  CHECK(faultOf("0,0\n" + std::string(100000, 'x') + "\n").size() < 200);
 }
 
-TEST_CASE("sheets and sequencers write the same course in many ways") {
+TEST_CASE("people, sheets and sequencers write the same course in many ways") {
+  CHECK(csv("2,0.25").valueAt(0.0) == 0.25); // a single line holds at every time
+  CHECK(csv("2,0.25").valueAt(100.0) == 0.25);
   const auto expected = Course::parse("--pedal", "0:0,1.5:0.5,1.5:1,90.25:0.25", pedalRule());
   for (const char* text : {
            "0,0\n1.5,0.5\n1.5,1\n90.25,0.25\n",
+           "0,0\n1.5,0.5\n1.5,1\n90.25,0.25",
+           "0,0\r\n1.5,0.5\r\n1.5,1\r\n90.25,0.25\r\n",
+           "\"seconds\",\"pedal\"\n0,0\n1.5,0.5\n1.5,1\n90.25,0.25\n",
+           "# a take, with, commas\n\n \t\ntime , value # header\n0,0 # "
+           "heel\n#\n1.5,.5\n\n1.5,1\n90.25,0.25\n\n",
+           "\xEF\xBB\xBF" // a byte order mark
+           "Time,Value\n0,0\n1.5,0.5\n1.5,1\n90.25,0.25\n",
+           "\xEF\xBB\xBF"
+           "0,0\n1.5,0.5\n1.5,1\n90.25,0.25\n",
+           " 0\t,\t0 \n1.5 , 0.5\n1.5,1\n  90.25,25e-2\n",
            "0,0,\n1.5,0.5,\n,,\n1.5,1,\n90.25,0.25,\n", // a third column without content
            "0;0\n1.5;0.5\n1.5;1\n90.25;0.25\n",         // semicolons
            "0;0\n1,5;0,5\n1,5;1\n90,25;0,25\n",         // with decimal commas
@@ -183,54 +177,38 @@ TEST_CASE("intervals have their unit at each value or in the header") {
 }
 
 TEST_CASE("what cannot be understood is not guessed at") {
-  const std::string line = "--pedal 'take.csv': line ";
-  const std::string named = ": more columns than are named; name the columns in the first line, such as time";
-  CHECK(faultOf("0,0\n1,1,1\n") ==
-        line + "2 '1,1,1'" + named +
-            ",value,note; where the comma is the decimal point, separate them with ;");
-  CHECK(faultOf("time,value\n0,5,0,75\n").find(line + "2 '0,5,0,75'" + named) == 0);
-  CHECK(faultOf("0;0;0\n") == line + "1 '0;0;0'" + named + ";value;note");
-  CHECK(faultOf("\"0,5\",\"0,75\"\n").find(": the time is not a number of seconds from 0 on; ") !=
-        std::string::npos);
-  CHECK(faultOf("time,value\n0,64\n").find(": the value is out of range; ") != std::string::npos);
-  CHECK(faultOf("time,value %\n0,101\n") ==
-        line + "2 '0,101': the value is out of range; give a number from 0 to 1");
-  CHECK(faultOf("time,x,y\n0,0,0\n") == line + "1 'time,x,y': no column is named pedal; name one pedal");
-  CHECK(faultOf("x,y,pedal\n0,0,0\n") == line + "1 'x,y,pedal': no column is named time; name one time");
-  CHECK(faultOf("time,time,pedal\n0,0,0\n") ==
-        line + "1 'time,time,pedal': two columns named 'time'; give them different names");
-  for (const char* header : {"samples,value", "time (beats),value", "Frame;Value", "minutes,value"}) {
-    CHECK(faultOf(header + std::string("\n0,0\n")) ==
-          line + "1 '" + header + "': times that are no seconds; convert them to seconds, or h:mm:ss");
-  }
-  for (const char* time :
-       {"1:60", "1:60:00", "1:-1", ":30", "1:", "1:30.x", "1:2:3:4", "1e1:00", "99999999:00"}) {
-    CHECK(faultOf(time + std::string(",0\n")) ==
-          line + "1 '" + time + ",0': not a time of the clock; write seconds, mm:ss or h:mm:ss.mmm");
-  }
-  CHECK(faultOf("0,\"0\n1,1\"\n") ==
-        line + "1 '0,\"0': a quote that is not closed in this line; close it, or take line breaks out of it");
-  CHECK(faultOf("0,\"0\" 1\n").find(": text behind a closed quote; ") != std::string::npos);
-  CHECK(faultOf("0,%\n").find(": no such value; ") != std::string::npos);
-  CHECK(faultOf("0;1,0,0\n").find(": no such value; ") != std::string::npos);
-  CHECK(faultOf("0;1.0,0\n").find(": no such value; ") != std::string::npos);
-}
-
-TEST_CASE("only the first line with content may be a header") {
-  CHECK(faultOf("time,value\ntime,value\n0,0\n").find(": line 2 'time,value': the time is not ") !=
-        std::string::npos);
-  CHECK(faultOf("0,0\ntime,value\n").find(": line 2 'time,value': ") != std::string::npos);
-  CHECK(faultOf("time,0.5\n").find(": line 1 'time,0.5': ") != std::string::npos);
-}
-
-TEST_CASE("a text without points says so") {
-  for (const char* text : {"", "\n\n", "# nothing\n", "time,value\n"})
-    CHECK(faultOf(text) == "--pedal 'take.csv': holds no points; write lines seconds,value");
-}
-
-TEST_CASE("a long or strange line makes a short message of one line") {
-  const std::string fault = faultOf("0,0\n" + std::string(100000, 'x') + "\n");
-  CHECK(fault.find(": line 2 '" + std::string(40, 'x') + "...': ") != std::string::npos);
-  CHECK(fault.size() < 200);
-  CHECK(faultOf("0,\x01\n").find("'0,?'") != std::string::npos);
+  const std::string named =
+      "': more columns than are named; name the columns in the first line, such as time";
+  const std::string noTime = "': the time is not a number of seconds from 0 on; ";
+  std::vector<Wrong> texts = {
+      {"0,0\n1,1,1\n", "line 2 '1,1,1" + named +
+                           ",value,note; where the comma is the decimal point, separate them "
+                           "with ;"},
+      {"time,value\n0,5,0,75\n", "line 2 '0,5,0,75" + named},
+      {"0;0;0\n", "line 1 '0;0;0" + named + ";value;note"},
+      {"\"0,5\",\"0,75\"\n", "line 1 '\"0,5\",\"0,75\"" + noTime},
+      {"time,value\n0,64\n", "line 2 '0,64': the value is out of range; "},
+      {"time,value %\n0,101\n", "line 2 '0,101': the value is out of range; give a number from 0 to 1"},
+      {"time,x,y\n0,0,0\n", "line 1 'time,x,y': no column is named pedal; name one pedal"},
+      {"x,y,pedal\n0,0,0\n", "line 1 'x,y,pedal': no column is named time; name one time"},
+      {"time,time,pedal\n0,0,0\n",
+       "line 1 'time,time,pedal': two columns named 'time'; give them different names"},
+      {"0,\"0\n1,1\"\n",
+       "line 1 '0,\"0': a quote that is not closed in this line; close it, or take line breaks out "
+       "of it"},
+      {"0,\"0\" 1\n", "line 1 '0,\"0\" 1': text behind a closed quote; "},
+      {"0,%\n", "line 1 '0,%': no such value; "},
+      {"0;1,0,0\n", "line 1 '0;1,0,0': no such value; "},
+      {"0;1.0,0\n", "line 1 '0;1.0,0': no such value; "},
+  };
+  for (const std::string header : {"samples,value", "time (beats),value", "Frame;Value", "minutes,value"})
+    texts.push_back({header + "\n0,0\n", "line 1 '" + header +
+                                             "': times that are no seconds; convert them to "
+                                             "seconds, or h:mm:ss"});
+  for (const std::string time :
+       {"1:60", "1:60:00", "1:-1", ":30", "1:", "1:30.x", "1:2:3:4", "1e1:00", "99999999:00"})
+    texts.push_back({time + ",0\n", "line 1 '" + time +
+                                        ",0': not a time of the clock; write seconds, mm:ss or "
+                                        "h:mm:ss.mmm"});
+  checkFaults(texts);
 }

@@ -1,32 +1,26 @@
 // What the program tells about itself and the module.
 #include "Program.h"
 
+#include <algorithm>
 #include <doctest/doctest.h>
 #include <filesystem>
-#include <regex>
+#include <sstream>
 
 namespace {
 
-bool contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
-
-// Whether a line of the text consists of these words, whatever the space between them.
-bool hasLine(const std::string& text, const std::string& words) {
-  const auto squeezed = [](const std::string& line) {
-    return std::regex_replace(std::regex_replace(line, std::regex(" +"), " "), std::regex("^ | $"), "");
-  };
-  std::size_t start = 0;
-  for (std::size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
-    if (squeezed(text.substr(start, end - start)) == words) return true;
-  }
-  return false;
+// A line's words with one blank between them.
+std::string squeezed(const std::string& line) {
+  std::istringstream stream(line);
+  std::string text;
+  for (std::string word; stream >> word;)
+    text += (text.empty() ? "" : " ") + word;
+  return text;
 }
 
 } // namespace
 
 TEST_CASE("--show tells what a host sees") {
-  const Outcome outcome = render({"--show"});
+  const Outcome outcome = render("--show");
   CHECK(outcome.status == 0);
   CHECK(outcome.err == "");
   const std::string width = sizeof(void*) == 8 ? "64" : "32";
@@ -75,28 +69,25 @@ Programs (current: 0, shown as "Init 1")
 }
 
 TEST_CASE("--show applies the values at the start") {
-  const Outcome outcome = render({"--show", "--tone", "0:0.25,1:1", "--color", "7", "--pedal", "1", "--on",
-                                  "off", "--mode", "bass", "--module", TREADSHIFT_MODULE});
+  const Outcome outcome = render("--show --tone 0:0.25,1:1 --color 7 --pedal 1 --on off --mode bass --module "
+                                 "'" TREADSHIFT_MODULE "'");
   CHECK(outcome.status == 0);
-  CHECK(hasLine(outcome.out, "0 On/Off 0 off \"\" yes switch"));
-  CHECK(hasLine(outcome.out, "1 Mode 1 Bass \"\" yes switch"));
-  CHECK(hasLine(outcome.out, "2 Tone 0.25 2.50 \"\" yes steps of 0.01"));
-  CHECK(hasLine(outcome.out, "3 Color 0.9375 7 \"\" yes whole numbers 0 to 7 in steps of 1"));
-  CHECK(hasLine(outcome.out, "4 PedalPos 1 10.00 \"\" yes steps of 0.01"));
+  Names lines = linesOf(outcome.out);
+  std::ranges::transform(lines, lines.begin(), squeezed);
+  for (const char* line : {
+           "0 On/Off 0 off \"\" yes switch",
+           "1 Mode 1 Bass \"\" yes switch",
+           "2 Tone 0.25 2.50 \"\" yes steps of 0.01",
+           "3 Color 0.9375 7 \"\" yes whole numbers 0 to 7 in steps of 1",
+           "4 PedalPos 1 10.00 \"\" yes steps of 0.01",
+       })
+    CHECK(std::ranges::count(lines, line) == 1);
 }
 
-TEST_CASE("--help and --version answer on the standard output") {
-  const Outcome help = render({"--help"});
-  CHECK(help.status == 0);
-  CHECK(help.err == "");
-  for (const char* part :
-       {"--color", "--pedal", "--tone", "--on", "--mode", "--block", "--module", "--show",
-        "treadshift-render guitar.wav bent.wav --color 4 --pedal 0:0,1.5:1,3:0 --tone 0.8"}) {
-    CHECK(contains(help.out, part));
-  }
-  CHECK(render({"-h"}).out == help.out);
-  const Outcome version = render({"--version"});
+TEST_CASE("--version answers on the standard output, by either name") {
+  const Outcome version = render("--version");
   CHECK(version.status == 0);
   CHECK(version.err == "");
-  CHECK(std::regex_match(version.out, std::regex("treadshift-render [0-9]+\\.[0-9]+\\.[0-9]+\n")));
+  CHECK(version.out == "treadshift-render " TREADSHIFT_VERSION "\n");
+  CHECK(render("-V").out == version.out);
 }

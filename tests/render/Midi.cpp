@@ -153,17 +153,19 @@ TEST_CASE("a file cut anywhere is refused") {
 
 TEST_CASE("a file that cannot be right is refused") {
   const std::string good = midiTrack({controller(0, 11, 0)});
-  CHECK(faultOf(midiFile(0, 0, {good})) == kDamaged);      // no ticks in a beat
-  CHECK(faultOf(midiFile(0, 0xe700, {good})) == kDamaged); // none in a frame
-  CHECK(faultOf(midiFile(0, kTicks, {midiTrack({controller(0, 11, 200)})})) == kDamaged);
-  CHECK(faultOf(midiFile(0, kTicks, {midiTrack({message(0, "\xf8")})})) == kDamaged); // clock: not for files
-  CHECK(faultOf(midiFile(0, kTicks, {good, std::string()})) == kDamaged);             // a track is missing
-  CHECK(faultOf("MThd" + std::string("\xff\xff\xff\xff", 4)) == kDamaged);
+  for (const std::string& file : {
+           midiFile(0, 0, {good}),      // no ticks in a beat
+           midiFile(0, 0xe700, {good}), // none in a frame
+           midiFile(0, kTicks, {midiTrack({controller(0, 11, 200)})}),
+           midiFile(0, kTicks, {midiTrack({message(0, "\xf8")})}), // clock: not for files
+           midiFile(0, kTicks, {good, std::string()}),             // a track is missing
+           "MThd" + std::string("\xff\xff\xff\xff", 4),
+       })
+    CHECK(faultOf(file) == kDamaged);
   CHECK(faultOf("RIFF").find("not a standard MIDI file; ") != std::string::npos);
-  CHECK(
-      faultOf(midiFile(2, kTicks, {good, good})) ==
-      "--pedal 'take.mid': a MIDI file of independent tracks (format 2); save the take again as a MIDI file "
-      "of format 0 or 1");
+  CHECK(faultOf(midiFile(2, kTicks, {good, good})) == "--pedal 'take.mid': a MIDI file of independent tracks "
+                                                      "(format 2); save the take again as a MIDI file of "
+                                                      "format 0 or 1");
 }
 
 TEST_CASE("whatever is changed in a file, it gives a course or one fault") {

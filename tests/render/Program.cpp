@@ -7,8 +7,9 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <regex>
+#include <map>
 #include <sstream>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -48,14 +49,22 @@ std::string readToEnd(int end) {
   return text;
 }
 
+bool tellsOfCutTail(const std::string& line) {
+  return (line.starts_with("treadshift-render: input '") ||
+          line.starts_with("treadshift-render: output '")) &&
+         holds(line, " ms of bent sound ");
+}
+
 // Takes the lines about cut tails out of a text; result: these.
 std::string takeCutTails(std::string& text) {
-  static const std::regex line("treadshift-render: (in|out)put '[^\n]*': [0-9]+ ms of bent sound [^\n]*\n");
-  std::string taken;
-  for (std::smatch match; std::regex_search(text, match, line);) {
-    taken += match.str();
-    text.erase(static_cast<std::size_t>(match.position()), static_cast<std::size_t>(match.length()));
+  std::string taken, kept;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) {
+    std::string& place = tellsOfCutTail(line) ? taken : kept;
+    place += line;
+    if (!stream.eof()) place += '\n';
   }
+  text = kept;
   return taken;
 }
 
@@ -66,13 +75,13 @@ void limitFileSize(long bytes) {
   setrlimit(RLIMIT_FSIZE, &limits);
 }
 
-[[noreturn]] void becomeProgram(const std::vector<std::string>& words, const Surroundings& surroundings,
-                                const Pipe& out, const Pipe& err) {
+[[noreturn]] void becomeShell(const std::string& line, const Surroundings& surroundings, const Pipe& out,
+                              const Pipe& err) {
   // Whoever runs the tests in the background may ignore these.
   for (int number : {SIGINT, SIGTERM, SIGHUP})
     std::signal(number, SIG_DFL);
   if (surroundings.ignoresHangUp) std::signal(SIGHUP, SIG_IGN);
-  const int in = open(surroundings.input.c_str(), O_RDONLY);
+  const int in = open("/dev/null", O_RDONLY);
   dup2(in, STDIN_FILENO);
   dup2(out.writeEnd, STDOUT_FILENO);
   dup2(err.writeEnd, STDERR_FILENO);
@@ -81,31 +90,30 @@ void limitFileSize(long bytes) {
   limitFileSize(surroundings.largestFileBytes);
   for (const std::string& setting : surroundings.environment)
     putenv(const_cast<char*>(setting.c_str()));
-  if (chdir(surroundings.directory.c_str()) != 0) _exit(126);
-  std::vector<char*> list;
-  for (const std::string& word : words)
-    list.push_back(const_cast<char*>(word.c_str()));
-  list.push_back(nullptr);
-  execv(list.front(), list.data());
+  execl("/bin/sh", "sh", "-c", line.c_str(), nullptr);
   _exit(127);
 }
 
 } // namespace
 
-Workspace::Workspace() {
-  std::string name = fs::temp_directory_path() / "treadshift-test-XXXXXX";
-  REQUIRE(mkdtemp(name.data()) != nullptr);
-  directory = name;
-}
-
-Workspace::~Workspace() { fs::remove_all(directory); }
-
-std::vector<std::string> Workspace::names() const {
-  std::vector<std::string> list;
+Names namesIn(const std::string& directory) {
+  Names list;
   for (const auto& entry : fs::directory_iterator(directory))
     list.push_back(entry.path().filename());
   std::sort(list.begin(), list.end());
   return list;
+}
+
+Workspace::Workspace() : before(fs::current_path()) {
+  std::string name = fs::temp_directory_path() / "treadshift-test-XXXXXX";
+  REQUIRE(mkdtemp(name.data()) != nullptr);
+  directory = name;
+  fs::current_path(directory);
+}
+
+Workspace::~Workspace() {
+  fs::current_path(before);
+  fs::remove_all(directory);
 }
 
 bool hasTerminals() {
@@ -113,27 +121,27 @@ bool hasTerminals() {
   const bool usable =
       controller >= 0 && grantpt(controller) == 0 && access(ptsname(controller), R_OK | W_OK) == 0;
   if (controller >= 0) close(controller);
+  if (!usable) MESSAGE("not checked: there are no pseudo-terminals here");
   return usable;
 }
 
-Program::Program(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
-  std::vector<std::string> words = {TREADSHIFT_RENDER};
-  words.insert(words.end(), arguments.begin(), arguments.end());
-  start(words, surroundings);
+bool isInstalled(const std::string& names) {
+  static std::map<std::string, bool> known;
+  if (!known.contains(names))
+    known[names] = shell("for tool in " + names + "; do command -v $tool || exit 1; done").status == 0;
+  if (!known[names]) MESSAGE("not checked: not all are installed of ", names);
+  return known[names];
 }
 
-Program Program::command(const std::vector<std::string>& words, const Surroundings& surroundings) {
-  Program program;
-  program.start(words, surroundings);
-  return program;
-}
+Program::Program(const std::string& arguments, const Surroundings& surroundings)
+    : Program(Line{"exec '" TREADSHIFT_RENDER "' " + arguments}, surroundings) {}
 
-void Program::start(const std::vector<std::string>& words, const Surroundings& surroundings) {
+Program::Program(const Line& line, const Surroundings& surroundings) {
   const Pipe out = surroundings.outputIsTerminal ? makeTerminal() : makePipe();
   const Pipe err = surroundings.errorIsTerminal ? makeTerminal() : makePipe();
   child = fork();
   REQUIRE(child >= 0);
-  if (child == 0) becomeProgram(words, surroundings, out, err);
+  if (child == 0) becomeShell(line.text, surroundings, out, err);
   close(out.writeEnd);
   close(err.writeEnd);
   outEnd = out.readEnd;
@@ -160,6 +168,11 @@ int Program::filesWrittenIn(const std::string& directory) const {
   return count;
 }
 
+void Program::awaitOutputs(const std::string& directory, int count) const {
+  while (isRunning() && filesWrittenIn(fs::canonical(directory)) < count)
+    usleep(1000);
+}
+
 void Program::signal(int number) const { kill(child, number); }
 
 // The messages are short enough for a pipe's own memory, so reading one after the other cannot block.
@@ -176,37 +189,81 @@ Outcome Program::wait() {
   return outcome;
 }
 
-Outcome render(const std::vector<std::string>& arguments, const Surroundings& surroundings) {
+Outcome render(const std::string& arguments, const Surroundings& surroundings) {
   return Program(arguments, surroundings).wait();
+}
+
+void checkRefused(int status, const std::string& arguments, const std::string& message,
+                  const Surroundings& surroundings) {
+  CAPTURE(arguments);
+  const Names before = namesIn(".");
+  const Outcome outcome = render(arguments, surroundings);
+  const std::string &err = outcome.err, start = "treadshift-render: " + message;
+  CHECK(err.substr(0, start.size()) == start);
+  CHECK(err.find('\n') == err.size() - 1);
+  CHECK(std::count_if(err.begin(), err.end(), [](unsigned char character) { return character < 0x20; }) == 1);
+  CHECK(outcome.out == "");
+  CHECK(outcome.status == status);
+  CHECK(namesIn(".") == before);
 }
 
 Outcome shell(const std::string& line, const Surroundings& surroundings) {
   const std::string directory = fs::path(TREADSHIFT_RENDER).parent_path();
-  return Program::command({"/bin/sh", "-c", "PATH='" + directory + "':$PATH\n" + line}, surroundings).wait();
+  return Program(Program::Line{"PATH='" + directory + "':$PATH TMPDIR=$PWD\nexport TMPDIR\n" + line},
+                 surroundings)
+      .wait();
 }
 
-std::string pathWith(const Workspace& work, const std::string& name, const std::string& script) {
-  const std::string directory = work.path("programs");
-  fs::create_directory(directory);
+Surroundings withProgram(const std::string& name, const std::string& script) {
+  fs::create_directory("programs");
   if (!name.empty()) {
-    writeBytes(directory + "/" + name, "#!/bin/sh\n" + script);
-    fs::permissions(directory + "/" + name, fs::perms::owner_all);
+    writeBytes("programs/" + name, "#!/bin/sh\n" + script);
+    fs::permissions("programs/" + name, fs::perms::owner_all);
   }
-  return directory;
+  const std::string here = fs::current_path();
+  Surroundings surroundings;
+  surroundings.environment = {"PATH=" + here + "/programs", "TMPDIR=" + here};
+  return surroundings;
 }
 
 bool holds(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
-std::string fileBytes(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  REQUIRE(file.good());
-  std::ostringstream bytes;
-  bytes << file.rdbuf();
-  return bytes.str();
+Names linesOf(const std::string& text) {
+  Names lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);)
+    lines.push_back(line);
+  return lines;
 }
 
 void writeBytes(const std::string& path, const std::string& bytes) {
   std::ofstream file(path, std::ios::binary);
   file << bytes;
   REQUIRE(file.good());
+}
+
+SlowInput::SlowInput(const std::string& file, long firstBytes)
+    : name(file), bytes(contentsOf(file)), first(firstBytes) {
+  fs::remove(name);
+  REQUIRE(mkfifo(name.c_str(), 0600) == 0);
+}
+
+SlowInput::~SlowInput() { close(input); }
+
+// Opened for both directions, it waits for nobody, should the program have ended.
+void SlowInput::handFirst() {
+  input = open(name.c_str(), O_RDWR);
+  REQUIRE(write(input, bytes.data(), first) == first);
+}
+
+void SlowInput::awaitTaken(const Program& program) const {
+  for (int waiting = 1; waiting > 0 && program.isRunning(); usleep(1000))
+    REQUIRE(ioctl(input, FIONREAD, &waiting) == 0); // bytes in the pipe
+}
+
+void SlowInput::handRest() {
+  const auto rest = static_cast<long>(bytes.size()) - first;
+  REQUIRE(write(input, bytes.data() + first, rest) == rest);
+  close(input);
+  input = -1;
 }

@@ -3,298 +3,275 @@
 #include "Program.h"
 #include "SoundFiles.h"
 
-#include <algorithm>
 #include <doctest/doctest.h>
+#include <filesystem>
 
 namespace {
 
-bool startsWith(const std::string& text, const std::string& start) {
-  return text.compare(0, start.size(), start) == 0;
-}
-
-// One printable line from the program.
-void checkOneLine(const std::string& err) {
-  CHECK(startsWith(err, "treadshift-render: "));
-  CHECK(std::count(err.begin(), err.end(), '\n') == 1);
-  REQUIRE(!err.empty());
-  CHECK(err.back() == '\n');
-  CHECK(std::none_of(err.begin(), err.end() - 1, [](unsigned char character) { return character < 0x20; }));
-}
-
-class Refusal {
-public:
-  Refusal() { writeSound(work.path("in.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(4000)}); }
-
-  std::string path(const std::string& name) const { return work.path(name); }
-
-  void check(int status, const std::string& start, const std::vector<std::string>& arguments) const {
-    CAPTURE(arguments);
-    const auto before = work.names();
-    const Outcome outcome = render(arguments);
-    checkOneLine(outcome.err);
-    CAPTURE(outcome.err);
-    CHECK(startsWith(outcome.err, "treadshift-render: " + start));
-    CHECK(outcome.out == "");
-    CHECK(outcome.status == status);
-    CHECK(work.names() == before);
-  }
-
-  void checkOption(const std::string& start, const std::vector<std::string>& options) const {
-    std::vector<std::string> arguments = {path("in.wav"), path("out.wav")};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    check(2, start, arguments);
-  }
-
-  void checkInput(const std::string& name, const std::string& bytes, const std::string& wrong) const {
-    writeBytes(path(name), bytes);
-    check(1, "input '" + path(name) + "': " + wrong, {path(name), path("out.wav")});
-  }
-
-private:
-  Workspace work;
+struct Call {
+  std::string arguments, message;
 };
+
+// Wrong calls beside a recording of 4000 samples, which stays as it is. start: of all the arguments.
+void checkWrong(const std::string& start, const std::vector<Call>& calls) {
+  const Workspace work;
+  writeTake("in.wav", 4000);
+  const std::string before = contentsOf("in.wav");
+  for (const Call& call : calls)
+    checkRefused(2, start + call.arguments, call.message);
+  CHECK(contentsOf("in.wav") == before);
+}
+
+void checkWrongOptions(const std::vector<Call>& calls) { checkWrong("in.wav out.wav ", calls); }
+
+void checkInput(const std::string& name, const std::string& bytes, const std::string& wrong) {
+  writeBytes(name, bytes);
+  checkRefused(1, name + " out.wav", "input '" + name + "': " + wrong);
+}
 
 std::string replaced(std::string bytes, std::size_t offset, const std::string& part) {
   return bytes.replace(offset, part.size(), part);
 }
 
+std::string bytesAs(int format, std::size_t frames) {
+  writeTake("whole", frames, 1, format);
+  return contentsOf("whole");
+}
+
 } // namespace
 
 TEST_CASE("a flag that is given a value, of whatever length and characters") {
-  const Refusal refusal;
-  refusal.checkOption("--show 'perhaps': takes no value; see treadshift-render --help", {"--show=perhaps"});
-  refusal.checkOption("--play 'a?b': takes no value; ", {"--play=a\nb"});
-  refusal.checkOption("--verbose '" + std::string(1000, 'x') + "...': takes no value; ",
-                      {"--verbose=" + std::string(120000, 'x')});
-  refusal.checkOption("--verbose '" + std::string(999, 'x') + "...': ",
-                      {"--verbose=" + std::string(999, 'x') + "ü!"});
+  checkWrongOptions({
+      {"--show=perhaps", "--show 'perhaps': takes no value; see treadshift-render --help"},
+      {"'--play=a\nb'", "--play 'a?b': takes no value; "},
+      {"--verbose=" + std::string(120000, 'x'), "--verbose '" + std::string(1000, 'x') + "...': takes no "},
+      {"'--verbose=" + std::string(999, 'x') + "ü!'", "--verbose '" + std::string(999, 'x') + "...': "},
+  });
 }
 
-TEST_CASE("calls that are wrong as they stand") {
-  const Refusal refusal;
-  refusal.check(2, "input: no recording is named; ", {});
-  refusal.check(2, "output: no name for the bent recording is given; ", {refusal.path("in.wav")});
-  refusal.check(2, "argument 'third': one argument too many; ",
-                {refusal.path("in.wav"), refusal.path("out.wav"), "third"});
-  refusal.check(2, "output '" + refusal.path("out") + "': ", {refusal.path("in.wav"), refusal.path("out")});
-  refusal.check(
-      2, "output '" + refusal.path("out.doc") + "': ", {refusal.path("in.wav"), refusal.path("out.doc")});
-  refusal.check(2,
-                "output '" + refusal.path("") + "': a directory; to write into it, give --out-dir " +
-                    refusal.path(""),
-                {refusal.path("in.wav"), refusal.path("")});
-  refusal.check(2, "output 'none/': a directory; ", {refusal.path("in.wav"), "none/"});
-  refusal.check(2, "--show 'in.wav': ", {"--show", "in.wav"});
-  refusal.checkOption("option '--colour': no such option; ", {"--colour", "1"});
-  refusal.checkOption("option '--colour': no such option; did you mean --color? see ", {"--colour", "1"});
-  refusal.checkOption("option '--normalise': no such option; did you mean --normalize? see ",
-                      {"--normalise"});
-  refusal.checkOption("option '--gian=3': no such option; did you mean --gain? see ", {"--gian=3"});
-  refusal.checkOption("option '-z': no such option; see ", {"-z"});
-  refusal.checkOption("option '--ox': no such option; see ", {"--ox"});
-  refusal.checkOption("--tone: its value is missing; give --tone VALUE|FILE; see ", {"--tone"});
-  refusal.checkOption("--plot: its value is missing; give --plot FILE.png; see ", {"--plot"});
-  refusal.checkOption("--color: given more than once; ", {"--color", "1", "--color", "2"});
-  refusal.checkOption("--color '8': the value is out of range; ", {"--color", "8"});
-  refusal.checkOption("--color '-1': the value is out of range; ", {"--color", "-1"});
-  refusal.checkOption("--color '2.5': not a whole number; ", {"--color", "2.5"});
-  refusal.checkOption("--color '1:9': the value is out of range; ", {"--color", "0:1,1:9"});
-  refusal.checkOption("--pedal '1.5': the value is out of range; ", {"--pedal", "1.5"});
-  refusal.checkOption("--pedal '1:1': the time lies before that of ", {"--pedal", "0:0,2:0,1:1"});
-  refusal.checkOption("--pedal 'nan': no such value; ", {"--pedal", "nan"});
-  refusal.checkOption("--tone '': no such value; ", {"--tone", ""});
-  refusal.checkOption("--tone '-0.5': the value is out of range; ", {"--tone", "-0.5"});
-  refusal.checkOption("--tone '?0?': no such value; ", {"--tone", "\n0\x01"});
-  refusal.checkOption("--on '0.5': not a whole number; give on, off, ", {"--on", "0.5"});
-  refusal.checkOption("--mode 'banjo': no such value; give guitar, bass, ", {"--mode", "banjo"});
-  refusal.checkOption("--bits '20': no such sample format; ", {"--bits", "20"});
-  refusal.checkOption("--type 'doc': no such type; give wav, flac, ", {"--type", "doc"});
-  refusal.checkOption("--channels 'both': no such choice; give each, left, right or mix",
-                      {"--channels", "both"});
-  refusal.checkOption("--stats 'xml': no such form; give json", {"--stats", "xml"});
-  refusal.check(2, "--type 'wav': no output is named that could be of this type; ",
-                {refusal.path("in.wav"), "--stats", "json", "--type", "wav"});
-  for (const char* tail : {"-1", "3601", "1s", "inf", "nan", ""})
-    refusal.checkOption("--tail '" + std::string(tail) + "': not seconds from 0 to 3600; ", {"--tail", tail});
-  for (const char* gain : {"-97", "97", "6dB", "inf", "nan", ""})
-    refusal.checkOption("--gain '" + std::string(gain) + "': not decibels from -96 to 96; ",
-                        {"--gain", gain});
-  for (const char* block : {"0", "-1", "1048577", "99999999999999999999", "64.5", "64x", ""}) {
-    refusal.checkOption("--block '" + std::string(block) + "': ", {"--block", block});
+TEST_CASE("files that do not go together") {
+  checkWrong("", {
+                     {"", "input: no recording is named; "},
+                     {"in.wav", "output: no name for the bent recording is given; "},
+                     {"in.wav out.wav third", "argument 'third': one argument too many; to render several "
+                                              "recordings, say where to with --out-dir DIR\n"},
+                     {"in.wav out", "output 'out': "},
+                     {"in.wav out.doc", "output 'out.doc': "},
+                     {"in.wav ./", "output './': a directory; to write into it, give --out-dir ./"},
+                     {"in.wav none/", "output 'none/': a directory; "},
+                     {"--show in.wav", "--show 'in.wav': "},
+                     {"in.wav --stats json --type wav", "--type 'wav': no output is named that could be "},
+                     {"in.wav --out-dir ''", "--out-dir '': no directory; give its name\n"},
+                     {"in.wav other.wav --out-dir bent --play", "--play: is for one recording at a time; "},
+                     {"in.wav other.wav --out-dir bent --plot a.png", "--plot: is for one recording at a "},
+                     {"- --out-dir bent", "input '-': the standard input has no name for --out-dir to keep; "
+                                          "name the output instead\n"},
+                     {"in.wav out.wav -y -n", "--yes: contradicts --no-clobber; give one of them\n"},
+                     {"in.wav - --play", "--play"},
+                 });
+}
+
+TEST_CASE("options that do not exist, or not so") {
+  checkWrongOptions({
+      {"--colour 1", "option '--colour': no such option; did you mean --color? see "},
+      {"--normalise", "option '--normalise': no such option; did you mean --normalize? see "},
+      {"--gian=3", "option '--gian=3': no such option; did you mean --gain? see "},
+      {"-z", "option '-z': no such option; see "},
+      {"--ox", "option '--ox': no such option; see "},
+      {"--tone", "--tone: its value is missing; give --tone VALUE|FILE; see "},
+      {"--plot", "--plot: its value is missing; give --plot FILE.png; see "},
+      {"--color 1 --color 2", "--color: given more than once; "},
+  });
+}
+
+TEST_CASE("values that an option does not take") {
+  checkWrongOptions({
+      {"--color 8", "--color '8': the value is out of range; "},
+      {"--tone '\n0\x01'", "--tone '?0?': no such value; "},
+      {"--pedal-cc 4", "--pedal-cc '4': there is no MIDI file to choose from; give --pedal a MIDI file\n"},
+      {"--tone-cc 4", "--tone-cc '4': there is no MIDI file to choose from; give --tone a MIDI file\n"},
+      {"--pedal-channel 4", "--pedal-channel '4': there is no MIDI file to choose from; "},
+      {"--tone-channel 4", "--tone-channel '4': there is no MIDI file to choose from; "},
+      {"--bits 20", "--bits '20': no such sample format; "},
+      {"--type doc", "--type 'doc': no such type; give wav, flac, "},
+      {"--channels both", "--channels 'both': no such choice; give each, left, right or mix\n"},
+      {"--stats xml", "--stats 'xml': no such form; give json\n"},
+      {"--to 1 --from 0:01", "--to '1': not after --from; "},
+      {"--to 0", "--to '0': not after --from; "},
+      {"--dry-gain 97", "--dry-gain '97': not decibels from -96 to 96; "},
+  });
+  struct Row {
+    std::string option, wrong;
+    Names values;
+  };
+  for (const Row& row : {
+           Row{"--tail", "not seconds from 0 to 3600; ", {"-1", "3601", "1s", "inf", "nan", ""}},
+           {"--gain", "not decibels from -96 to 96; ", {"-97", "97", "6dB", "inf", "nan", ""}},
+           {"--block", "", {"0", "-1", "1048577", "99999999999999999999", "64.5", "64x", ""}},
+           {"--from",
+            "not a time; give seconds, mm:ss or hh:mm:ss, ",
+            {"-1", "1:60", "1:2:3:4", "1.5:0", "x", "", "1:", ":1", "nan", "1e10"}},
+           {"--jobs",
+            "not a number from 1 to 256; as many as there are processors is best\n",
+            {"0", "257", "-1", "two", ""}},
+       }) {
+    std::vector<Call> calls;
+    for (const std::string& value : row.values)
+      calls.push_back({row.option + " '" + value + "'", row.option + " '" + value + "': " + row.wrong});
+    checkWrongOptions(calls);
   }
 }
 
 TEST_CASE("an option that others have names the way to the same thing") {
-  const Refusal refusal;
-  const std::pair<const char*, const char*> ways[] = {
-      {"--rate", "the output keeps the rate; change it with: sox in.wav -r 48000 out.wav"},
-      {"--sample-rate", "the output keeps the rate; change it with: sox in.wav -r 48000 out.wav"},
-      {"--stereo", "two channels from one: sox in.wav -c 2 out.wav"},
-      {"--mono", "give --channels mix, left or right"},
-      {"--bpm", "the pedal keeps the tempo; change it with: sox in.wav out.wav tempo 1.25"},
-      {"--mix", "--wet takes the bent sound alone, --dry-gain DB adds the recording"},
-      {"--format", "the output's name tells its type; --type and --bits set it otherwise"},
-      {"--output", "the output is named after the input: in.wav out.wav"},
-      {"-o", "the output is named after the input: in.wav out.wav"},
-      {"-i", "the input is named without an option: in.wav out.wav"},
-      {"-f", "leave out --no-clobber, which keeps files"},
-      {"--threads", "give --jobs N"}};
-  for (const auto& [option, way] : ways)
-    refusal.checkOption("option '" + std::string(option) + "': no such option; " + way + "\n", {option, "2"});
-  refusal.checkOption("option '--rate=48000': no such option; the output keeps the rate; ", {"--rate=48000"});
-  refusal.checkOption("--channels 'stereo': no such choice; give each, left, right or mix; two channels from "
-                      "one: sox in.wav -c 2 out.wav\n",
-                      {"--channels", "stereo"});
-  refusal.checkOption("--channels '1': no such choice; give each, left, right or mix; mix makes one ",
-                      {"--channels", "1"});
+  const std::string rate = "the output keeps the rate; change it with: sox in.wav -r 48000 out.wav";
+  const std::string output = "the output is named after the input: in.wav out.wav";
+  std::vector<Call> calls = {
+      {"--rate=48000", "option '--rate=48000': no such option; the output keeps the rate; "},
+      {"--channels stereo", "--channels 'stereo': no such choice; give each, left, right or mix; two "
+                            "channels from one: sox in.wav -c 2 out.wav\n"},
+      {"--channels 1", "--channels '1': no such choice; give each, left, right or mix; mix makes one "},
+  };
+  for (const auto& [option, way] : {
+           Call{"--rate", rate},
+           {"--sample-rate", rate},
+           {"--stereo", "two channels from one: sox in.wav -c 2 out.wav"},
+           {"--mono", "give --channels mix, left or right"},
+           {"--bpm", "the pedal keeps the tempo; change it with: sox in.wav out.wav tempo 1.25"},
+           {"--mix", "--wet takes the bent sound alone, --dry-gain DB adds the recording"},
+           {"--format", "the output's name tells its type; --type and --bits set it otherwise"},
+           {"--output", output},
+           {"-o", output},
+           {"-i", "the input is named without an option: in.wav out.wav"},
+           {"-f", "leave out --no-clobber, which keeps files"},
+           {"--threads", "give --jobs N"},
+       })
+    calls.push_back({option + " 2", "option '" + option + "': no such option; " + way + "\n"});
+  checkWrongOptions(calls);
 }
 
-TEST_CASE("parts and mixes that cannot be") {
-  const Refusal refusal;
-  for (const char* time : {"-1", "1:60", "1:2:3:4", "1.5:0", "x", "", "1:", ":1", "nan", "1e10"})
-    refusal.checkOption("--from '" + std::string(time) + "': not a time; give seconds, mm:ss or hh:mm:ss, ",
-                        {"--from", time});
-  refusal.checkOption("--to '1': not after --from; ", {"--from", "0:01", "--to", "1"});
-  refusal.checkOption("--to '0': not after --from; ", {"--to", "0"});
-  refusal.checkOption("--dry-gain '97': not decibels from -96 to 96; ", {"--dry-gain", "97"});
-  // 4000 frames at 44100 Hz.
-  refusal.check(1, "--from '0.1': '" + refusal.path("in.wav") + "' has no sound there; ",
-                {refusal.path("in.wav"), refusal.path("out.wav"), "--from", "0.1"});
-  refusal.check(1,
-                "--wet: in blocks of 217 samples at 44100 Hz the dry sound cannot be told from the bent one; "
-                "give --block 216 or less",
-                {refusal.path("in.wav"), refusal.path("out.wav"), "--wet", "--block", "217"});
+TEST_CASE("sample formats that a type does not hold") {
+  checkWrong("in.wav ",
+             {
+                 {"out.flac --bits float", "output 'out.flac': FLAC does not hold 32 bit float; give other "
+                                           "--bits, or use .wav\n"},
+                 {"out.ogg --bits 16", "output 'out.ogg': OGG does not hold Signed 16 bit PCM; leave out "
+                                       "--bits\n"},
+                 {"out.mp3 --bits 24", "output 'out.mp3': MP3 does not hold Signed 24 bit PCM; leave out "
+                                       "--bits\n"},
+             });
 }
 
 TEST_CASE("comparisons that cannot be") {
-  const Refusal refusal;
-  refusal.checkOption("--each-color: makes several outputs; say where to with --out-dir DIR",
-                      {"--each-color"});
-  const auto check = [&](const std::string& start, std::vector<std::string> options) {
-    options.insert(options.begin(), {refusal.path("in.wav"), "--out-dir", refusal.path("bent")});
-    refusal.check(2, start, options);
-  };
-  check("--each-color: does not go with --color; ", {"--each-color", "--color", "2"});
-  check("--each-color: does not go with --each-preset; ", {"--each-color", "--each-preset"});
-  check("--each-preset: does not go with --preset; ", {"--each-preset", "--preset", "Octave climb"});
-  check("--each-preset: does not go with --save-preset; ",
-        {"--each-preset", "--save-preset", refusal.path("p")});
-  check("--play: is for one recording at a time; ", {"--each-color", "--play"});
-  check("--plot: is for one recording at a time; ", {"--each-preset", "--plot", refusal.path("p.png")});
-  writeBytes(refusal.path("twins"), "[a b]\ncolor = 1\n[a/b]\ncolor = 2\n");
-  check("--each-preset 'a/b': another preset would have its name in a file's; ",
-        {"--each-preset", "--load-preset", refusal.path("twins")});
+  checkWrongOptions(
+      {{"--each-color", "--each-color: makes several outputs; say where to with --out-dir DIR"}});
+  checkWrong("in.wav --out-dir bent ",
+             {
+                 {"--each-color --color 2", "--each-color: does not go with --color; "},
+                 {"--each-color --each-preset", "--each-color: does not go with --each-preset; "},
+                 {"--each-preset --preset x", "--each-preset: does not go with --preset; "},
+                 {"--each-preset --save-preset p", "--each-preset: does not go with --save-preset; "},
+                 {"--each-color --play", "--play: is for one recording at a time; "},
+                 {"--each-preset --plot p.png", "--plot: is for one recording at a time; "},
+             });
+  const Workspace work;
+  writeBytes("twins", "[a b]\ncolor = 1\n[a/b]\ncolor = 2\n");
+  checkRefused(2, "in.wav --out-dir bent --each-preset --load-preset twins",
+               "--each-preset 'a/b': another preset would have its name in a file's; ");
 }
 
 TEST_CASE("values that nothing would read, before anything is written or listed") {
-  const Refusal refusal;
-  for (const char* option : {"--plot", "--save-preset", "--module"})
-    refusal.checkOption(std::string(option) + " '': no file; give its name", {option, ""});
-  refusal.check(2, "--jobs 'abc': not a number from 1 to 256; ", {"--list-colors", "--jobs", "abc"});
-  refusal.check(2, "--tail 'x': not seconds from 0 to 3600; ", {"--list-presets", "--tail", "x"});
-  refusal.check(2, "--bits '99': no such sample format; ", {"--show", "--bits", "99"});
-  refusal.check(2, "--channels 'foo': no such choice; ", {"--show", "--channels", "foo"});
-  refusal.check(2, "--block 'zz': ", {"--save-preset", refusal.path("own.conf"), "--block", "zz"});
-  refusal.checkOption("--gain 'zz': not decibels from -96 to 96; ",
-                      {"--save-preset", refusal.path("own.conf"), "--color", "2", "--gain", "zz"});
+  checkWrong("", {
+                     {"in.wav out.wav --plot ''", "--plot '': no file; give its name\n"},
+                     {"in.wav out.wav --save-preset ''", "--save-preset '': no file; give its name\n"},
+                     {"in.wav out.wav --module ''", "--module '': no file; give its name\n"},
+                     {"--list-colors --jobs abc", "--jobs 'abc': not a number from 1 to 256; "},
+                     {"--list-presets --tail x", "--tail 'x': not seconds from 0 to 3600; "},
+                     {"--show --bits 99", "--bits '99': no such sample format; "},
+                     {"--show --channels foo", "--channels 'foo': no such choice; "},
+                     {"--save-preset own.conf --block zz", "--block 'zz': "},
+                     {"in.wav out.wav --save-preset own.conf --color 2 --gain zz",
+                      "--gain 'zz': not decibels from -96 to 96; "},
+                 });
 }
 
 TEST_CASE("inputs that are no sound") {
-  const Refusal refusal;
-  const std::string sound = fileBytes(refusal.path("in.wav"));
-  refusal.check(
-      1, "input '" + refusal.path("none.wav") + "': ", {refusal.path("none.wav"), refusal.path("out.wav")});
-  refusal.check(1, "input '" + refusal.path("") + "': a directory; ",
-                {refusal.path(""), refusal.path("out.wav")});
-  refusal.checkInput("empty.wav", "", "not a sound file that can be read");
-  refusal.checkInput("text.wav", "This is no sound.\n", "not a sound file that can be read");
-  refusal.checkInput("header.wav", sound.substr(0, 30), "not a sound file that can be read");
-  refusal.checkInput("channels.wav", replaced(sound, 22, std::string(2, '\0')),
-                     "not a sound file that can be read");
-  refusal.checkInput("rate.wav", replaced(sound, 24, std::string(4, '\0')),
-                     "not a sound file that can be read");
-  refusal.checkInput("silent.wav", replaced(sound.substr(0, 44), 40, std::string(4, '\0')),
-                     "holds no sound; ");
-}
-
-TEST_CASE("places of pictures and presets are tried before the sound is read") {
-  const Refusal refusal;
-  const std::string missing = refusal.path("missing.wav"), nowhere = refusal.path("none/file");
-  const auto check = [&](int status, const std::string& start, const std::vector<std::string>& options) {
-    std::vector<std::string> arguments = {missing, refusal.path("out.wav")};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    refusal.check(status, start, arguments);
-  };
-  check(1, "output '" + nowhere + "': cannot write in '", {"--save-preset", nowhere, "--color", "2"});
-  check(2, "--plot '" + nowhere + "': the name does not end in .png; ", {"--plot", nowhere});
-  if (shell("command -v gnuplot >/dev/null").status == 0)
-    check(1, "output '" + nowhere + ".png': cannot write in '", {"--plot", nowhere + ".png"});
-  else
-    MESSAGE("not checked: the place of a picture, there is no gnuplot");
-}
-
-TEST_CASE("a name with a line break stays in one line") {
-  const Refusal refusal;
-  const std::string shown = refusal.path("two?lines.wav");
-  refusal.check(1, "input '" + shown + "': ", {refusal.path("two\nlines.wav"), refusal.path("out.wav")});
+  const Workspace work;
+  const std::string sound = bytesAs(kWav16, 4000), none = "not a sound file that can be read";
+  checkRefused(1, "none.wav out.wav", "input 'none.wav': No such file or directory; ");
+  checkRefused(1, "'two\nlines.wav' out.wav", "input 'two?lines.wav': ");
+  checkRefused(1, "./ out.wav", "input './': a directory; ");
+  checkInput("empty.wav", "", none);
+  checkInput("text.wav", "This is no sound.\n", none);
+  checkInput("header.wav", sound.substr(0, 30), none);
+  checkInput("channels.wav", replaced(sound, 22, std::string(2, '\0')), none);
+  checkInput("rate.wav", replaced(sound, 24, std::string(4, '\0')), none);
+  checkInput("silent.wav", replaced(sound.substr(0, 44), 40, std::string(4, '\0')), "holds no sound; ");
 }
 
 TEST_CASE("inputs that are damaged or cut short") {
-  const Refusal refusal;
-  const std::string wav = fileBytes(refusal.path("in.wav"));
+  const Workspace work;
   // 4000 frames of two bytes behind 44 bytes; half of them are 0.045 s at 44100 Hz.
-  refusal.checkInput("half.wav", wav.substr(0, 44 + 4000), "cut short: it ends after 0.045 s");
-  const auto bytesAs = [&](int format, std::size_t frames) {
-    writeSound(refusal.path("whole"), {44100, 1, format, noise(frames)});
-    return fileBytes(refusal.path("whole"));
-  };
+  checkInput("half.wav", bytesAs(kWav16, 4000).substr(0, 44 + 4000), "cut short: it ends after 0.045 s");
   const std::string aiff = bytesAs(SF_FORMAT_AIFF | SF_FORMAT_PCM_16, 4000);
-  refusal.checkInput("half.aiff", aiff.substr(0, aiff.size() - 4000), "cut short: it ends after 0.045 s");
+  checkInput("half.aiff", aiff.substr(0, aiff.size() - 4000), "cut short: it ends after 0.045 s");
   const std::string flac = bytesAs(SF_FORMAT_FLAC | SF_FORMAT_PCM_16, 40000);
-  refusal.checkInput("half.flac", flac.substr(0, flac.size() / 2), "damaged or cut short after ");
-  refusal.checkInput("holed.flac", replaced(flac, flac.size() / 2, std::string(300, '\x55')),
-                     "damaged or cut short after ");
-  const std::string ogg = bytesAs(SF_FORMAT_OGG | SF_FORMAT_VORBIS, 80000);
-  refusal.checkInput("holed.ogg", replaced(ogg, ogg.size() / 2, std::string(300, '\x55')),
-                     "damaged or cut short after ");
+  checkInput("half.flac", flac.substr(0, flac.size() / 2), "damaged or cut short after ");
+  for (const int format : {SF_FORMAT_FLAC | SF_FORMAT_PCM_16, SF_FORMAT_OGG | SF_FORMAT_VORBIS}) {
+    CAPTURE(format);
+    const std::string whole = bytesAs(format, 80000);
+    checkInput("holed", replaced(whole, whole.size() / 2, std::string(300, '\x55')),
+               "damaged or cut short after ");
+  }
+}
+
+TEST_CASE("parts and mixes that a recording does not allow") {
+  const Workspace work;
+  writeTake("in.wav", 4000); // 0.091 s
+  checkRefused(1, "in.wav out.wav --from 0.1", "--from '0.1': 'in.wav' has no sound there; ");
+  checkRefused(1, "in.wav out.wav --wet --block 217",
+               "--wet: in blocks of 217 samples at 44100 Hz the dry sound cannot be told from the bent one; "
+               "give --block 216 or less");
 }
 
 TEST_CASE("rates that the effect does not run at") {
   // floor(0.016 * 62) = 0: the fades would have no length, the effect passes the sound through.
-  const Refusal refusal;
+  const Workspace work;
   for (int rate : {1, 8, 62, 16777217, 2147483647}) {
-    writeSound(refusal.path("rate.wav"), {rate, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(4000)});
-    refusal.check(
-        1, "input '" + refusal.path("rate.wav") + "': ", {refusal.path("rate.wav"), refusal.path("out.wav")});
+    writeSound("rate.wav", {rate, 1, kWav16, noise(4000)});
+    checkRefused(1, "rate.wav out.wav", "input 'rate.wav': ");
   }
 }
 
 TEST_CASE("outputs that cannot be") {
-  const Refusal refusal;
-  const std::string in = refusal.path("in.wav");
-  refusal.check(1, "output '" + refusal.path("none/out.wav") + "': cannot write in ",
-                {in, refusal.path("none/out.wav")});
-  refusal.check(1, "output '/proc/out.wav': cannot write in '/proc'", {in, "/proc/out.wav"});
-  writeSound(refusal.path("many.wav"), {44100, 9, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(900)});
-  refusal.check(1, "output '" + refusal.path("out.flac") + "': FLAC cannot hold 9 channels at 44100 Hz; ",
-                {refusal.path("many.wav"), refusal.path("out.flac")});
+  const Workspace work;
+  writeTake("in.wav", 4000);
+  checkRefused(1, "in.wav none/out.wav", "output 'none/out.wav': cannot write in 'none'");
+  checkRefused(1, "in.wav /proc/out.wav", "output '/proc/out.wav': cannot write in '/proc'");
+  writeTake("many.wav", 900, 1, kWav16, 9);
+  checkRefused(1, "many.wav out.flac", "output 'out.flac': FLAC cannot hold 9 channels at 44100 Hz; ");
+}
+
+TEST_CASE("places of pictures and presets are tried before the sound is read") {
+  const Workspace work;
+  const std::string call = "missing.wav out.wav ", nowhere = ": cannot write in 'none'";
+  checkRefused(1, call + "--save-preset none/file --color 2", "output 'none/file'" + nowhere);
+  checkRefused(2, call + "--plot none/file", "--plot 'none/file': the name does not end in .png; ");
+  if (isInstalled("gnuplot")) checkRefused(1, call + "--plot none/a.png", "output 'none/a.png'" + nowhere);
 }
 
 TEST_CASE("modules that are none") {
-  const Refusal refusal;
-  const auto check = [&](const std::string& module, const std::string& wrong) {
-    refusal.check(1, "module '" + module + "': " + wrong,
-                  {refusal.path("in.wav"), refusal.path("out.wav"), "--module", module});
-    refusal.check(1, "module '" + module + "': " + wrong, {"--show", "--module", module});
-  };
-  check(refusal.path("none.so"), "no such file; ");
-  check(refusal.path("in.wav"), "not a module; ");
-  writeBytes(refusal.path("narrow.so"), "\x7f"
-                                        "ELF\x01" +
-                                            std::string(60, '\0'));
-  check(refusal.path("narrow.so"), "a 32-bit module; give a 64-bit treadshift.so");
-  writeBytes(refusal.path("broken.so"), "\x7f"
-                                        "ELF\x02" +
-                                            std::string(60, '\0'));
-  check(refusal.path("broken.so"), "cannot be loaded (");
+  const Workspace work;
+  writeTake("in.wav", 4000);
+  writeBytes("narrow.so", "\x7f"
+                          "ELF\x01" +
+                              std::string(60, '\0'));
+  writeBytes("broken.so", replaced(contentsOf("narrow.so"), 4, "\x02"));
+  for (const Call& call : {
+           Call{"none.so", "no such file; "},
+           {"in.wav", "not a module; "},
+           {"narrow.so", "a 32-bit module; give a 64-bit treadshift.so"},
+           {"broken.so", "cannot be loaded ("},
+       })
+    for (const char* start : {"in.wav out.wav --module ", "--show --module "})
+      checkRefused(1, start + call.arguments, "module '" + work.path(call.arguments) + "': " + call.message);
 }

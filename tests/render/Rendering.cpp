@@ -41,13 +41,12 @@ std::vector<double> drive(const std::vector<double>& in, int rateHz, int blockFr
   return out;
 }
 
-std::vector<double> rendered(const Workspace& work, const Sound& sound, std::vector<std::string> options) {
-  writeSound(work.path("in.wav"), sound);
-  options.insert(options.begin(), {work.path("in.wav"), work.path("out.wav")});
-  const Outcome outcome = render(options);
+std::vector<double> rendered(const Sound& sound, const std::string& options) {
+  writeSound("in.wav", sound);
+  const Outcome outcome = render("in.wav out.wav " + options);
   REQUIRE(outcome.err == "");
   REQUIRE(outcome.status == 0);
-  const Sound out = readSound(work.path("out.wav"));
+  const Sound out = readSound("out.wav");
   CHECK(out.rateHz == sound.rateHz);
   CHECK(out.channels == sound.channels);
   CHECK(out.format == sound.format);
@@ -68,55 +67,43 @@ double toneCourse(double t) { return t >= 0.25 ? 0.0 : 1.0 + (0.0 - 1.0) * ((t -
 double colorCourse(double t) { return t >= 0.2 ? 4.5 / 8 : t >= 0.07 ? 6.5 / 8 : 1.5 / 8; }
 double onCourse(double t) { return t >= 0.15 && t < 0.22 ? 0.0 : 1.0; }
 
-const std::vector<Move> kCourses = {
-    {kPedalPos, pedalCourse}, {kTone, toneCourse}, {kColor, colorCourse}, {kOnOff, onCourse}};
-const std::vector<std::string> kCourseOptions = {
-    "--pedal", "0:0,0.1:1,0.3:0.25", "--tone", "0:1,0.25:0",
-    "--color", "0:1,0.07:6,0.2:4",   "--on",   "0:1,0.15:0,0.22:1"};
-
-std::vector<std::string> with(std::vector<std::string> options, const std::vector<std::string>& more) {
-  options.insert(options.end(), more.begin(), more.end());
-  return options;
-}
+const std::vector<Move> kCourses = {{kPedalPos, pedalCourse},
+                                    {kTone, toneCourse},
+                                    {kColor, colorCourse},
+                                    {kOnOff, onCourse},
+                                    constant(kMode, 1)};
+const std::string kCourseOptions = "--pedal 0:0,0.1:1,0.3:0.25 --tone 0:1,0.25:0 --color 0:1,0.07:6,0.2:4 "
+                                   "--on 0:1,0.15:0,0.22:1 --mode bass ";
 
 } // namespace
 
 TEST_CASE("without options the effect keeps its own settings, in blocks of 64") {
   const Workspace work;
-  const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(10000)};
-  CHECK(rendered(work, in, {}) == drive(in.samples, 44100, 64, {}));
+  const Sound in = {44100, 1, kWavDouble, noise(10000)};
+  CHECK(rendered(in, "") == drive(in.samples, 44100, 64, {}));
 }
 
-TEST_CASE("constants in each colour") {
+TEST_CASE("moving parameters at any rate, in blocks of any size, in a sound of any length") {
   const Workspace work;
-  const Sound in = {48000, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(12000)};
-  for (int color = 0; color < 8; ++color) {
-    CAPTURE(color);
-    const auto out = rendered(
-        work, in, {"--color", std::to_string(color), "--pedal", "0.7", "--tone", "0.4", "--mode", "bass"});
-    CHECK(out == drive(in.samples, 48000, 64,
-                       {constant(kColor, (color + 0.5) / 8), constant(kPedalPos, 0.7), constant(kTone, 0.4),
-                        constant(kMode, 1)}));
-  }
-}
-
-TEST_CASE("moving parameters in blocks of any size") {
-  const Workspace work;
-  const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(15000)};
-  for (int block : {1, 2, 64, 64, 1000, 15000, 20000}) {
-    CAPTURE(block);
-    const auto out = rendered(work, in, with(kCourseOptions, {"--block", std::to_string(block)}));
-    CHECK(out == drive(in.samples, 44100, block, kCourses));
-  }
-}
-
-TEST_CASE("rates from the lowest that the effect runs at") {
-  // Its shortest length in samples is that of the 16 ms fades: floor(0.016 * 63) = 1.
-  const Workspace work;
-  for (int rate : {63, 8000, 22050, 48000, 96000, 192000}) {
-    CAPTURE(rate);
-    const Sound in = {rate, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(5000)};
-    CHECK(rendered(work, in, kCourseOptions) == drive(in.samples, rate, 64, kCourses));
+  struct Row {
+    int rateHz, block;
+    std::size_t frames;
+  };
+  for (const Row& row : {
+           Row{44100, 1, 15000},  {44100, 2, 15000},     {44100, 64, 15000}, {44100, 1000, 15000},
+           {44100, 15000, 15000}, {44100, 20000, 15000}, // one block
+           {63, 64, 5000}, // floor(0.016 * 63) = 1: the fades' length, the effect's shortest in samples
+           {8000, 64, 5000},      {22050, 64, 5000},     {48000, 64, 5000},  {96000, 64, 5000},
+           {192000, 64, 5000},    {44100, 64, 1},        {44100, 64, 2},     {44100, 64, 63},
+           {44100, 64, 64},       {44100, 64, 65},       {44100, 64, 4095},  {44100, 64, 4096},
+           {44100, 64, 4097},
+       }) {
+    CAPTURE(row.rateHz);
+    CAPTURE(row.block);
+    CAPTURE(row.frames);
+    const Sound in = {row.rateHz, 1, kWavDouble, noise(row.frames)};
+    CHECK(rendered(in, kCourseOptions + "--block " + std::to_string(row.block)) ==
+          drive(in.samples, row.rateHz, row.block, kCourses));
   }
 }
 
@@ -124,56 +111,48 @@ TEST_CASE("every channel runs through an effect of its own") {
   const Workspace work;
   constexpr int kChannels = 3;
   constexpr std::size_t kFrames = 9000;
-  Sound in = {44100, kChannels, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, std::vector<double>(kFrames * kChannels)};
+  Sound in = {44100, kChannels, kWavDouble, std::vector<double>(kFrames * kChannels)};
   const std::vector<double> sources[kChannels] = {noise(kFrames, 1), std::vector<double>(kFrames),
                                                   noise(kFrames, 2)};
   for (std::size_t i = 0; i < in.samples.size(); ++i)
     in.samples[i] = sources[i % kChannels][i / kChannels];
-  const Sound out = {44100, kChannels, in.format, rendered(work, in, kCourseOptions)};
-  for (int channel = 0; channel < kChannels; ++channel) {
+  const Sound out = {44100, kChannels, in.format, rendered(in, kCourseOptions)};
+  for (int channel = 0; channel < kChannels; ++channel)
     CHECK(out.channel(channel) == drive(sources[channel], 44100, 64, kCourses));
-  }
-  const auto silent = out.channel(1);
-  CHECK(std::count(silent.begin(), silent.end(), 0.0) == static_cast<std::ptrdiff_t>(kFrames));
+  CHECK(out.channel(1) == sources[1]); // silent
 }
 
 TEST_CASE("the tail is what the effect makes of silence behind the recording") {
   // A quarter of a second at 44100 Hz: 11025 frames, in which the last 70 ms of the recording come back.
   const Workspace work;
-  const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(10000)};
+  const Sound in = {44100, 1, kWavDouble, noise(10000)};
   auto padded = in.samples;
   padded.resize(10000 + 11025);
   const auto expected = drive(padded, 44100, 64, kCourses);
-  CHECK(rendered(work, in, with(kCourseOptions, {"--tail", "0.25"})) == expected);
+  CHECK(rendered(in, kCourseOptions + "--tail 0.25") == expected);
   CHECK(std::any_of(expected.begin() + 10000, expected.end(),
                     [](double sample) { return std::abs(sample) > 0.01; }));
 }
 
 TEST_CASE("two dashes end the options, so that names may begin with one") {
   const Workspace work;
-  Surroundings surroundings;
-  surroundings.directory = work.path("");
-  const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(5000)};
-  writeSound(work.path("-x.wav"), in);
-  CHECK(render({"--color", "2", "--", "-x.wav", "-y.wav"}, surroundings).status == 0);
-  CHECK(readSound(work.path("-y.wav")).samples == drive(in.samples, 44100, 64, {constant(kColor, 2.5 / 8)}));
+  const Sound in = {44100, 1, kWavDouble, noise(5000)};
+  writeSound("-x.wav", in);
+  CHECK(render("--color 2 -- -x.wav -y.wav").status == 0);
+  CHECK(samplesOf("-y.wav") == drive(in.samples, 44100, 64, {constant(kColor, 2.5 / 8)}));
 }
 
-TEST_CASE("a float file gets the doubles rounded once") {
+TEST_CASE("a file of floats or whole numbers gets the nearest ones") {
   const Workspace work;
-  const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_FLOAT, noise(8000)};
-  auto expected = drive(in.samples, 44100, 64, kCourses);
-  for (double& sample : expected)
-    sample = static_cast<float>(sample);
-  CHECK(rendered(work, in, kCourseOptions) == expected);
-}
-
-TEST_CASE("a file of whole numbers gets the nearest ones") {
-  const Workspace work;
-  writeSound(work.path("in.wav"), {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, noise(8000)});
-  REQUIRE(render(with({work.path("in.wav"), work.path("out.wav")}, kCourseOptions)).status == 0);
   const auto exact = drive(noise(8000), 44100, 64, kCourses);
-  const auto written = readWholeNumbers(work.path("out.wav"));
+  auto floats = exact;
+  for (double& sample : floats)
+    sample = static_cast<float>(sample);
+  CHECK(rendered({44100, 1, SF_FORMAT_WAV | SF_FORMAT_FLOAT, noise(8000)}, kCourseOptions) == floats);
+
+  writeSound("in.wav", {44100, 1, kWav16, noise(8000)});
+  REQUIRE(render("in.wav out.wav " + kCourseOptions).status == 0);
+  const auto written = readWholeNumbers("out.wav");
   REQUIRE(written.size() == exact.size());
   long wrong = 0;
   for (std::size_t i = 0; i < exact.size(); ++i) {
@@ -181,13 +160,4 @@ TEST_CASE("a file of whole numbers gets the nearest ones") {
     if (std::abs(written[i] / 65536 - nearest) > 0.5) ++wrong;
   }
   CHECK(wrong == 0);
-}
-
-TEST_CASE("a sound shorter than a block and one of a single frame") {
-  const Workspace work;
-  for (std::size_t frames : {1u, 2u, 63u, 64u, 65u, 4095u, 4096u, 4097u}) {
-    CAPTURE(frames);
-    const Sound in = {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, noise(frames)};
-    CHECK(rendered(work, in, kCourseOptions) == drive(in.samples, 44100, 64, kCourses));
-  }
 }

@@ -1,6 +1,9 @@
 #include "SoundFiles.h"
 
+#include <algorithm>
+#include <cmath>
 #include <doctest/doctest.h>
+#include <limits>
 
 std::vector<double> Sound::channel(int index) const {
   std::vector<double> list;
@@ -33,6 +36,8 @@ Sound readSound(const std::string& path) {
   return sound;
 }
 
+std::vector<double> samplesOf(const std::string& path) { return readSound(path).samples; }
+
 std::vector<int> readWholeNumbers(const std::string& path) {
   SF_INFO info = {};
   SNDFILE* file = sf_open(path.c_str(), SFM_READ, &info);
@@ -57,4 +62,16 @@ std::vector<double> softNoise(std::size_t count, unsigned seed) {
   for (double& sample : samples)
     sample /= 8.0;
   return samples;
+}
+
+void writeTake(const std::string& path, std::size_t count, unsigned seed, int format, int channels) {
+  writeSound(path, {44100, channels, format, softNoise(count, seed)});
+}
+
+double largestDifference(const std::vector<double>& a, const std::vector<double>& b) {
+  if (a.size() != b.size()) return std::numeric_limits<double>::infinity();
+  double largest = 0.0;
+  for (std::size_t i = 0; i < a.size(); ++i)
+    largest = std::max(largest, std::abs(a[i] - b[i]));
+  return largest;
 }

@@ -1,11 +1,11 @@
 // The conversation with the worker process: the same effect as in this process, and every way to lose it.
 #include "host/WorkerRunner.h"
-#include "../Program.h"
-#include "../SoundFiles.h"
 #include "Processes.h"
 #include "engine/PedalNumbers.h"
 #include "host/EffectRunner.h"
 #include "host/WorkerMessages.h"
+#include "tests/render/Program.h"
+#include "tests/render/SoundFiles.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -89,20 +89,6 @@ std::vector<double> playOddly(const EffectDriver& effect, const std::vector<doub
     position += samples;
   }
   return out;
-}
-
-double largestDifference(const std::vector<double>& a, const std::vector<double>& b) {
-  REQUIRE(a.size() == b.size());
-  double largest = 0.0;
-  for (std::size_t i = 0; i < a.size(); ++i)
-    largest = std::max(largest, std::abs(a[i] - b[i]));
-  return largest;
-}
-
-std::string script(const Workspace& work, const std::string& text) {
-  writeBytes(work.path("worker"), text);
-  std::filesystem::permissions(work.path("worker"), std::filesystem::perms::owner_all);
-  return work.path("worker");
 }
 
 } // namespace
@@ -238,43 +224,55 @@ TEST_CASE("several threads with workers of their own get what one gets alone") {
   CHECK(together == alone);
 }
 
-TEST_CASE("a module that ends its worker is told by name and moment") {
+TEST_CASE("a module that ends its worker, throws or never answers is told by name and moment") {
   const auto name = [](const EffectDriver& effect) { (void)effect.effectName(); };
   const auto set = [](const EffectDriver& effect) {
     effect.setParameter(0, 1.0f);
     (void)effect.parameter(0);
   };
-  const std::string crashed = "crashed its worker process while it ";
-  CHECK(errorAt("load:crash", ignore) == crashed + "was opened (SIGSEGV)");
-  CHECK(errorAt("load:abort", ignore) == crashed + "was opened (SIGABRT)");
-  CHECK(errorAt("create:crash", ignore) == crashed + "was opened (SIGSEGV)");
-  CHECK(errorAt("text:crash", name) == crashed + "answered opcode 45 (SIGSEGV)");
-  CHECK(errorAt("set:abort", set) == crashed + "told a parameter (SIGABRT)");
-  CHECK(errorAt("block:crash", processTwoSamples) == crashed + "processed a block (SIGSEGV)");
-  CHECK(errorAt("block:abort", processTwoSamples) == crashed + "processed a block (SIGABRT)");
+  const auto setOnAndOn = [](const EffectDriver& effect) {
+    for (;;)
+      effect.setParameter(0, 1.0f);
+  };
+  const auto run = [](const EffectDriver& effect) {
+    std::vector<double> samples(1000, 0.5);
+    effect.start({samples.data(), samples.data(), 1000, 64, {}});
+    effect.finish();
+  };
+  const std::string crashed = "crashed its worker process while it ",
+                    thrown = "threw an exception (out of strings)";
   const std::string ended = "ended its worker process while it ";
-  CHECK(errorAt("load:exit", ignore) == ended + "was opened (exit status 3)");
-  CHECK(errorAt("block:exit", processTwoSamples) == ended + "processed a block (exit status 3)");
-  CHECK(errorAt("block:hang up", processTwoSamples) == ended + "processed a block (exit status 1)");
-  CHECK(errorAt("create:throw", ignore) == "threw an exception (out of strings)");
-  CHECK(errorAt("block:throw", processTwoSamples) == "threw an exception (out of strings)");
-}
-
-TEST_CASE("a crash in the middle of a run is told when it is finished") {
-  CHECK(errorAt("block:crash", [](const EffectDriver& effect) {
-          std::vector<double> samples(1000, 0.5);
-          effect.start({samples.data(), samples.data(), 1000, 64, {}});
-          effect.finish();
-        }) == "crashed its worker process while it processed a block (SIGSEGV)");
-}
-
-TEST_CASE("a module that never answers is given up") {
-  CHECK(errorAt("load:hang", ignore) == "gave no answer for 1 s while it was opened");
-  CHECK(errorAt("block:hang", processTwoSamples) == "gave no answer for 1 s while it processed a block");
-  CHECK(errorAt("set:hang", [](const EffectDriver& effect) {
-          for (;;)
-            effect.setParameter(0, 1.0f);
-        }) == "took no orders for 1 s while its parameters were set");
+  struct Row {
+    const char* fault;
+    std::function<void(const EffectDriver&)> use;
+    std::string error;
+  };
+  for (const Row& row : {
+           Row{"load:crash", ignore, crashed + "was opened (SIGSEGV)"},
+           {"load:abort", ignore, crashed + "was opened (SIGABRT)"},
+           {"create:crash", ignore, crashed + "was opened (SIGSEGV)"},
+           {"text:crash", name, crashed + "answered opcode 45 (SIGSEGV)"},
+           {"set:abort", set, crashed + "told a parameter (SIGABRT)"},
+           {"block:crash", processTwoSamples, crashed + "processed a block (SIGSEGV)"},
+           {"block:crash", run, crashed + "processed a block (SIGSEGV)"},
+           {"load:exit", ignore, ended + "was opened (exit status 3)"},
+           {"block:exit", processTwoSamples, ended + "processed a block (exit status 3)"},
+           {"block:hang up", processTwoSamples, ended + "processed a block (exit status 1)"},
+           {"create:throw", ignore, thrown},
+           {"block:throw", processTwoSamples, thrown},
+           {"block:hang", processTwoSamples, "gave no answer for 1 s while it processed a block"},
+           {"set:hang", setOnAndOn, "took no orders for 1 s while its parameters were set"},
+           // What does not disturb it.
+           {"close:crash", processTwoSamples, "no error"},
+           {"close:exit", processTwoSamples, "no error"},
+           {"close:throw", processTwoSamples, "no error"},
+           {"close:hang up", processTwoSamples, "no error"},
+           {"block:noise", processTwoSamples, "no error"},
+           {"block:signal itself", processTwoSamples, "no error"},
+       }) {
+    CAPTURE(row.fault);
+    CHECK(errorAt(row.fault, row.use) == row.error);
+  }
 }
 
 TEST_CASE("a lost worker stays lost, and says why again") {
@@ -302,13 +300,6 @@ TEST_CASE("a worker that is killed is told as killed, also by a signal that its 
   std::signal(SIGUSR1, SIG_DFL);
 }
 
-TEST_CASE("a module that misbehaves while it is closed takes nothing with it") {
-  for (const char* fault : {"close:crash", "close:exit", "close:throw", "close:hang up"}) {
-    CAPTURE(fault);
-    CHECK(errorAt(fault, processTwoSamples) == "no error");
-  }
-}
-
 TEST_CASE("an effect is closed before its worker ends") {
   const Workspace work;
   const Environment mark("TREADSHIFT_TEST_MARK", work.path("mark"));
@@ -316,12 +307,7 @@ TEST_CASE("an effect is closed before its worker ends") {
           processTwoSamples(effect);
           CHECK(work.names().empty());
         }) == "no error");
-  CHECK(work.names() == std::vector<std::string>{"mark"});
-}
-
-TEST_CASE("what the module writes and the signals that stop programs do not disturb the worker") {
-  CHECK(errorAt("block:noise", processTwoSamples) == "no error");
-  CHECK(errorAt("block:signal itself", processTwoSamples) == "no error");
+  CHECK(work.names() == Names{"mark"});
 }
 
 TEST_CASE("signals to this process in the middle of a transfer do not disturb it") {
@@ -403,33 +389,34 @@ TEST_CASE("a program whose children nobody collects still notices") {
 TEST_CASE("programs that are no worker") {
   const Workspace work;
   const Traces traces;
-  const auto errorWith = [&](const std::string& text) {
-    const std::string path = script(work, text);
-    return errorOf([&] { WorkerRunner(path, TREADSHIFT_MODULE_32, kShortPatience); });
+  const std::string worker = work.path("worker"),
+                    needed = "needs the worker '" + worker + "', which cannot be started (";
+  const std::string nonsense = "made its worker answer nonsense while it was opened",
+                    wait = "' >&0; exec sleep 100\n";
+  const std::string runTime =
+      "32-bit programs need the 32-bit C++ run-time, on Debian the package lib32stdc++6)";
+  struct Row {
+    std::string script, error;
   };
-  CHECK(errorWith("#!/bin/sh\n") == "ended its worker process while it was opened (exit status 0)");
-  CHECK(errorWith("#!/bin/sh\nexit 127\n") ==
-        "has a worker that does not start (32-bit programs need the 32-bit C++ run-time, on Debian the "
-        "package lib32stdc++6)");
-  CHECK(errorWith("#!/bin/sh\necho 'I am no worker but talk as if I were' >&0; sleep 100\n") ==
-        "made its worker answer nonsense while it was opened");
-  // The mark of a refusal with a text of 4097 characters.
-  CHECK(errorWith("#!/bin/sh\nprintf '1wst\\0\\0\\0\\0\\0\\0\\0\\0\\001\\020\\0\\0' >&0; sleep 100\n") ==
-        "made its worker answer nonsense while it was opened");
-  CHECK(errorWith("#!/bin/sh\nprintf '1wst\\0\\0\\0\\0\\0\\0\\0\\0\\003\\0\\0\\0odd' >&0; sleep 100\n") ==
-        "odd");
-  // The mark of an answer, which shall hold 36 bytes of numbers, with 35.
-  CHECK(errorWith("#!/bin/sh\nprintf '1WST\\0\\0\\0\\0\\0\\0\\0\\0\\043\\0\\0\\0' >&0; sleep 100\n") ==
-        "made its worker answer nonsense while it was opened");
-  CHECK(errorWith("#!/bin/sh\nprintf '1WST\\0\\0\\0\\0' >&0; exec sleep 100\n") ==
-        "gave no answer for 1 s while it was opened");
-  CHECK(errorWith("#!/no/such/interpreter\n") ==
-        "needs the worker '" + work.path("worker") +
-            "', which cannot be started (32-bit programs need the 32-bit C++ run-time, on Debian the package "
-            "lib32stdc++6)");
-  std::filesystem::permissions(work.path("worker"), std::filesystem::perms::owner_read);
-  CHECK(errorOf([&] { WorkerRunner(work.path("worker"), TREADSHIFT_MODULE_32); }) ==
-        "needs the worker '" + work.path("worker") + "', which cannot be started (Permission denied)");
+  for (const Row& row : {
+           Row{"#!/bin/sh\n", "ended its worker process while it was opened (exit status 0)"},
+           {"#!/bin/sh\nexit 127\n", "has a worker that does not start (" + runTime},
+           {"#!/bin/sh\nprintf 'I am no worker but talk as if I were\\n" + wait, nonsense},
+           // The mark of a refusal with a text of 4097 characters, and of 3.
+           {"#!/bin/sh\nprintf '1wst\\0\\0\\0\\0\\0\\0\\0\\0\\001\\020\\0\\0" + wait, nonsense},
+           {"#!/bin/sh\nprintf '1wst\\0\\0\\0\\0\\0\\0\\0\\0\\003\\0\\0\\0odd" + wait, "odd"},
+           // The mark of an answer, which shall hold 36 bytes of numbers, with 35.
+           {"#!/bin/sh\nprintf '1WST\\0\\0\\0\\0\\0\\0\\0\\0\\043\\0\\0\\0" + wait, nonsense},
+           {"#!/bin/sh\nprintf '1WST\\0\\0\\0\\0" + wait, "gave no answer for 1 s while it was opened"},
+           {"#!/no/such/interpreter\n", needed + runTime},
+       }) {
+    CAPTURE(row.script);
+    writeBytes("worker", row.script);
+    std::filesystem::permissions("worker", std::filesystem::perms::owner_all);
+    CHECK(errorOf([&] { WorkerRunner(worker, TREADSHIFT_MODULE_32, kShortPatience); }) == row.error);
+  }
+  std::filesystem::permissions("worker", std::filesystem::perms::owner_read);
+  CHECK(errorOf([&] { WorkerRunner(worker, TREADSHIFT_MODULE_32); }) == needed + "Permission denied)");
 }
 
 TEST_CASE("a program without free descriptors is told so") {
