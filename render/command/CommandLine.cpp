@@ -441,7 +441,7 @@ bool CommandLine::namesOutput() const { return given("--out-dir") || files.size(
 
 std::vector<Variant> CommandLine::variants(const Controls& controls) const {
   if (controlOptions.eachColor) return variantsByColor(controls);
-  if (controlOptions.eachPreset) return variantsByPreset(presetsFrom(*app, controlOptions), controls);
+  if (controlOptions.eachPreset) return variantsByPreset(presetsFrom(controlOptions), controls);
   return {};
 }
 

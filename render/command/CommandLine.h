@@ -34,7 +34,7 @@ public:
 
   // The settings as far as the command line has them; the module is what the user gave. Throws Fault.
   RenderSettings settings() const;
-  Controls controls() const { return controlsFrom(*app, controlOptions); }
+  Controls controls() const { return controlsFrom(controlOptions); }
 
   // The inputs: all files, or all but the output's name.
   std::vector<std::string> inputs() const;

@@ -18,31 +18,24 @@ std::string namesOf(const std::vector<Preset>& presets) {
   return names;
 }
 
-std::optional<std::string> given(const CLI::App& app, const std::string& option, const std::string& text) {
-  if (app.count(option) == 0) return {};
-  return text;
-}
-
-const Preset& namedPreset(const std::vector<Preset>& presets, const ControlOptions& options, bool ownFile) {
+const Preset& namedPreset(const std::vector<Preset>& presets, const ControlOptions& options) {
   const auto found = std::find_if(presets.begin(), presets.end(), [&](const Preset& preset) {
-    return samePresetName(preset.name, options.preset);
+    return samePresetName(preset.name, *options.preset);
   });
   if (found == presets.end()) {
-    throw Fault(ExitStatus::wrongCall, "--preset", options.preset, "no such preset",
-                ownFile ? "'" + options.loadPreset + "' holds " + namesOf(presets)
-                        : "--list-presets tells their names");
+    throw Fault(ExitStatus::wrongCall, "--preset", *options.preset, "no such preset",
+                options.loadPreset ? "'" + *options.loadPreset + "' holds " + namesOf(presets)
+                                   : "--list-presets tells their names");
   }
   return *found;
 }
 
-Controls presetControls(const CLI::App& app, const ControlOptions& options) {
-  const bool ownFile = app.count("--load-preset") != 0;
-  const bool named = app.count("--preset") != 0;
-  if ((!ownFile && !named) || options.eachPreset) return {};
-  const auto presets = presetsFrom(app, options);
-  if (named) return namedPreset(presets, options, ownFile).controls;
+Controls presetControls(const ControlOptions& options) {
+  if ((!options.loadPreset && !options.preset) || options.eachPreset) return {};
+  const auto presets = presetsFrom(options);
+  if (options.preset) return namedPreset(presets, options).controls;
   if (presets.size() > 1) {
-    throw Fault(ExitStatus::wrongCall, "--load-preset", options.loadPreset,
+    throw Fault(ExitStatus::wrongCall, "--load-preset", *options.loadPreset,
                 "holds " + std::to_string(presets.size()) + " presets",
                 "choose one with --preset: " + namesOf(presets));
   }
@@ -51,7 +44,7 @@ Controls presetControls(const CLI::App& app, const ControlOptions& options) {
 
 // The course that an option's text means, or the file that it names; nothing when the option is not given.
 std::optional<Course> movingCourse(const std::string& option, const CourseRule& rule,
-                                   const std::optional<std::string>& text, const MidiChoice& choice) {
+                                   const ControlOptions::Text& text, const MidiChoice& choice) {
   if (text && meansFile(*text, rule)) return readCourseFile(option, *text, rule, choice);
   refuseChoice(option, choice);
   if (!text) return {};
@@ -63,7 +56,7 @@ std::optional<Course> movingCourse(const std::string& option, const CourseRule& 
   return Course::parse(*text, rule, {ExitStatus::wrongCall, option, 0, {}, ':', alternative});
 }
 
-void setMoving(Controls& controls, Parameter parameter, const std::optional<std::string>& text,
+void setMoving(Controls& controls, Parameter parameter, const ControlOptions::Text& text,
                const MidiChoice& choice) {
   if (auto course = movingCourse(optionName(parameter), courseRule(parameter), text, choice))
     controls.set(parameter, std::move(*course));
@@ -86,18 +79,24 @@ void setInterval(Controls& controls, const std::string& text, bool besidePedal) 
   controls.followInterval(*movingCourse(kOption, rule, text, {}));
 }
 
-void addMovingOption(CLI::App& app, const std::string& name, std::string& text, std::string& controller,
-                     std::string& channel, const std::string& help) {
-  app.add_option("--" + name, text, help)->type_name("VALUE|FILE")->group(kParameterGroup);
-  app.add_option(
-         "--" + name + "-cc", controller,
-         "which controller of a MIDI file moves the " + name +
-             ", 0 to 127; 11 if not given. Its messages are points like others, joined by straight lines")
-      ->type_name("N")
-      ->group(kParameterGroup);
-  app.add_option("--" + name + "-channel", channel, "which MIDI channel it is on, 1 to 16; any if not given")
-      ->type_name("N")
-      ->group(kParameterGroup);
+// An empty text is given too; the library would take it for none.
+void addText(CLI::App& app, const std::string& name, ControlOptions::Text& text, const char* type,
+             const char* group, const std::string& help) {
+  app.add_option_function<std::string>(
+         name, [&text](const std::string& typed) { text = typed; }, help)
+      ->type_name(type)
+      ->group(group);
+}
+
+void addMovingOption(CLI::App& app, const std::string& name, ControlOptions::Text& text,
+                     ControlOptions::Text& controller, ControlOptions::Text& channel,
+                     const std::string& help) {
+  addText(app, "--" + name, text, "VALUE|FILE", kParameterGroup, help);
+  addText(app, "--" + name + "-cc", controller, "N", kParameterGroup,
+          "which controller of a MIDI file moves the " + name +
+              ", 0 to 127; 11 if not given. Its messages are points like others, joined by straight lines");
+  addText(app, "--" + name + "-channel", channel, "N", kParameterGroup,
+          "which MIDI channel it is on, 1 to 16; any if not given");
 }
 
 } // namespace
@@ -105,58 +104,51 @@ void addMovingOption(CLI::App& app, const std::string& name, std::string& text, 
 void addControlOptions(CLI::App& app, ControlOptions& options) {
   addMovingOption(app, "pedal", options.pedal, options.pedalCc, options.pedalChannel,
                   "where the pedal stands, 0 (heel) to 1 (toe)");
-  app.add_option("--interval", options.interval,
-                 "in place of --pedal, the interval of the bent sound in semitones (+7st) or cents (-50c), "
-                 "in the colour set or else the best one")
-      ->type_name("VALUE|FILE")
-      ->group(kParameterGroup);
+  addText(app, "--interval", options.interval, "VALUE|FILE", kParameterGroup,
+          "in place of --pedal, the interval of the bent sound in semitones (+7st) or cents (-50c), "
+          "in the colour set or else the best one");
   addMovingOption(app, "tone", options.tone, options.toneCc, options.toneChannel,
                   "tone of the bent sound, 0 to 1");
-  const auto add = [&](const char* name, std::string& text, const char* type, const char* group,
-                       const char* help) { app.add_option(name, text, help)->type_name(type)->group(group); };
   const auto addFlag = [&](const char* name, bool& flag, const char* group, const char* help) {
     app.add_flag(name, flag, help)->group(group);
   };
-  add("--color", options.color, "VALUE", kParameterGroup,
-      "which of the eight colours: its number, 0 to 7, or name");
-  add("--mode", options.mode, "VALUE", kParameterGroup, "guitar or bass; a mark without effect on the sound");
-  add("--on", options.on, "VALUE", kParameterGroup, "whether the pedal is switched on: on or off");
+  addText(app, "--color", options.color, "VALUE", kParameterGroup,
+          "which of the eight colours: its number, 0 to 7, or name");
+  addText(app, "--mode", options.mode, "VALUE", kParameterGroup,
+          "guitar or bass; a mark without effect on the sound");
+  addText(app, "--on", options.on, "VALUE", kParameterGroup, "whether the pedal is switched on: on or off");
   addFlag("--list-colors", options.listColors, kParameterGroup,
           "print the colours: number, name, cents at heel and toe, mix");
   addFlag(
       "--each-color", options.eachColor, kParameterGroup,
       "render each recording in all eight colours, to compare them: take.wav to take-octave-up.wav and so "
       "on; needs --out-dir");
-  add("--preset", options.preset, "NAME", kPresetGroup,
-      "begin with the values of a preset; what other options set goes over them");
-  add("--load-preset", options.loadPreset, "FILE", kPresetGroup,
-      "take the preset from a file of one's own; --preset chooses among several");
-  add("--save-preset", options.savePreset, "FILE", kPresetGroup,
-      "write the values in force as a preset; a pedal that moves is left out");
+  addText(app, "--preset", options.preset, "NAME", kPresetGroup,
+          "begin with the values of a preset; what other options set goes over them");
+  addText(app, "--load-preset", options.loadPreset, "FILE", kPresetGroup,
+          "take the preset from a file of one's own; --preset chooses among several");
+  app.add_option("--save-preset", options.savePreset,
+                 "write the values in force as a preset; a pedal that moves is left out")
+      ->type_name("FILE")
+      ->group(kPresetGroup);
   addFlag("--each-preset", options.eachPreset, kPresetGroup,
           "render each recording with every preset; needs --out-dir");
   addFlag("--list-presets", options.listPresets, kPresetGroup, "print the presets: name, description");
 }
 
-std::vector<Preset> presetsFrom(const CLI::App& app, const ControlOptions& options) {
-  return app.count("--load-preset") != 0 ? loadPresets("--load-preset", options.loadPreset)
-                                         : shippedPresets();
+std::vector<Preset> presetsFrom(const ControlOptions& options) {
+  return options.loadPreset ? loadPresets("--load-preset", *options.loadPreset) : shippedPresets();
 }
 
-Controls controlsFrom(const CLI::App& app, const ControlOptions& options) {
-  Controls controls = presetControls(app, options);
-  setMoving(controls, kPedalPos, given(app, "--pedal", options.pedal),
-            {"--pedal-cc", "--pedal-channel", given(app, "--pedal-cc", options.pedalCc),
-             given(app, "--pedal-channel", options.pedalChannel)});
-  setMoving(controls, kTone, given(app, "--tone", options.tone),
-            {"--tone-cc", "--tone-channel", given(app, "--tone-cc", options.toneCc),
-             given(app, "--tone-channel", options.toneChannel)});
-  const auto set = [&](Parameter parameter, const std::string& text) {
-    if (app.count(optionName(parameter)) != 0) controls.set(parameter, text);
-  };
-  set(kColor, options.color);
-  set(kMode, options.mode);
-  set(kOnOff, options.on);
-  if (app.count("--interval") != 0) setInterval(controls, options.interval, app.count("--pedal") != 0);
+Controls controlsFrom(const ControlOptions& options) {
+  Controls controls = presetControls(options);
+  setMoving(controls, kPedalPos, options.pedal,
+            {"--pedal-cc", "--pedal-channel", options.pedalCc, options.pedalChannel});
+  setMoving(controls, kTone, options.tone,
+            {"--tone-cc", "--tone-channel", options.toneCc, options.toneChannel});
+  if (options.color) controls.set(kColor, *options.color);
+  if (options.mode) controls.set(kMode, *options.mode);
+  if (options.on) controls.set(kOnOff, *options.on);
+  if (options.interval) setInterval(controls, *options.interval, options.pedal.has_value());
   return controls;
 }

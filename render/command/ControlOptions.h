@@ -6,19 +6,22 @@
 #include "render/course/PresetFile.h"
 #include "render/course/Presets.h"
 
+#include <optional>
 #include <string>
 
 namespace CLI {
 class App;
 }
 
-// What the user wrote; an option that is not given leaves its text empty.
+// What the user wrote; an option that is not given has no text.
 struct ControlOptions {
-  std::string pedal, pedalCc, pedalChannel;
-  std::string interval;
-  std::string tone, toneCc, toneChannel;
-  std::string color, mode, on;
-  std::string preset, loadPreset;
+  using Text = std::optional<std::string>;
+
+  Text pedal, pedalCc, pedalChannel;
+  Text interval;
+  Text tone, toneCc, toneChannel;
+  Text color, mode, on;
+  Text preset, loadPreset;
   std::string savePreset; // the file to write
   bool listPresets = false;
   bool listColors = false;
@@ -32,10 +35,9 @@ void addControlOptions(CLI::App& app, ControlOptions& options);
 
 // The presets that --preset chooses among: the shipped ones or those of --load-preset. Throws Fault
 // (couldNot). Allocates.
-std::vector<Preset> presetsFrom(const CLI::App& app, const ControlOptions& options);
+std::vector<Preset> presetsFrom(const ControlOptions& options);
 
-// The controls that the parsed options ask for: the preset first, unless it is each of them, then the options
-// over it. Reads the files
-// they name. Throws Fault: wrongCall for a text that means nothing, couldNot for a file that cannot be used.
-// Allocates.
-Controls controlsFrom(const CLI::App& app, const ControlOptions& options);
+// The controls that the options ask for: the preset first, unless it is each of them, then the options over
+// it. Reads the files they name. Throws Fault: wrongCall for a text that means nothing, couldNot for a file
+// that cannot be used. Allocates.
+Controls controlsFrom(const ControlOptions& options);

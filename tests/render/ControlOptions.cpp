@@ -4,25 +4,36 @@
 #include "MidiBytes.h"
 #include "Program.h"
 
-#include <CLI/CLI.hpp>
-#include <cstdlib>
 #include <doctest/doctest.h>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <sys/stat.h>
 #include <thread>
 
 namespace {
 
-Controls controlsOf(const std::vector<std::string>& arguments) {
-  CLI::App app;
-  ControlOptions options;
-  addControlOptions(app, options);
-  app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend())); // it takes them last first
-  return controlsFrom(app, options);
+// words: options and their values by turns.
+Controls controlsOf(const Names& words) {
+  using Options = ControlOptions;
+  static const std::map<std::string, Options::Text Options::*> places = {
+      {"--pedal", &Options::pedal},
+      {"--pedal-cc", &Options::pedalCc},
+      {"--pedal-channel", &Options::pedalChannel},
+      {"--tone", &Options::tone},
+      {"--tone-cc", &Options::toneCc},
+      {"--tone-channel", &Options::toneChannel},
+      {"--interval", &Options::interval},
+      {"--color", &Options::color},
+      {"--preset", &Options::preset},
+      {"--load-preset", &Options::loadPreset}};
+  Options options;
+  for (std::size_t i = 0; i < words.size(); i += 2)
+    options.*places.at(words[i]) = words[i + 1];
+  return controlsFrom(options);
 }
 
-std::string faultOf(ExitStatus status, const std::vector<std::string>& arguments) {
+std::string faultOf(ExitStatus status, const Names& arguments) {
   try {
     controlsOf(arguments);
   } catch (const Fault& fault) {
@@ -143,13 +154,13 @@ TEST_CASE("an interval sets the pedal in the colour given, in the preset's, or i
   writeBytes("+7st", "0,0\n");
   writeBytes("take.csv", "time;interval\n0;0\n2;+7st\n");
   struct Row {
-    std::vector<std::string> arguments;
+    Names arguments;
     float color, pedal; // the pedal after one second
   };
   for (const Row& row : {
            Row{{"--interval", "+7st"}, 0.3125f, static_cast<float>(7.0 / 12.0)}, // octave-up, row 2: 5/16
            {{"--interval", "-5st"}, 0.4375f, static_cast<float>(5.0 / 24.0)}, // two-octaves-down, row 3: 7/16
-           {{"--interval=-500c"}, 0.4375f, static_cast<float>(5.0 / 24.0)},
+           {{"--interval", "-500c"}, 0.4375f, static_cast<float>(5.0 / 24.0)},
            {{"--interval", "+600c", "--color", "octave-down-to-up"}, 0.5625f, 0.75f},
            {{"--interval", "+600c", "--color", "0:4,3:4"}, 0.5625f, 0.75f},
            {{"--preset", "octave-climb", "--interval", "+600c", "--color", "4"}, 0.5625f, 0.75f},
@@ -230,14 +241,11 @@ TEST_CASE("a course may come through a pipe") {
   CHECK(pedalAt(controls, 0.5) == 0.5f);
 }
 
-TEST_CASE("options go over the preset's values, in whatever order they stand") {
-  for (const auto& arguments : {std::vector<std::string>{"--preset", "octave-climb", "--tone", "0.25"},
-                                std::vector<std::string>{"--tone", "0.25", "--preset", "OCTAVE CLIMB"}}) {
-    const Controls controls = controlsOf(arguments);
-    CHECK(controls.valueAt(kTone, 0.0).value() == 0.25f);
-    CHECK(controls.valueAt(kColor, 0.0).value() == 0.3125f); // octave-up, row 2: 5/16
-    CHECK_FALSE(controls.valueAt(kPedalPos, 0.0).has_value());
-  }
+TEST_CASE("options go over the preset's values") {
+  const Controls controls = controlsOf({"--preset", "OCTAVE CLIMB", "--tone", "0.25"});
+  CHECK(controls.valueAt(kTone, 0.0).value() == 0.25f);
+  CHECK(controls.valueAt(kColor, 0.0).value() == 0.3125f); // octave-up, row 2: 5/16
+  CHECK_FALSE(controls.valueAt(kPedalPos, 0.0).has_value());
 }
 
 TEST_CASE("a preset comes from a file of one's own, chosen by name among several") {
