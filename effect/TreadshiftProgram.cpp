@@ -1,5 +1,6 @@
 #include "effect/TreadshiftProgram.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -8,7 +9,10 @@ constexpr char kUnnamed[] = "Init";
 
 } // namespace
 
-TreadshiftProgram::TreadshiftProgram() : values{1.0f, 0.0f, 0.8f, 0.5f, 0.0f}, name{} { setName(kUnnamed); }
+TreadshiftProgram::TreadshiftProgram() : name{} {
+  std::ranges::copy(kParameterDefaults, values);
+  setName(kUnnamed);
+}
 
 TreadshiftProgram::~TreadshiftProgram() = default;
 

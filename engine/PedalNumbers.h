@@ -1,5 +1,5 @@
-// The numbers that engine, hosts, tools and tests agree on: the parameters, and the eight colours with their
-// names, ranges and mixes. Whoever changes a colour changes it here.
+// The numbers that engine, hosts, tools and tests agree on: the parameters with their defaults, and the eight
+// colours with their names, ranges and mixes. Whoever changes a colour changes it here.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +7,9 @@
 
 // Parameter indices, in the order that hosts and programs know.
 enum Parameter { kOnOff = 0, kMode = 1, kTone = 2, kColor = 3, kPedalPos = 4, kParameterCount = 5 };
+
+// What a new program holds, by Parameter: on, for guitar, rather bright, an octave down to up, at the heel.
+inline constexpr float kParameterDefaults[kParameterCount] = {1.0f, 0.0f, 0.8f, 0.5f, 0.0f};
 
 // How a colour mixes dry and bent sound; see mixGains.
 enum MixMode : int32_t { kBentAlone = 0, kBentFadesIntoDry = 1, kDryFadesOut = 2, kBentBesideDry = 3 };

@@ -10,9 +10,8 @@ extern "C" Q_TypeIF* getinterface(HostCallback host);
 
 namespace {
 
-constexpr int32_t kUsualLargestBlock = 8192; // samples, for hosts that tell none
+constexpr int32_t kUsualLargestBlock = 4096; // samples, for hosts that tell none
 constexpr int32_t kLongestScratch = 65536;   // samples, whatever a host tells
-constexpr int kUsualColor = 4;               // of the effect's programs and of the port
 
 int32_t scratchLength(int32_t announcedBlock) {
   return announcedBlock > 0 ? std::min(announcedBlock, kLongestScratch) : kUsualLargestBlock;
@@ -44,11 +43,11 @@ ParameterValue parameterOf(Port port, float value) {
   }
 }
 
-bool holdsNumber(const float* port) { return port && !std::isnan(*port); }
-
-std::unique_ptr<EffectRunner> makeEffect(int color, double rateHz, int32_t largestBlock) {
+// LV2 promises nothing of what a port holds before the first block, so an effect is set up in the default
+// colour, and the first block, which starts without a fade, brings its own.
+std::unique_ptr<EffectRunner> makeEffect(double rateHz, int32_t largestBlock) {
   auto effect = std::make_unique<EffectRunner>(getinterface);
-  effect->setParameter(kColor, colorParameter(color));
+  effect->setParameter(kColor, colorParameter(colorOf(kParameterDefaults[kColor])));
   effect->setBlockSize(largestBlock);
   effect->setSampleRate(static_cast<float>(rateHz));
   effect->resume();
@@ -57,70 +56,95 @@ std::unique_ptr<EffectRunner> makeEffect(int color, double rateHz, int32_t large
 
 } // namespace
 
-PedalInstance::PedalInstance(double rateHz, int32_t announcedBlock)
-    : rateHz(rateHz), block(scratchLength(announcedBlock)) {
+PedalInstance::PedalInstance(int channels, double rateHz, int32_t announcedBlock)
+    : rateHz(rateHz), longestPart(scratchLength(announcedBlock)), channelCount(channels) {
+  for (Channel& channel : this->channels())
+    channel.block.resize(longestPart);
   makeEffects();
 }
 
-// Those that have not run stay as they are.
 void PedalInstance::makeEffects() {
-  if (effect) std::ranges::find(waiting, effect, &std::unique_ptr<EffectRunner>::get)->reset();
-  effect = nullptr;
-  hasRun = false;
+  const DefaultArithmetic guard;
+  hasEffects = hasRun = false;
   isOn = true;
-  for (int color = 0; color < kColorCount; ++color)
-    if (!waiting[color]) waiting[color] = makeEffect(color, rateHz, static_cast<int32_t>(block.size()));
+  for (Channel& channel : channels()) {
+    channel.effect.reset();
+    channel.effect = makeEffect(rateHz, longestPart);
+  }
+  hasEffects = true;
 }
 
 void PedalInstance::connect(uint32_t port, void* data) noexcept {
-  if (port == kPortIn)
-    input = static_cast<const float*>(data);
-  else if (port == kPortOut)
-    output = static_cast<float*>(data);
-  else if (port < kPortCount)
-    controls[port] = static_cast<const float*>(data);
+  switch (port) {
+  case kPortInLeft:
+  case kPortInRight:
+    channelArray[port == kPortInRight].input = static_cast<const float*>(data);
+    break;
+  case kPortOutLeft:
+  case kPortOutRight:
+    channelArray[port == kPortOutRight].output = static_cast<float*>(data);
+    break;
+  default:
+    if (port < kPortCount) controls[port] = static_cast<const float*>(data);
+  }
 }
 
-void PedalInstance::activate() noexcept try { makeEffects(); } catch (...) {
+void PedalInstance::activate() noexcept try {
+  if (hasRun || !hasEffects) makeEffects();
+} catch (...) { // run() lets the input through
 }
 
 void PedalInstance::run(uint32_t samples) noexcept {
-  if (samples == 0 || !input || !output) return;
-  if (!hasRun) chooseEffect();
-  if (!effect) {
-    std::copy_n(input, samples, output);
-    return;
-  }
+  if (samples == 0 || !isConnected()) return;
   const DefaultArithmetic guard;
-  sendParameters();
-  const std::size_t longestPart = block.size();
-  for (std::size_t start = 0; start < samples; start += longestPart)
-    runPart(input + start, output + start, static_cast<int32_t>(std::min(longestPart, samples - start)));
+  if (hasEffects) sendParameters();
+  for (uint32_t start = 0; start < samples;) {
+    const auto part = static_cast<int32_t>(std::min<uint32_t>(longestPart, samples - start));
+    if (hasEffects) bendPart(start, part);
+    writePart(start, part);
+    start += part;
+  }
 }
 
-void PedalInstance::chooseEffect() noexcept {
-  const float* const color = controls[kPortColor];
-  effect = waiting[holdsNumber(color) ? choiceOf(*color, kColorCount - 1) : kUsualColor].get();
-  hasRun = true;
+bool PedalInstance::isConnected() const noexcept {
+  return std::all_of(channelArray.begin(), channelArray.begin() + channelCount,
+                     [](const Channel& channel) { return channel.input && channel.output; });
 }
 
 void PedalInstance::sendParameters() noexcept {
+  hasRun = true;
   for (const Port port : {kPortEnabled, kPortMode, kPortColor, kPortTone, kPortPedal})
     sendParameter(port);
 }
 
 void PedalInstance::sendParameter(Port port) noexcept {
-  if (!holdsNumber(controls[port])) return;
+  if (!controls[port] || std::isnan(*controls[port])) return;
   const ParameterValue sent = parameterOf(port, *controls[port]);
-  effect->setParameter(sent.parameter, sent.value);
+  for (const Channel& channel : channels())
+    channel.effect->setParameter(sent.parameter, sent.value);
   if (port == kPortEnabled) isOn = sent.value == 1.0f;
 }
 
 // The effect's memory would keep what is no finite number for ever, so silence takes its place there.
-void PedalInstance::runPart(const float* in, float* out, int32_t samples) noexcept {
-  for (int32_t i = 0; i < samples; ++i)
-    block[i] = std::isfinite(in[i]) ? in[i] : 0.0;
-  effect->process(block.data(), block.data(), samples);
-  for (int32_t i = 0; i < samples; ++i)
-    out[i] = isOn || std::isfinite(in[i]) ? static_cast<float>(block[i]) : in[i];
+void PedalInstance::bendPart(uint32_t start, int32_t samples) noexcept {
+  for (Channel& channel : channels()) {
+    const float* const in = channel.input + start;
+    for (int32_t i = 0; i < samples; ++i)
+      channel.block[i] = std::isfinite(in[i]) ? in[i] : 0.0;
+    channel.effect->process(channel.block.data(), channel.block.data(), samples);
+  }
+}
+
+// Sample by sample, each channel read before one is written, because an output may be the other one's input.
+void PedalInstance::writePart(uint32_t start, int32_t samples) noexcept {
+  float sample[std::tuple_size_v<decltype(channelArray)>];
+  for (int32_t i = 0; i < samples; ++i) {
+    for (std::size_t k = 0; k < channelCount; ++k) {
+      const float in = channelArray[k].input[start + i];
+      const bool isBent = hasEffects && (isOn || std::isfinite(in));
+      sample[k] = isBent ? static_cast<float>(channelArray[k].block[i]) : in;
+    }
+    for (std::size_t k = 0; k < channelCount; ++k)
+      channelArray[k].output[start + i] = sample[k];
+  }
 }

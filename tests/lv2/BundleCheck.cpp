@@ -4,9 +4,9 @@
 #include <cmath>
 #include <dlfcn.h>
 #include <filesystem>
-#include <initializer_list>
 #include <lilv/lilv.h>
 #include <lv2/core/lv2.h>
+#include <lv2/units/units.h>
 #include <map>
 #include <memory>
 #include <set>
@@ -19,6 +19,7 @@ namespace fs = std::filesystem;
 #define FOAF "http://xmlns.com/foaf/0.1/"
 #define MIDI "http://lv2plug.in/ns/ext/midi#"
 #define PPROPS "http://lv2plug.in/ns/ext/port-props#"
+#define PG "http://lv2plug.in/ns/ext/port-groups#"
 #define PSET "http://lv2plug.in/ns/ext/presets#"
 #define RDF "http://www.w3.org/1999/02/22-rdf-syntax-ns#"
 #define RDFS "http://www.w3.org/2000/01/rdf-schema#"
@@ -65,14 +66,16 @@ private:
   void checkControl(const std::string& name, const Node& port);
   void checkChoices(const std::string& name, const Node& port, const Range& range);
   void checkPedal(const Node& port);
+  void checkChannel(const std::string& name, const Node& port);
   void checkDesignations(const std::vector<Node>& ports);
   void checkPresets();
   void checkPreset(const Node& preset);
   void checkSetting(const std::string& name, const Node& setting, std::set<std::string>& seen);
 
-  fs::path bundle;
   std::unique_ptr<LilvWorld, Freeing> world;
-  Node plugin;
+  std::set<std::string> plugins;         // those of the bundle
+  Node plugin;                           // the one that is looked at
+  bool isStereo = false;                 // whether it is
   std::map<std::string, Range> controls; // by symbol
   std::set<std::string> presetNames;
 };
@@ -90,17 +93,14 @@ bool isFile(const Node& uri) {
 
 bool isWhole(double value) { return value == std::floor(value); }
 
-Check::Check(const std::string& directory) : bundle(fs::absolute(directory) / ""), world(lilv_world_new()) {
-  const Node place = owned(lilv_new_file_uri(world.get(), nullptr, bundle.c_str()));
-  lilv_world_load_bundle(world.get(), place.get());
-  const LilvPlugins* plugins = lilv_world_get_all_plugins(world.get());
-  int found = 0;
-  LILV_FOREACH(plugins, i, plugins) {
-    const LilvPlugin* each = lilv_plugins_get(plugins, i);
-    ++found;
-    checkPlugin(each);
-  }
-  if (found != 1) say("bundle", "holds " + std::to_string(found) + " plug-ins; it would hold 1");
+Check::Check(const std::string& directory) : world(lilv_world_new()) {
+  const std::string place = fs::absolute(directory) / "";
+  lilv_world_load_bundle(world.get(), owned(lilv_new_file_uri(world.get(), nullptr, place.c_str())).get());
+  const LilvPlugins* found = lilv_world_get_all_plugins(world.get());
+  LILV_FOREACH(plugins, i, found) { checkPlugin(lilv_plugins_get(found, i)); }
+  if (plugins != std::set<std::string>{"urn:treadshift:pedal", "urn:treadshift:pedal-stereo"})
+    say("bundle", "does not hold the mono and the stereo plug-in alone");
+  checkPresets();
 }
 
 std::vector<Node> Check::all(const Node& subject, const std::string& predicate) {
@@ -140,13 +140,14 @@ std::string Check::text(const std::string& name, const Node& subject, const std:
 
 void Check::checkPlugin(const LilvPlugin* found) {
   plugin = owned(lilv_node_duplicate(lilv_plugin_get_uri(found)));
+  plugins.insert(lilv_node_as_uri(plugin.get()));
+  isStereo = std::string(lilv_node_as_uri(plugin.get())).ends_with("-stereo");
   lilv_plugin_get_num_ports(found); // has lilv read all that the manifest points to
   checkBinary(found);
   checkIdentity();
   checkVersions();
   checkFeatures();
   checkPorts();
-  checkPresets();
 }
 
 void Check::checkBinary(const LilvPlugin* found) {
@@ -156,8 +157,8 @@ void Check::checkBinary(const LilvPlugin* found) {
   lilv_free(path);
   if (!binary) return say("binary", "cannot be loaded");
   const auto find = reinterpret_cast<LV2_Descriptor_Function>(dlsym(binary, "lv2_descriptor"));
-  const LV2_Descriptor* first = find ? find(0) : nullptr;
-  if (!first || std::string(first->URI) != lilv_node_as_uri(plugin.get()))
+  const LV2_Descriptor* own = find ? find(isStereo ? 1 : 0) : nullptr;
+  if (!own || std::string(own->URI) != lilv_node_as_uri(plugin.get()))
     say("binary", "answers to another name than the data's");
   dlclose(binary);
 }
@@ -166,6 +167,7 @@ void Check::checkIdentity() {
   text("plug-in", plugin, DOAP "name");
   text("plug-in", plugin, DOAP "shortdesc");
   text("plug-in", plugin, RDFS "comment");
+  text("plug-in", plugin, LV2_CORE__documentation);
   one("plug-in", plugin, DOAP "license", lilv_node_is_uri, "URI");
   if (!has(plugin, RDF "type", LV2_CORE__Plugin)) say("plug-in", "is not called a plug-in");
   if (!has(plugin, RDF "type", LV2_CORE__PitchPlugin))
@@ -215,8 +217,12 @@ void Check::checkPorts() {
   }
   if (!indices.empty() && (*indices.begin() != 0 || *indices.rbegin() != static_cast<int>(ports.size()) - 1))
     say("ports", "their indices leave a gap");
-  if (symbols != std::set<std::string>{"in", "out", "enabled", "mode", "color", "tone", "pedal"})
-    say("ports", "their symbols are no longer those that hosts have stored");
+  std::set<std::string> stored = {"enabled", "mode", "color", "tone", "pedal"};
+  if (isStereo)
+    stored.insert({"in_left", "out_left", "in_right", "out_right"});
+  else
+    stored.insert({"in", "out"});
+  if (symbols != stored) say("ports", "their symbols are no longer those that hosts have stored");
   checkDesignations(ports);
 }
 
@@ -234,6 +240,7 @@ std::string Check::checkPort(const Node& port) {
   if (audio == control) say(name, "is neither audio nor control, or both");
   if (control && input) checkControl(name, port);
   if (symbol == "pedal") checkPedal(port);
+  if (audio && isStereo) checkChannel(name, port);
   return symbol;
 }
 
@@ -252,6 +259,7 @@ void Check::checkControl(const std::string& name, const Node& port) {
   if (has(port, LV2_CORE__portProperty, LV2_CORE__toggled) && (range.lowest != 0.0 || range.highest != 1.0))
     say(name, "a switch runs from 0 to 1");
   one(name, port, PPROPS "displayPriority", lilv_node_is_int, "whole number");
+  if (!range.whole) one(name, port, LV2_UNITS_PREFIX "unit", lilv_node_is_uri, "URI");
   checkChoices(name, port, range);
 }
 
@@ -287,6 +295,15 @@ void Check::checkPedal(const Node& port) {
   if (number && lilv_node_as_int(number.get()) != 11) say("pedal", "is not bound to controller 11");
 }
 
+void Check::checkChannel(const std::string& name, const Node& port) {
+  const std::string side = name.ends_with("_left") ? PG "left" : PG "right";
+  const Node group = one(name, port, PG "group", lilv_node_is_uri, "URI");
+  const bool isInput = has(port, RDF "type", LV2_CORE__InputPort);
+  if (group && !has(group, RDF "type", isInput ? PG "InputGroup" : PG "OutputGroup"))
+    say(name, "is in the wrong group");
+  if (!has(port, LV2_CORE__designation, side)) say(name, "is not designated as its side");
+}
+
 void Check::checkDesignations(const std::vector<Node>& ports) {
   int switches = 0;
   for (const Node& port : ports) {
@@ -317,8 +334,10 @@ void Check::checkPreset(const Node& preset) {
   const Node file = one(place, preset, RDFS "seeAlso", lilv_node_is_uri, "URI");
   if (file && !isFile(file)) say(place, "its file is missing");
   lilv_world_load_resource(world.get(), preset.get());
-  const Node target = one(place, preset, LV2_CORE__appliesTo, lilv_node_is_uri, "URI");
-  if (target && !lilv_node_equals(target.get(), plugin.get())) say(place, "is another plug-in's");
+  std::set<std::string> targets;
+  for (const Node& target : all(preset, LV2_CORE__appliesTo))
+    targets.insert(lilv_node_as_uri(target.get()));
+  if (targets != plugins) say(place, "is not for both plug-ins");
   const std::string name = text(place, preset, RDFS "label");
   if (!presetNames.insert(name).second) say(place, "a second preset of its name");
   const auto settings = all(preset, LV2_CORE__port);

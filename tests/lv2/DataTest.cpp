@@ -2,11 +2,9 @@
 #include "BundleCheck.h"
 #include "Commands.h"
 
-#include <algorithm>
 #include <doctest/doctest.h>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 namespace {
 
@@ -34,6 +32,14 @@ const std::vector<Fault> kFaults = {
     {"manifest points nowhere", kManifest, "<treadshift.ttl>", "<treadshifted.ttl>"},
     {"binary missing", kManifest, "<treadshift.so>", "<other.so>"},
     {"another name", kManifest, "<urn:treadshift:pedal>\n\ta", "<urn:treadshift:petal>\n\ta"},
+    {"no stereo", kManifest, "<urn:treadshift:pedal-stereo>\n\ta", "<urn:treadshift:pedal-surround>\n\ta"},
+    {"a channel in no group", kPlugin, "pg:group <urn:treadshift:outputs> ;\n\t\tlv2:designation pg:right ;",
+     "lv2:designation pg:right ;"},
+    {"a channel in the wrong group", kPlugin, "pg:group <urn:treadshift:outputs>",
+     "pg:group <urn:treadshift:inputs>"},
+    {"sides exchanged", kPlugin, "lv2:designation pg:left", "lv2:designation pg:right"},
+    {"no unit", kPlugin, "units:unit units:coef ;", ""},
+    {"no documentation", kPlugin, "lv2:documentation", "rdfs:label"},
     {"no name", kPlugin, "doap:name \"Treadshift\" ;\n\tdoap:shortdesc \"Bends", "doap:shortdesc \"Bends"},
     {"empty name", kPlugin, "doap:name \"Treadshift\" ;\n\tdoap:shortdesc \"Bends",
      "doap:name \"\" ;\n\tdoap:shortdesc \"Bends"},
@@ -84,7 +90,8 @@ const std::vector<Fault> kFaults = {
      "lv2:symbol \"out\" ; lv2:portProperty lv2:reportsLatency ;"},
     {"preset without name", kPresets, "rdfs:label \"Octave climb\" ;", ""},
     {"two presets of a name", kPresets, "\"Bass drop\"", "\"Octave climb\""},
-    {"preset for another", kManifest, "lv2:appliesTo <urn:treadshift:pedal>", "lv2:appliesTo <urn:other>"},
+    {"preset for another", kManifest, "lv2:appliesTo <urn:treadshift:pedal> ,",
+     "lv2:appliesTo <urn:other> ,"},
     {"preset file missing", kManifest, "<presets.ttl>", "<other.ttl>"},
     {"preset of an unknown port", kPresets, "lv2:symbol \"tone\"", "lv2:symbol \"treble\""},
     {"preset out of range", kPresets, "pset:value 0.8", "pset:value 8"},
@@ -111,11 +118,13 @@ std::string joined(const std::vector<std::string>& lines) {
   return all;
 }
 
+// Without a word but on the home page, which does not exist.
 bool validatorIsContent(const std::string& bundle) {
   const auto result = runCommand("lv2_validate '" + bundle + "'/*.ttl");
   INFO(result.text);
   CHECK(result.text.find(" errors among ") != std::string::npos);
-  return result.text.find("Found 0 errors") != std::string::npos;
+  return result.text.find("Found 0 errors") != std::string::npos &&
+         result.text.find("warning") == std::string::npos;
 }
 
 } // namespace

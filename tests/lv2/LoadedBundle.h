@@ -10,28 +10,38 @@
 
 constexpr char kBundleBinary[] = TREADSHIFT_BUNDLE "/treadshift.so";
 
-// The plug-in's ports in the order of their numbers.
-enum PortNumber : uint32_t { kIn, kOut, kEnabled, kMode, kColor, kTone, kPedal };
+// The plug-ins' ports in the order of their numbers; the mono one ends with the pedal.
+enum PortNumber : uint32_t {
+  kInPort,
+  kOutPort,
+  kEnabledPort,
+  kModePort,
+  kColorPort,
+  kTonePort,
+  kPedalPort,
+  kInRightPort,
+  kOutRightPort
+};
 
 // The control ports' values, at first their defaults.
 struct Knobs {
   float enabled = 1.0f, mode = 0.0f, color = 4.0f, tone = 0.8f, pedal = 0.0f;
 };
 
-// The bundle's descriptor; the binary stays loaded.
-const LV2_Descriptor& descriptor();
+// The plug-in for 1 or 2 channels; the binary stays loaded.
+const LV2_Descriptor& descriptor(int channels = 1);
 
 // One instance with its control ports connected to `knobs`. Moving it would leave the ports behind.
 class Instance {
 public:
-  explicit Instance(double rateHz, const LV2_Feature* const* features = nullptr);
+  explicit Instance(double rateHz, const LV2_Feature* const* features = nullptr, int channels = 1);
   ~Instance();
   Instance(const Instance&) = delete;
   Instance& operator=(const Instance&) = delete;
 
-  void connect(uint32_t port, void* data) { descriptor().connect_port(handle, port, data); }
-  void activate() { descriptor().activate(handle); }
-  void run(uint32_t samples) { descriptor().run(handle, samples); }
+  void connect(uint32_t port, void* data) { plugin.connect_port(handle, port, data); }
+  void activate() { plugin.activate(handle); }
+  void run(uint32_t samples) { plugin.run(handle, samples); }
 
   // Connects the arrays and runs; both may be one.
   void run(const float* in, float* out, uint32_t samples);
@@ -40,24 +50,22 @@ public:
   Knobs knobs;
 
 private:
+  const LV2_Descriptor& plugin;
   LV2_Handle handle;
 };
 
-// The module driven as the renderer drives it: the first block's knobs are there before it learns the rate,
-// each block comes after its knobs, the samples are doubles and narrowed once.
+// The module driven by its record: set up first, then each block after its knobs, in doubles that are
+// narrowed once.
 class ModuleBeside {
 public:
-  explicit ModuleBeside(double rate) : effect(TREADSHIFT_MODULE), rateHz(rate) {}
+  explicit ModuleBeside(double rateHz);
 
   void run(const Knobs& knobs, const float* in, float* out, uint32_t samples);
-  std::vector<float> run(const Knobs& knobs, const std::vector<float>& in);
+  // In parts of `part` samples: those of a host that announces none.
+  std::vector<float> run(const Knobs& knobs, const std::vector<float>& in, std::size_t part = 4096);
 
 private:
-  void set(const Knobs& knobs) const;
-
   EffectRunner effect;
-  double rateHz;
-  bool isSetUp = false;
 };
 
 // Samples of -0.5 to 0.5, the same for the same seed.

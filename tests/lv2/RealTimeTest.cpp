@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr uint32_t kLongest = 8192; // samples: the largest block of a host that announces none
+constexpr uint32_t kLongest = 8192; // samples: twice the largest block of a host that announces none
 
 // Every length from 1 to 8192 once, in random order.
 std::vector<uint32_t> everyLength() {
@@ -22,8 +22,8 @@ std::vector<uint32_t> everyLength() {
 
 // Runs blocks of these lengths while every control moves.
 void play(Instance& instance, const std::vector<uint32_t>& lengths, std::vector<float>& sound) {
-  instance.connect(kIn, sound.data());
-  instance.connect(kOut, sound.data());
+  instance.connect(kInPort, sound.data());
+  instance.connect(kOutPort, sound.data());
   uint32_t count = 0;
   for (const uint32_t samples : lengths) {
     ++count;
