@@ -18,7 +18,7 @@ endif()
 add_library(treadshift_flags INTERFACE)
 target_compile_features(treadshift_flags INTERFACE cxx_std_20 c_std_11)
 target_compile_options(treadshift_flags INTERFACE
-  -ffp-contract=off -fno-builtin-pow
+  -ffp-contract=off -DTREADSHIFT_NO_CONTRACTION -fno-builtin-pow
   -Wall -Wextra -Wconversion -Wno-sign-conversion -Wno-float-conversion
   -Wno-psabi) # vectors wider than the registers built for pass between inlined functions only
 option(TREADSHIFT_WERROR "Take the compiler's warnings for errors, as the project's own checks do" OFF)

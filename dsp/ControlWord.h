@@ -2,11 +2,15 @@
 // project is built for.
 #pragma once
 
+#include "dsp/ScopedNames.h"
+
 #if defined(__i386__) || defined(__x86_64__)
 #include <xmmintrin.h>
 #elif !defined(__aarch64__) && !(defined(__arm__) && defined(__ARM_FP) && (__ARM_FP & 8))
 #error "no flush-to-zero is known for this processor: add its control word here"
 #endif
+
+namespace treadshift {
 
 // The bit that makes results flush: tiny (denormal) results of additions and multiplications become zero of
 // their sign. x86: bit 15 of MXCSR, which leaves tiny operands as they are. ARM: bit 24 of FPCR (64-bit) or
@@ -43,3 +47,5 @@ inline void setControlWord(unsigned word) noexcept {
   asm volatile("vmsr fpscr, %0" ::"r"(word) : "cc", "memory");
 #endif
 }
+
+} // namespace treadshift

@@ -4,6 +4,8 @@
 #include "dsp/ControlWord.h"
 #include "dsp/ExactArithmetic.h"
 
+namespace treadshift {
+
 // Sets the flush bit of the control word and leaves every other bit as the host has it; on x86 that leaves
 // denormal operands alone as well (see kFlushBit). The word is the calling thread's; the destructor puts it
 // back whole. Allocates nothing.
@@ -18,3 +20,5 @@ public:
 private:
   unsigned saved; // the word as the host had it
 };
+
+} // namespace treadshift

@@ -2,12 +2,15 @@
 #pragma once
 
 #include "dsp/ExactArithmetic.h"
+#include "dsp/ScopedNames.h"
 
 #include <cstdint>
 
+namespace treadshift {
+
 // A design request. The design writes `freq` and `q` back as it used them.
 struct filterPrm_tag {
-  int32_t type;      // FilterType; any other number: one-pole smoother
+  int32_t type;      // FilterType, of which 16 bits are kept; any other number: one-pole smoother
   double freq;       // Hz; 0 or less: 20 Hz; above half the rate: half the rate
   double freqLow;    // Hz, lower band edge (kBandPass, kBandStop); used unchecked
   double freqHigh;   // Hz, upper band edge (kBandPass, kBandStop); used unchecked
@@ -53,8 +56,8 @@ public:
   void iirProcessing(double* x) noexcept;
 
   // Starts a linear walk of n samples from the present coefficients to a new design: sample k (0..n) uses
-  // old + k/n of the difference. n: 1 or more; 0 gives steps that are not finite. prm: as FDexcute.
-  // [audio; host, processing stopped]
+  // old + k/n of the difference. n: 1 or more; 0 gives steps that are not finite, below 0 the old
+  // coefficients stay for good. prm: as FDexcute. [audio; host, processing stopped]
   void ipFDexcute(filterPrm_tag* prm, int n) noexcept;
 
   // Filters one sample in place with the walking coefficients, and walks on. [audio]
@@ -118,3 +121,5 @@ inline void IIRFilter::ipIirProcessing(double* x) noexcept {
                    oldFb1 + stepFb1 * rampPos, oldFb2 + stepFb2 * rampPos});
   walkOn();
 }
+
+} // namespace treadshift

@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <cmath>
 
+namespace treadshift {
+
 namespace {
 
 constexpr double kRoot2 = 1.4142135623730951; // damping of a Butterworth pair
@@ -177,3 +179,5 @@ void IIRFilter::walkOn() noexcept {
     rampPos += 1.0;
   }
 }
+
+} // namespace treadshift

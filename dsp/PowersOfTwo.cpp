@@ -13,6 +13,8 @@
 #include <emmintrin.h>
 #endif
 
+namespace treadshift {
+
 namespace {
 
 #ifdef TREADSHIFT_QUICK_POWERS
@@ -156,3 +158,5 @@ void powersOfTwo(double* numbers, int32_t count) noexcept {
 #endif
   askPow(numbers, count);
 }
+
+} // namespace treadshift

@@ -1,7 +1,11 @@
 // Powers of two with the bits of std::pow(2.0, x), in a part of its time.
 #pragma once
 
+#include "dsp/ScopedNames.h"
+
 #include <cstdint>
+
+namespace treadshift {
 
 // Replaces each of `count` numbers x by std::pow(2.0, x), to the bit and in every rounding mode. x: any
 // double. count: 0 or more; below 0 does nothing. [audio] Allocates nothing.
@@ -13,3 +17,5 @@
 // (the rounding test of Ziv, Fast evaluation of elementary mathematical functions, ACM TOMS 17, 1991).
 // Elsewhere, and while the thread rounds in another way than to nearest, pow is asked for all.
 void powersOfTwo(double* numbers, int32_t count) noexcept;
+
+} // namespace treadshift

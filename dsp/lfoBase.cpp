@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <new>
 
+namespace treadshift {
+
 lfoBase::lfoBase(double smoothFreq, double startPhase, double sampleRate)
     : smoothFreq(smoothFreq), startPhase(startPhase), sampleRate(sampleRate), value(0.0), step(0.0),
       invSampleRate(1.0 / sampleRate), lastRate(0.0), firstCall(1),
@@ -27,3 +29,5 @@ void lfoBase::smoothValue(IIRFilter* filter) {
   if (smoothFreq > 0.0 && filter) filter->iirProcessing(&value);
   value = std::max(value, 0.0);
 }
+
+} // namespace treadshift

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+namespace treadshift {
+
 // Oscillators carry a second of history and are large: create them on the heap. The constructors of members
 // with filters allocate those; an allocation that fails leaves the filter null and the wave unsmoothed.
 // One thread at a time. Running allocates nothing.
@@ -76,3 +78,5 @@ protected:
   // Runs `value` through the filter, if smoothing is on, and lifts it to 0 at least.
   void smoothValue(IIRFilter* filter);
 };
+
+} // namespace treadshift

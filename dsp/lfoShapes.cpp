@@ -4,6 +4,8 @@
 #include <bit>
 #include <cmath>
 
+namespace treadshift {
+
 namespace {
 
 // sin(pi/2 x) for x in -1..1.
@@ -89,3 +91,5 @@ double lfoRand::nextRandom() {
   seed = seed * 1664525u + 1013904223u;
   return std::bit_cast<float>(kExponentOf1 | seed >> kMantissaShift) - 1.0f;
 }
+
+} // namespace treadshift

@@ -3,6 +3,8 @@
 
 #include "dsp/lfoBase.h"
 
+namespace treadshift {
+
 // Sine by a polynomial of the form that Hastings tabulates (Approximations for Digital Computers, 1955),
 // phase -1..1 once per cycle; never smoothed. The rate glides, on a fresh oscillator from 0 Hz.
 class lfoSin : public lfoBase {
@@ -79,3 +81,5 @@ public:
 private:
   double nextRandom(); // 0 <= x < 1, in steps of 2^-23
 };
+
+} // namespace treadshift

@@ -1,5 +1,7 @@
 #include "dsp/lfoTriangle.h"
 
+namespace treadshift {
+
 namespace {
 
 constexpr double kRateFilterFreq = 5.0; // Hz
@@ -43,3 +45,5 @@ void lfoTriangle::record(int historyOffset, int i) {
   phaseHistory[historyOffset + i] = phase;
   directionHistory[historyOffset + i] = falling;
 }
+
+} // namespace treadshift

@@ -3,6 +3,8 @@
 
 #include "dsp/lfoBase.h"
 
+namespace treadshift {
+
 // Phase runs 0 to 1 and back once per 1/rate seconds; the rate glides linearly from the block before. With
 // both depths 0.1 the output is the phase itself, exactly 0 and 1 at the turns.
 class lfoTriangle : public lfoBase {
@@ -19,10 +21,12 @@ public:
               int historyOffset) override;
 
   // The same run sample by sample, for an owner that may start another before this one ends: the phase moves
-  // by the result of startGlide first, then by glideStep(1), glideStep(2), ... [audio]
+  // by the result of startGlide first, then by glideStep(1), glideStep(2), ... Excute starts a run of its
+  // own, so glideStep is that run's from then on, and a run that was begun here goes on only after another
+  // startGlide; `phase` and `falling`, which the owner moves by advance, are both ways' place. [audio]
   // Starts a run of numSamples samples from the rate of the run before to `rate`, which its last sample
-  // reaches; the run after starts from `rate`, however much of this one was played. Result: phase per sample
-  // at the run's first sample, which waits for no division.
+  // reaches; a run of one sample stays at the old rate. The run after starts from `rate`, however much of
+  // this one was played. Result: phase per sample at the run's first sample, which waits for no division.
   double startGlide(double rate, int numSamples) {
     if (firstCall) settleAt(rate);
     glideStart = lastRate;
@@ -69,3 +73,5 @@ private:
   double glideRise = 0.0;   // Hz: from there to the last sample
   double glideLength = 0.0; // samples from the first to the last
 };
+
+} // namespace treadshift

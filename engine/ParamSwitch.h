@@ -24,7 +24,7 @@ struct ParamSwitch {
   ParamSwitch(const ParamSwitch&) = delete;
   ParamSwitch& operator=(const ParamSwitch&) = delete;
 
-  // Makes room in valueBuffer for blocks of `samples` samples. Allocates unless there is;
+  // Makes room in valueBuffer for blocks of `samples` samples, any number. Allocates unless there is;
   // throws std::bad_alloc, with the buffer as it was, when memory cannot be had.
   // [audio; host, processing stopped]
   void prepareValueBuffer(int32_t samples);
@@ -32,13 +32,14 @@ struct ParamSwitch {
   // True when a block with this value would get the idle gain at every sample and change nothing. [audio]
   bool isSteady(float value) const noexcept { return state == kIdle && value == lastValue; }
 
-  // One block of the On/Off switch: gains and valueBuffer for `samples` samples. A change during a fade
-  // plays the fade-out on from the position reached. [audio]
+  // One block of the On/Off switch: gains and valueBuffer for `samples` samples, 0 up to valueCapacity, for
+  // which prepareValueBuffer made room. A change during a fade plays the fade-out on from the position
+  // reached. [audio]
   void playOnOff(float value, int32_t samples, double* gains) noexcept TREADSHIFT_REALTIME;
 
-  // One block of the Color switch: gains for `samples` samples. A change during a fade is forgotten: the
-  // fade goes on, and the value counts as seen. Result: the silent sample with which a fade-in begins, or
-  // `samples` when none does. [audio]
+  // One block of the Color switch: gains for `samples` samples, 0 or more. A change during a fade is
+  // forgotten: the fade goes on, and the value counts as seen. Result: the silent sample with which a fade-in
+  // begins, or `samples` when none does. [audio]
   int32_t playColor(float value, int32_t samples, double* gains) noexcept TREADSHIFT_REALTIME;
 
   int32_t length;        // samples: entries of each table, whole samples in fadeTime

@@ -23,6 +23,7 @@
 // to 71 ms late, by an amount that moves all the time.
 #pragma once
 
+#include "dsp/IIRFilter.h"
 #include "engine/Block.h"
 #include "engine/DelayLine.h"
 #include "engine/Fades.h"
@@ -33,8 +34,6 @@
 #include "engine/ToneFilter.h"
 
 #include <cstdint>
-
-class IIRFilter;
 
 // Costs memory for two seconds of sound and some 0.5 MB beside; time per sample does not depend on the size
 // of the blocks. One thread at a time.

@@ -1,11 +1,11 @@
 // The two taps: how far behind the input each reads, and which of them is heard.
 #pragma once
 
+#include "dsp/lfoTriangle.h"
 #include "engine/RealTime.h"
 
 #include <cstdint>
 
-class lfoTriangle;
 struct Block;
 struct Slice;
 

@@ -7,8 +7,6 @@
 
 #include <cstdint>
 
-class lfoTriangle;
-
 // Follows both taps from sample i of the slice on for as long as none jumps or is held at minDelay (samples).
 // Result: the sample where one is. [audio] Allocates nothing.
 int32_t followFreely(int32_t i, double minDelay, TapState& taps, Slice& slice) noexcept TREADSHIFT_REALTIME;

@@ -61,7 +61,7 @@ const std::vector<Rule> kRules = {
       "render/look/", "render/job/"}},
     {"render", with(with(with(kRecordAlone, "host/"), "presets/"), "render/")},
     {"lv2", with(with(kRecordAlone, "host/"), "lv2/")},
-    {"examples", {"vst/AEffect.h", "vst/Opcodes.h", "vst/HostRecords.h", "engine/"}},
+    {"examples", {"vst/AEffect.h", "vst/Opcodes.h", "vst/HostRecords.h", "dsp/", "engine/"}},
     {"peers", with(kInterfaceOfLv2, "peers/")},
     {"quality", with(with(with(kRecordAlone, "host/"), "peers/"), "quality/")},
 };
