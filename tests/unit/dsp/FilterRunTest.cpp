@@ -135,6 +135,18 @@ TEST_CASE("a walk remembers its start and its steps, counts its samples and ends
   }
 }
 
+TEST_CASE("a walk of fewer than no samples stays at its start") {
+  IIRFilter f = designed(request(kPeaking, 400.0));
+  IIRFilter old = f;
+  filterPrm_tag prm = request(kPeaking, 5000.0);
+  f.ipFDexcute(&prm, -3);
+  for (int i = 0; i < 5; ++i) {
+    double x = 0.5;
+    f.ipIirProcessing(&x);
+    CHECK(bitsOf(x) == bitsOf(filtered(old, 0.5)));
+  }
+}
+
 TEST_CASE("a filter is deleted through its table, whose only operation is the destructor") {
   struct Watched : IIRFilter {
     Watched(filterPrm_tag* prm, bool& gone) : IIRFilter(prm), gone(gone) {}

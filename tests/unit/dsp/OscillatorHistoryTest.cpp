@@ -97,3 +97,12 @@ TEST_CASE("a run that another follows early hands over the rate it was bound for
   lfo.startGlide(300.0, 5);
   CHECK(lfo.isLevel());
 }
+
+TEST_CASE("after a block the steps of the triangle are the block's, until a run is started") {
+  lfoTriangle lfo(0.0, 0.0, kRate);
+  lfo.startGlide(100.0, 10);
+  run(lfo, 300.0, 3, 0); // from 100 Hz by 100 Hz a sample
+  CHECK(lfo.glideStep(1) == doctest::Approx(200.0 / kRate * 2.0));
+  lfo.startGlide(300.0, 10);
+  CHECK(lfo.glideStep(1) == doctest::Approx(300.0 / kRate * 2.0));
+}
