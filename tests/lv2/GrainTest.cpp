@@ -1,5 +1,8 @@
 // What a host's automation grain does to a pedal sweep: it comes later, and stays the same sweep.
 #include "LoadedBundle.h"
+#include "engine/Block.h"
+#include "engine/PedalMotion.h"
+#include "engine/Slice.h"
 
 #include <algorithm>
 #include <cmath>
@@ -54,6 +57,40 @@ double differenceDb(const std::vector<float>& a, const std::vector<float>& b, in
   return 10.0 * std::log10(difference / power);
 }
 
+constexpr double kCentsPerSample = 1200.0 / kRate; // a sweep of an octave per second
+
+// How far apart the pitch's least and its greatest distance to the drawn sweep are, in cents, when one of
+// many blocks of a length is split and its second part has `rest` samples.
+double strayCents(int block, int rest) {
+  PedalMotion motion;
+  motion.build(kRate);
+  motion.settleAt(0.0f);
+  std::vector<int> lengths(80 * 1024 / block, block);
+  lengths[lengths.size() / 2] = block - rest;
+  lengths.insert(lengths.begin() + lengths.size() / 2 + 1, rest);
+  double least = 1e9, greatest = 0.0;
+  int start = 0;
+  for (const int length : lengths) {
+    Block now = {};
+    now.samples = length;
+    now.settings.pedalPos = static_cast<float>(start * kCentsPerSample / 2400.0);
+    motion.begin(now, length > 1 ? 1.0 / (length - 1) : 0.0);
+    for (int first = 0; first < length; first += 16) {
+      Slice slice;
+      slice.first = first;
+      slice.samples = std::min(16, length - first);
+      motion.follow(now, slice, 0.0f);
+      const double behind = (start + first + slice.samples) * kCentsPerSample - motion.state() * 2400.0;
+      if (start < 30 * 1024) continue; // until the smoother is as far behind as it will be
+      least = std::min(least, behind);
+      greatest = std::max(greatest, behind);
+    }
+    motion.end(now);
+    start += length;
+  }
+  return greatest - least;
+}
+
 } // namespace
 
 // The pedal glides to the value told at a block's start and is there at its end, so it follows the drawn line
@@ -68,4 +105,19 @@ TEST_CASE("a sweep in blocks of 1024 is the one in blocks of 64, 20 ms later") {
     CHECK(differenceDb(small, sweep(color, kLarge, kLater), kLater) < kSameDb);
     CHECK(differenceDb(small, sweep(color, kLarge, 0), 0) > kSameDb);
   }
+}
+
+// The part that is left of a block ends its glide at once, so the ramp jumps ahead by the samples that are
+// missing, and falls back along the next block. Of such a triangle a smoother of 5 Hz keeps the peak below.
+TEST_CASE(
+    "a sweep in blocks of 1024 of which one is split strays by 7 cents, in blocks of 256 by less than one") {
+  for (const int block : {1024, 256, 64}) {
+    CAPTURE(block);
+    const double jump = (block - 21) * kCentsPerSample;
+    const double smoother = kRate / (2.0 * kPi * 5.0) / block; // its time, in blocks
+    const double peak = jump * (1.0 - smoother * std::log(1.0 + 1.0 / smoother));
+    CHECK(strayCents(block, 21) == doctest::Approx(peak).epsilon(0.1));
+  }
+  CHECK(strayCents(1024, 21) < 7.0);
+  CHECK(strayCents(256, 21) < 1.0);
 }

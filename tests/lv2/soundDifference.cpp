@@ -1,6 +1,6 @@
 // soundDifference RESULT REFERENCE LIMIT [started]
 //
-// Compares a host's recording with what it should be, sample by sample, for script/hosts. Both are mono.
+// Compares a host's recording with what it should be, sample by sample, for script/hosts.
 // LIMIT is the largest difference allowed, in dB of full scale, or "none" when every bit counts. "started"
 // lets the result begin at any time: its first sample that is not 0 is the reference's first, and silence or
 // more may follow. Says in words how they compare; ends with 0 when the result is good, 1 when not, 2 for a
@@ -15,33 +15,42 @@
 
 namespace {
 
-std::vector<double> read(const char* path) {
+struct Sound {
+  std::size_t channels;
+  std::vector<double> samples; // interleaved
+};
+
+Sound read(const char* path) {
   SF_INFO info = {};
   SNDFILE* const file = sf_open(path, SFM_READ, &info);
-  if (!file || info.channels != 1) {
-    std::fprintf(stderr, "soundDifference: %s: %s\n", path, file ? "is not mono" : sf_strerror(nullptr));
+  if (!file) {
+    std::fprintf(stderr, "soundDifference: %s: %s\n", path, sf_strerror(nullptr));
     std::exit(2);
   }
-  std::vector<double> samples(static_cast<std::size_t>(info.frames));
-  samples.resize(static_cast<std::size_t>(sf_readf_double(file, samples.data(), info.frames)));
+  const auto channels = static_cast<std::size_t>(info.channels);
+  Sound sound = {channels, std::vector<double>(static_cast<std::size_t>(info.frames) * channels)};
+  const auto frames = static_cast<std::size_t>(sf_readf_double(file, sound.samples.data(), info.frames));
+  sound.samples.resize(frames * channels);
   sf_close(file);
-  return samples;
+  return sound;
 }
 
 constexpr double kAudible = 1e-5; // -100 dB of full scale: what hosts that record whole numbers keep
 
-// Answers how many samples it dropped.
-std::size_t dropSilentStart(std::vector<double>& sound) {
-  const auto start = std::ranges::find_if(sound, [](double sample) { return std::abs(sample) > kAudible; });
-  const std::size_t dropped = start - sound.begin();
-  sound.erase(sound.begin(), start);
-  return dropped;
+// Answers how many frames it dropped.
+std::size_t dropSilentStart(Sound& sound) {
+  const auto isAudible = [](double sample) { return std::abs(sample) > kAudible; };
+  const auto start = std::ranges::find_if(sound.samples, isAudible) - sound.samples.begin();
+  const std::size_t frames = start / sound.channels;
+  sound.samples.erase(sound.samples.begin(), sound.samples.begin() + frames * sound.channels);
+  return frames;
 }
 
-int judge(const std::vector<double>& result, const std::vector<double>& reference, double limit,
-          std::size_t start) {
-  if (result.size() != reference.size()) {
-    std::printf("has %zu samples, not %zu\n", result.size(), reference.size());
+int judge(const Sound& played, const Sound& expected, double limit, std::size_t start) {
+  const std::vector<double>&result = played.samples, &reference = expected.samples;
+  if (played.channels != expected.channels || result.size() != reference.size()) {
+    std::printf("has %zu samples in %zu channels, not %zu in %zu\n", result.size(), played.channels,
+                reference.size(), expected.channels);
     return 1;
   }
   double largest = 0.0;
@@ -60,7 +69,8 @@ int judge(const std::vector<double>& result, const std::vector<double>& referenc
     std::printf("within %.0f dB\n", largestDb);
     return 0;
   }
-  std::printf("differs from sample %zu on, by up to %.1f dB\n", start + firstBeyond, largestDb);
+  std::printf("differs from sample %zu on, by up to %.1f dB\n", start + firstBeyond / expected.channels,
+              largestDb);
   return 1;
 }
 
@@ -79,12 +89,12 @@ int main(int count, char** words) {
     std::fprintf(stderr, "soundDifference: limit '%s'; it would be negative dB or none\n", words[3]);
     return 2;
   }
-  std::vector<double> result = read(words[1]), reference = read(words[2]);
-  std::size_t start = 0; // in the reference
+  Sound result = read(words[1]), reference = read(words[2]);
+  std::size_t start = 0; // in the reference, in frames
   if (started) {
     dropSilentStart(result);
     start = dropSilentStart(reference);
-    result.resize(std::min(result.size(), reference.size()));
+    result.samples.resize(std::min(result.samples.size(), reference.samples.size()));
   }
   return judge(result, reference, limit, start);
 }

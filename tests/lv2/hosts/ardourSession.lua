@@ -1,7 +1,7 @@
--- ardour7-lua ardourSession.lua DIRECTORY FRAMES COLOR FRAME VALUE [FRAME VALUE ...]
+-- ardour7-lua ardourSession.lua DIRECTORY CHANNELS FRAMES COLOR FRAME VALUE [FRAME VALUE ...]
 --
--- Makes the session "bend" in a new directory: one mono track at 44100 Hz with the pedal on it, its automation
--- running through the given points, and a region of in.wav, which whoever calls puts among the session's sounds
+-- Makes the session "bend" in a new directory: one track of 1 or 2 channels at 44100 Hz with the pedal on it, its
+-- automation running through the given points, and a region of in.wav, which whoever calls puts among the session's sounds
 -- (interchange/NAME/audiofiles) and which has FRAMES frames. Fades are off, so that the recording is played as
 -- it is.
 
@@ -9,7 +9,8 @@ local rate, blockFrames = 44100, 1024
 local clocksPerFrame = 282240000 / rate -- the unit in which a session counts time
 local pedalPort, colorControl = 6, 2
 
-local directory, frames, color = arg[1], tonumber(arg[2]), tonumber(arg[3])
+local directory, channels, frames, color = arg[1], tonumber(arg[2]), tonumber(arg[3]), tonumber(arg[4])
+local uri = channels == 1 and "urn:treadshift:pedal" or "urn:treadshift:pedal-stereo"
 
 local function startEngine()
   local backend = AudioEngine:set_backend("None (Dummy)", "", "")
@@ -20,9 +21,9 @@ local function startEngine()
 end
 
 local function addPedal(session)
-  local track = session:new_audio_track(1, 1, nil, 1, "guitar", ARDOUR.PresentationInfo.max_order,
+  local track = session:new_audio_track(channels, channels, nil, 1, "guitar", ARDOUR.PresentationInfo.max_order,
     ARDOUR.TrackMode.Normal, true):front()
-  local pedal = ARDOUR.LuaAPI.new_plugin_with_time_domain(session, "urn:treadshift:pedal", ARDOUR.PluginType.LV2,
+  local pedal = ARDOUR.LuaAPI.new_plugin_with_time_domain(session, uri, ARDOUR.PluginType.LV2,
     Temporal.TimeDomain.AudioTime, "")
   assert(not pedal:isnil(), "Ardour does not know the plug-in")
   assert(track:to_route():add_processor_by_index(pedal, 0, nil, true) == 0)
@@ -32,7 +33,7 @@ end
 local function automate(pedal)
   assert(ARDOUR.LuaAPI.set_processor_param(pedal, colorControl, color))
   local _, points = ARDOUR.LuaAPI.plugin_automation(pedal, 4)
-  for i = 4, #arg, 2 do
+  for i = 5, #arg, 2 do
     points:add(Temporal.timepos_t(math.tointeger(tonumber(arg[i]))), tonumber(arg[i + 1]), false, false)
   end
   local parameter = Evoral.Parameter(ARDOUR.AutomationType.PluginAutomation, 0, pedalPort)
@@ -54,10 +55,15 @@ local function placeRecording(path)
     return string.format('<Region name="in" type="audio" id="%d" muted="0" opaque="1" locked="0" automatic="0" '
       .. 'whole-file="%d" start="a0" length="a%d@a0" sync-position="a0" stretch="1" shift="1" layering-index="0" '
       .. 'fade-in-active="0" fade-out-active="0" default-fade-in="1" default-fade-out="1" scale-amplitude="1" '
-      .. 'channels="1" source-0="9001" master-source-0="9001"><Envelope default="yes"/></Region>', id, whole, length)
+      .. 'channels="%d" %s><Envelope default="yes"/></Region>', id, whole, length, channels,
+      channels == 1 and 'source-0="9001" master-source-0="9001"'
+      or 'source-0="9001" source-1="9005" master-source-0="9001" master-source-1="9005"')
+  end
+  local function source(id, channel)
+    return string.format('<Source name="in.wav" type="audio" flags="" id="%d" channel="%d" gain="1"/>', id, channel)
   end
   exchange('<Sources/>',
-    '<Sources><Source name="in.wav" type="audio" flags="" id="9001" channel="0" gain="1"/></Sources>')
+    '<Sources>' .. source(9001, 0) .. (channels == 1 and '' or source(9005, 1)) .. '</Sources>')
   exchange('<Regions/>', '<Regions>' .. region(9002, 1) .. '</Regions>')
   exchange('<Playlist [^\n]*guitar[^\n]*/>', function(found)
     return found:sub(1, -3) .. '>' .. region(9003, 0) .. '</Playlist>'
