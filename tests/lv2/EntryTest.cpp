@@ -2,8 +2,6 @@
 #include "LoadedBundle.h"
 #include "tests/support/Allocations.h"
 
-#include <algorithm>
-#include <cstring>
 #include <dlfcn.h>
 #include <doctest/doctest.h>
 #include <limits>
@@ -55,6 +53,11 @@ std::vector<float> soundWithOptions(const std::vector<float>& in, std::vector<LV
   return soundWith(in, features);
 }
 
+std::vector<float> soundAnnouncing(const std::vector<float>& in, int32_t samples) {
+  return soundWithOptions(in,
+                          {option(LV2_BUF_SIZE__maxBlockLength, LV2_ATOM__Int, &samples, sizeof samples)});
+}
+
 } // namespace
 
 TEST_CASE("two plug-ins under their names, without extensions") {
@@ -75,26 +78,19 @@ TEST_CASE("the parts of a long call are as long as the block that the host annou
   const std::vector<float> in = floatNoise(1000);
   const auto whole = soundInParts(in, 1000);
   REQUIRE_FALSE(sameBits(whole, soundInParts(in, 64)));
-  const auto announced = [&](int32_t samples) {
-    return soundWithOptions(in,
-                            {option(LV2_BUF_SIZE__maxBlockLength, LV2_ATOM__Int, &samples, sizeof samples)});
-  };
-  CHECK(sameBits(announced(64), soundInParts(in, 64)));
-  CHECK(sameBits(announced(1), soundInParts(in, 1)));
+  CHECK(sameBits(soundAnnouncing(in, 64), soundInParts(in, 64)));
+  CHECK(sameBits(soundAnnouncing(in, 1), soundInParts(in, 1)));
   for (const int32_t samples :
        {1000, 4096, 0, -5, std::numeric_limits<int32_t>::max(), std::numeric_limits<int32_t>::min()}) {
     CAPTURE(samples);
-    CHECK(sameBits(announced(samples), whole));
+    CHECK(sameBits(soundAnnouncing(in, samples), whole));
   }
 }
 
 TEST_CASE("without an announcement parts have 4096 samples, and none has more than 65536") {
   const std::vector<float> in = floatNoise(70000);
-  const int32_t samples = std::numeric_limits<int32_t>::max();
   CHECK(sameBits(soundWith(in, nullptr), soundInParts(in, 4096)));
-  const auto out =
-      soundWithOptions(in, {option(LV2_BUF_SIZE__maxBlockLength, LV2_ATOM__Int, &samples, sizeof samples)});
-  CHECK(sameBits(out, soundInParts(in, 65536)));
+  CHECK(sameBits(soundAnnouncing(in, std::numeric_limits<int32_t>::max()), soundInParts(in, 65536)));
 }
 
 TEST_CASE("options that announce something else, or in another way, count for nothing") {

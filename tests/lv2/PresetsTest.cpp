@@ -67,13 +67,9 @@ TEST_CASE("a bad file is told its line, and leaves no data") {
   };
   const Row rows[] = {
       {"[One]\ncolor = 8\n", ":2: color cannot be '8'"},
-      {"[One]\ncolor = -1\n", ":2: color cannot be '-1'"},
       {"[One]\ncolor = 2.5\n", ":2: color cannot be '2.5'"},
-      {"[One]\ncolor = nan\n", ":2: color cannot be 'nan'"},
-      {"[One]\ncolor = bass\n", ":2: color cannot be 'bass'"},
       {"[One]\ntone = 1.1\n", ":2: tone cannot be '1.1'"},
       {"[One]\ntone = 0.5x\n", ":2: tone cannot be '0.5x'"},
-      {"[One]\ntone =\n", ":2: tone cannot be ''"},
       {"[One]\non = maybe\n", ":2: on cannot be 'maybe'"},
       {"[One]\npedal = 0.5\n", ":2: no key 'pedal'"},
       {"[One]\ntone = 0.5\ntone = 0.6\n", ":3: a second tone"},

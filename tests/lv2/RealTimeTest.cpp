@@ -37,30 +37,18 @@ void play(Instance& instance, const std::vector<uint32_t>& lengths, std::vector<
 
 } // namespace
 
-TEST_CASE("blocks of every length from 1 to 8192 in random order never touch the heap") {
-  const std::vector<uint32_t> lengths = everyLength();
-  std::vector<float> sound = floatNoise(kLongest);
-  Instance instance(48000.0);
+TEST_CASE("blocks of every length in random order never touch the heap, nor do odd calls or connecting") {
+  const std::vector<uint32_t> lengths = everyLength(), odd = {0, 100000, 0, 8193, 1, 65536, 20000, 0};
+  std::vector<float> sound = floatNoise(100000);
+  float value = 0.5f;
+  Instance instance(48000.0), cannotRun(1.0), stereo(48000.0, nullptr, 2);
+  stereo.connect(kInRightPort, sound.data());
+  stereo.connect(kOutRightPort, sound.data());
   const long before = heapCalls();
   play(instance, lengths, sound);
-  CHECK(heapCalls() == before);
-}
-
-TEST_CASE("nor do calls that are longer, empty, or go to a rate that cannot run") {
-  const std::vector<uint32_t> lengths = {0, 100000, 0, 8193, 1, 65536, 20000, 0};
-  std::vector<float> sound = floatNoise(100000);
-  Instance instance(48000.0), unable(1.0);
-  const long before = heapCalls();
-  for (Instance* each : {&instance, &unable})
-    play(*each, lengths, sound);
-  CHECK(heapCalls() == before);
-}
-
-TEST_CASE("nor does connecting") {
-  float value = 0.5f;
-  Instance instance(48000.0);
-  const long before = heapCalls();
-  for (uint32_t port = 0; port < 9; ++port)
+  for (Instance* each : {&instance, &cannotRun, &stereo})
+    play(*each, odd, sound);
+  for (uint32_t port = 0; port < 12; ++port)
     instance.connect(port, &value);
   CHECK(heapCalls() == before);
 }
