@@ -1,5 +1,4 @@
-// Two programs that nobody here wrote run recordings through the bundle: what they write is what the module
-// gives for the same parameters.
+// Two programs that nobody here wrote run recordings through the bundle, and write what the module gives.
 #include "Commands.h"
 #include "LoadedBundle.h"
 #include "tests/render/SoundFiles.h"
