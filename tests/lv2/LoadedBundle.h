@@ -10,18 +10,9 @@
 
 constexpr char kBundleBinary[] = TREADSHIFT_BUNDLE "/treadshift.so";
 
-// The plug-ins' ports in the order of their numbers; the mono one ends with the pedal.
-enum PortNumber : uint32_t {
-  kInPort,
-  kOutPort,
-  kEnabledPort,
-  kModePort,
-  kColorPort,
-  kTonePort,
-  kPedalPort,
-  kInRightPort,
-  kOutRightPort
-};
+// The plug-ins' ports in the order of their numbers, and what the stereo one has more.
+enum PortNumber : uint32_t { kInPort, kOutPort, kEnabledPort, kModePort, kColorPort, kTonePort, kPedalPort };
+constexpr uint32_t kInRightPort = 7, kOutRightPort = 8;
 
 // The control ports' values, at first their defaults.
 struct Knobs {

@@ -110,6 +110,12 @@ TEST_CASE("two channels are two pedals on one set of controls, in whatever order
       CHECK(sameBits(arrays[row.outLeft], leftModule.run(stereo.knobs, part(left))));
       CHECK(sameBits(arrays[row.outRight], rightModule.run(stereo.knobs, part(right))));
     }
+    stereo.knobs.enabled = 0.0f; // what is not finite passes now
+    arrays[0].assign(kBlock, kInfinite);
+    arrays[1].assign(kBlock, -kInfinite);
+    stereo.run(arrays[0].data(), arrays[row.outLeft].data(), kBlock);
+    CHECK(sameBits(arrays[row.outLeft], std::vector<float>(kBlock, kInfinite)));
+    CHECK(sameBits(arrays[row.outRight], std::vector<float>(kBlock, -kInfinite)));
   }
 }
 
