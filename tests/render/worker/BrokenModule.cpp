@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <stdexcept>
@@ -59,11 +60,14 @@ void misbehaveAt(const std::string& moment) {
   }
 }
 
+constexpr std::size_t kHostsRoom = 256; // bytes that host/ gives for a text
+
 bool isResumed = false;
 
-intptr_t dispatch(AEffect*, int32_t opcode, int32_t, intptr_t value, void*, float) {
+intptr_t dispatch(AEffect*, int32_t opcode, int32_t, intptr_t value, void* ptr, float) {
   if (opcode == kOpResumeOrSuspend) isResumed = value != 0;
   if (opcode == kOpGetEffectName) misbehaveAt("text");
+  if (opcode == kOpGetEffectName && isFault("text", "endless")) std::memset(ptr, 'x', kHostsRoom);
   if (opcode == kOpClose) misbehaveAt("close");
   return 0;
 }

@@ -125,6 +125,11 @@ TEST_CASE("an effect in the worker tells what it tells in this process") {
   }
 }
 
+TEST_CASE("a text without an end is as long as there is room") {
+  const Environment environment(kFault, "text:endless");
+  CHECK(openBroken().effectName() == std::string(255, 'x'));
+}
+
 TEST_CASE("what is set in the worker is set there, program by program") {
   const WorkerRunner effect = openTreadshift();
   effect.setParameter(kTone, 0.25f);
