@@ -72,7 +72,8 @@ TEST_CASE("a tap travels 65.535 ms, in whole samples") {
   CHECK(TapPair::travelLength(44100.0) == 2890); // 2890.09
   CHECK(TapPair::travelLength(48000.0) == 3145); // 3145.68
   CHECK(TapPair::travelLength(96000.0) == 6291); // 6291.36
-  CHECK(TapPair::travelLength(62500.0) == 4095); // 4095.94, where a way of 65.536 ms would have another sample
+  CHECK(TapPair::travelLength(62500.0) ==
+        4095); // 4095.94, where a way of 65.536 ms would have another sample
   CHECK(TapPair::travelLength(62.5) == 4);
   CHECK(TapPair::travelLength(15.0) == 0);
   CHECK(TapPair::travelLength(-44100.7) == -2890); // towards zero
