@@ -115,7 +115,7 @@ void addControlOptions(CLI::App& app, ControlOptions& options) {
   addText(app, "--color", options.color, "VALUE", kParameterGroup,
           "which of the eight colours: its number, 0 to 7, or name");
   addText(app, "--mode", options.mode, "VALUE", kParameterGroup,
-          "guitar or bass; a mark without effect on the sound");
+          "guitar or bass; a label without effect on the sound");
   addText(app, "--on", options.on, "VALUE", kParameterGroup, "whether the pedal is switched on: on or off");
   addFlag("--list-colors", options.listColors, kParameterGroup,
           "print the colours: number, name, cents at heel and toe, mix");
