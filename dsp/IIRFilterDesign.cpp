@@ -8,8 +8,8 @@ namespace treadshift {
 
 namespace {
 
-constexpr double kRoot2 = 1.4142135623730951; // damping of a Butterworth pair
-constexpr double kDefaultFreq = 20.0;         // Hz
+constexpr double kButterworthDamping = 1.4142135623730951; // the root of 2
+constexpr double kDefaultFreq = 20.0;                      // Hz
 constexpr double kDefaultQ = 1.0;
 
 // A smoother's power gain at its frequency is -3 dB: g, and g - 1 as its own constant, kept because the
@@ -85,12 +85,14 @@ IIRFilter::Coefficients IIRFilter::design(const filterPrm_tag& prm) const noexce
     return {1.0 / D, -1.0 / D, 0.0, (1.0 - K) / D, 0.0};
   }
   case kLowPass2: {
-    const double D = 1.0 + kRoot2 * K + K * K;
-    return {K * K / D, 2.0 * K * K / D, K * K / D, -2.0 * (K * K - 1.0) / D, -(1.0 - kRoot2 * K + K * K) / D};
+    const double D = 1.0 + kButterworthDamping * K + K * K;
+    return {K * K / D, 2.0 * K * K / D, K * K / D, -2.0 * (K * K - 1.0) / D,
+            -(1.0 - kButterworthDamping * K + K * K) / D};
   }
   case kHighPass2: {
-    const double D = 1.0 + kRoot2 * K + K * K;
-    return {1.0 / D, -2.0 / D, 1.0 / D, -2.0 * (K * K - 1.0) / D, -(1.0 - kRoot2 * K + K * K) / D};
+    const double D = 1.0 + kButterworthDamping * K + K * K;
+    return {1.0 / D, -2.0 / D, 1.0 / D, -2.0 * (K * K - 1.0) / D,
+            -(1.0 - kButterworthDamping * K + K * K) / D};
   }
   case kBandPass: {
     const double D = 1.0 - K1 + K2 + K1 * K2;
@@ -102,13 +104,14 @@ IIRFilter::Coefficients IIRFilter::design(const filterPrm_tag& prm) const noexce
             -(1.0 + K1 - K2 + K1 * K2) / D};
   }
   case kLowPassQ: { // damping r K / Q in this and the next, K / Q in the three after: intended
-    const double D = 1.0 + K * K + kRoot2 * K / Q;
+    const double D = 1.0 + K * K + kButterworthDamping * K / Q;
     return {K * K / D, 2.0 * K * K / D, K * K / D, -2.0 * (K * K - 1.0) / D,
-            -(1.0 + K * K - kRoot2 * K / Q) / D};
+            -(1.0 + K * K - kButterworthDamping * K / Q) / D};
   }
   case kHighPassQ: {
-    const double D = 1.0 + K * K + kRoot2 * K / Q;
-    return {1.0 / D, -2.0 / D, 1.0 / D, -2.0 * (K * K - 1.0) / D, -(1.0 + K * K - kRoot2 * K / Q) / D};
+    const double D = 1.0 + K * K + kButterworthDamping * K / Q;
+    return {1.0 / D, -2.0 / D, 1.0 / D, -2.0 * (K * K - 1.0) / D,
+            -(1.0 + K * K - kButterworthDamping * K / Q) / D};
   }
   case kBandPassQ: {
     const double D = 1.0 + K * K + K / Q;

@@ -25,11 +25,10 @@ constexpr double kMostHertz = 1.3e6;
 constexpr float kHighestRate = 1e6f; // Hz, of those that can be run
 constexpr float kCheapRate = 1000.0f;
 
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
-constexpr float kRates[] = {1000.0f, 8000.0f,  62.5f,   44100.0f, 62.499996f, 125.0f,    100.0f,
-                            1000.0f, 48000.0f, 63.0f,   44100.5f, 22050.0f,   2000.0f,   96000.0f,
-                            0.0f,    -0.0f,    -1.0f,   1.0f,     -44100.0f,  0.5f,      10.0f,
-                            15.0f,   1e6f,     0x1p30f, 1e20f,    3e9f,       kInfinity, NAN};
+constexpr float kRates[] = {1000.0f, 8000.0f,  62.5f,   44100.0f, 62.499996f, 125.0f,   100.0f,
+                            1000.0f, 48000.0f, 63.0f,   44100.5f, 22050.0f,   2000.0f,  96000.0f,
+                            0.0f,    -0.0f,    -1.0f,   1.0f,     -44100.0f,  0.5f,     10.0f,
+                            15.0f,   1e6f,     0x1p30f, 1e20f,    3e9f,       INFINITY, NAN};
 
 constexpr std::uint32_t kWords[] = {0x1F80, 0x1F80, 0x9F80, 0x1FC0, 0x9FC0, 0x3F80, 0x5F80, 0x7F80};
 

@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr int kUnshifted = 2; // see ToneResponse.cpp
 constexpr int kBefore = 9600; // samples: by then the path is full and its filters rest
 constexpr int kAfter = 4800;
 constexpr double kArrived = 1e-4;

@@ -6,6 +6,8 @@
 
 #include <string>
 
+inline constexpr int kUnshifted = 2; // the colour that sounds shifted only and starts at no shift
+
 // How the pedal stands.
 struct PedalSetting {
   int color;         // 0..7

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr double kToneStepHz = 7.0;
-constexpr int kTones = 4;
+constexpr int kSpliceTones = 4;
 
 // The squares less their mean, an even number of them.
 Sound squaredMotion(const Sound& envelope) {
@@ -30,7 +30,7 @@ std::optional<double> splicesPerSecond(const MakeShifter& make, double ratio) {
   const int samples = samplesFor(ratio);
   double mostRipple = kLeastRippleDb;
   std::optional<double> rate;
-  for (int k = 0; k < kTones; ++k) {
+  for (int k = 0; k < kSpliceTones; ++k) {
     const Sound tone = sine(toneForHz(ratio) + k * kToneStepHz, settlingFor(ratio) + samples);
     const AnalyticSignal heard(lastOf(make()->play(tone, kShortBlock), samples), toneForHz(ratio) * ratio);
     if (heard.rippleDb() <= mostRipple) continue;

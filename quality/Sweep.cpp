@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int kSamples = 1 << 17; // 2.7 sweeps
+constexpr int kSweepSamples = 1 << 17; // 2.7 sweeps
 
 double largestStepOf(const Sound& sound) {
   double largest = 0.0;
@@ -29,8 +29,8 @@ double amplitudeOf(const Sound& sound) {
 
 double rockingPedal(double seconds) { return 0.5 - 0.5 * std::cos(2.0 * std::numbers::pi * seconds); }
 
-Sweep measuredSweep(const MakeShifter& make, int blockSamples) {
-  const Sound tone = sine(kSweptHz, settlingFor(1.0) + kSamples);
-  const Sound heard = lastOf(make()->play(tone, blockSamples, rockingPedal), kSamples);
+Sweep measuredSweep(const MakeShifter& make, int blockSweepSamples) {
+  const Sound tone = sine(kSweptHz, settlingFor(1.0) + kSweepSamples);
+  const Sound heard = lastOf(make()->play(tone, blockSweepSamples, rockingPedal), kSweepSamples);
   return {largestStepOf(heard) / amplitudeOf(heard), LineSpectrum(heard).shareAboveDb(kHighHz)};
 }

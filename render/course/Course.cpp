@@ -30,10 +30,6 @@ Course::Point readPoint(std::string_view text, std::optional<double> before, con
   return {seconds, ruledValue(rule, trimmed(text.substr(colon + 1)), place)};
 }
 
-bool isLetter(char character) {
-  return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-}
-
 bool isDigit(char character) { return character >= '0' && character <= '9'; }
 
 // A minus that joins two values, and neither stands before the first one nor belongs to an exponent.

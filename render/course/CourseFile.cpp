@@ -23,10 +23,6 @@ bool hasMidiName(const std::string& path) {
   return std::find(kExtensions.begin(), kExtensions.end(), extensionOf(path)) != kExtensions.end();
 }
 
-bool isLetter(char character) {
-  return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
-}
-
 bool isUnit(const CourseRule& rule, const std::string& word) {
   return std::any_of(rule.units.begin(), rule.units.end(),
                      [&](const Unit& unit) { return unit.name == word; });

@@ -3,7 +3,6 @@
 #include "render/text/Text.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 
 namespace {
@@ -50,7 +49,6 @@ std::string choices(const CourseRule& rule, std::string_view alternative) {
 
 // A number behind which its unit stands, and which may have a plus; nothing when the text is none.
 std::optional<double> numberWithUnit(const CourseRule& rule, std::string_view text, const TextPlace& place) {
-  const auto isLetter = [](unsigned char character) { return std::isalpha(character) != 0; };
   const auto letters = std::find_if_not(text.rbegin(), text.rend(), isLetter) - text.rbegin();
   const std::string name = lowerCase(text.substr(text.size() - static_cast<std::size_t>(letters)));
   const std::string_view digits = trimmed(text.substr(0, text.size() - name.size()));

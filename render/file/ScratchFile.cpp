@@ -11,7 +11,7 @@
 namespace {
 
 // Not every file system has files without a name; there a name is taken and given back at once.
-int openNameless(const std::string& directory) {
+int openUnlinked(const std::string& directory) {
   const int file = open(directory.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
   if (file >= 0) return file;
   std::string name = directory + "/.treadshift-render-XXXXXX";
@@ -27,7 +27,7 @@ std::string temporaryDirectory() {
   return given && *given ? given : "/tmp";
 }
 
-ScratchFile::ScratchFile(const std::string& directory) : place(directory), file(openNameless(directory)) {
+ScratchFile::ScratchFile(const std::string& directory) : place(directory), file(openUnlinked(directory)) {
   if (!file.isOpen()) fail(errno);
 }
 

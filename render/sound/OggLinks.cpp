@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr long kPartBytes = 65536;
+constexpr long kReadBytes = 65536;
 
 class PageWalk {
 public:
@@ -51,9 +51,9 @@ private:
   }
 
   bool readPart() {
-    char* const room = ogg_sync_buffer(&sync, kPartBytes);
+    char* const room = ogg_sync_buffer(&sync, kReadBytes);
     if (!room) throw std::bad_alloc();
-    const std::size_t count = bytes.read(room, kPartBytes);
+    const std::size_t count = bytes.read(room, kReadBytes);
     ogg_sync_wrote(&sync, static_cast<long>(count));
     return count > 0;
   }

@@ -4,7 +4,6 @@
 #include "render/text/Text.h"
 
 #include <algorithm>
-#include <cctype>
 #include <filesystem>
 #include <limits>
 #include <sndfile.h>
@@ -25,12 +24,6 @@ const std::vector<SoundType>& types() {
       {"rf64", SF_FORMAT_RF64, 0, {".rf64"}, false},
   };
   return list;
-}
-
-std::string upperCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](unsigned char character) { return static_cast<char>(std::toupper(character)); });
-  return text;
 }
 
 // ".wav, .flac, ... or .rf64" or the names, for messages.

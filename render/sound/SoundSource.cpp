@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr std::int64_t kPartBytes = 65536;
+constexpr std::int64_t kCopyBytes = 65536;
 
 [[noreturn]] void fail(const std::string& path, const std::string& wrong, const std::string& right) {
   throw Fault(ExitStatus::couldNot, "input", path, wrong, right);
@@ -68,12 +68,12 @@ public:
   // Until the file has so many bytes or the pipe has ended.
   void copyUpTo(std::int64_t bytes) {
     while (!hasEnded && length < bytes)
-      copyPart(std::min(kPartBytes, bytes - length));
+      copyPart(std::min(kCopyBytes, bytes - length));
   }
 
   void copyRest() {
     while (!hasEnded)
-      copyPart(kPartBytes);
+      copyPart(kCopyBytes);
   }
 
   // Tags that stand in front of the sound hide it.
@@ -88,7 +88,7 @@ public:
 
 private:
   void copyPart(std::int64_t most) {
-    part.resize(static_cast<std::size_t>(kPartBytes));
+    part.resize(static_cast<std::size_t>(kCopyBytes));
     const ssize_t count = read(pipe, part.data(), static_cast<std::size_t>(most));
     if (count < 0 && errno == EINTR) return;
     if (count < 0) fail(path, std::strerror(errno), "give a sound file");

@@ -111,12 +111,6 @@ std::string shownId(std::string_view id) {
   return shown;
 }
 
-std::string upperCase(std::string text) {
-  for (char& character : text)
-    if (character >= 'a' && character <= 'z') character = static_cast<char>(character - 'a' + 'A');
-  return text;
-}
-
 // Texts in a WAV or AIFF file do not tell their character set.
 std::string utf8(const std::string& text) {
   const TagLib::String read(text, TagLib::String::UTF8);

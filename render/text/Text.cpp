@@ -11,11 +11,22 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(" \t") - first + 1);
 }
 
+bool isLetter(char character) {
+  return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z');
+}
+
 std::string lowerCase(std::string_view text) {
   std::string lower(text);
   std::transform(lower.begin(), lower.end(), lower.begin(),
                  [](unsigned char character) { return static_cast<char>(std::tolower(character)); });
   return lower;
+}
+
+std::string upperCase(std::string_view text) {
+  std::string upper(text);
+  std::transform(upper.begin(), upper.end(), upper.begin(),
+                 [](unsigned char character) { return static_cast<char>(std::toupper(character)); });
+  return upper;
 }
 
 std::optional<double> finiteNumber(std::string_view text) {

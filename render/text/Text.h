@@ -10,8 +10,14 @@
 // Without the blanks and tabs at both ends. Allocates nothing.
 std::string_view trimmed(std::string_view text);
 
+// Whether it is an ASCII letter. Allocates nothing.
+bool isLetter(char character);
+
 // ASCII letters made small. Allocates.
 std::string lowerCase(std::string_view text);
+
+// ASCII letters made capitals. Allocates.
+std::string upperCase(std::string_view text);
 
 // The whole text as a finite number with a decimal point; nothing when it is anything else. "-0" becomes 0.
 // Allocates nothing.

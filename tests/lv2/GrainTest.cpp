@@ -10,15 +10,15 @@
 
 namespace {
 
-constexpr double kRate = 48000.0;
+constexpr double kRateHz = 48000.0;
 constexpr double kPi = 3.14159265358979323846;
-constexpr double kCentsPerSample = 1200.0 / kRate; // a sweep of an octave per second
+constexpr double kCentsPerSample = 1200.0 / kRateHz; // a sweep of an octave per second
 
 // How far apart the pitch's least and its greatest distance to the drawn sweep are, in cents, when one of
 // many blocks of a length is split and its second part has `rest` samples.
 double strayCents(int block, int rest) {
   PedalMotion motion;
-  motion.build(kRate);
+  motion.build(kRateHz);
   motion.settleAt(0.0f);
   std::vector<int> lengths(80 * 1024 / block, block);
   lengths[lengths.size() / 2] = block - rest;
@@ -55,7 +55,7 @@ TEST_CASE(
   for (const int block : {1024, 256, 64}) {
     CAPTURE(block);
     const double jump = (block - 21) * kCentsPerSample;
-    const double smoother = kRate / (2.0 * kPi * 5.0) / block; // its time, in blocks
+    const double smoother = kRateHz / (2.0 * kPi * 5.0) / block; // its time, in blocks
     const double peak = jump * (1.0 - smoother * std::log(1.0 + 1.0 / smoother));
     CHECK(strayCents(block, 21) == doctest::Approx(peak).epsilon(0.1));
   }

@@ -8,9 +8,9 @@
 
 namespace {
 
-const std::string kPrefixes = "@prefix lv2: <http://lv2plug.in/ns/lv2core#> .\n"
-                              "@prefix pset: <http://lv2plug.in/ns/ext/presets#> .\n"
-                              "@prefix rdfs: <http://www.w3.org/2000/01/rdf-schema#> .\n";
+const std::string kPrefixLines = "@prefix lv2: <http://lv2plug.in/ns/lv2core#> .\n"
+                                 "@prefix pset: <http://lv2plug.in/ns/ext/presets#> .\n"
+                                 "@prefix rdfs: <http://www.w3.org/2000/01/rdf-schema#> .\n";
 
 CommandResult writeData(const std::string& presets, const TemporaryDirectory& work) {
   std::ofstream(work.path("presets.conf")) << presets;
@@ -49,7 +49,7 @@ TEST_CASE("names and numbers of colours, and all that a preset may set") {
   CHECK(written.text == "");
   CHECK(written.status == 0);
   CHECK(presetsWritten(work) ==
-        kPrefixes +
+        kPrefixLines +
             entry("plain",
                   "\"Plain\" ;\n\tlv2:port " + setting("color", "3.0") + " , " + setting("tone", "0.5")) +
             entry("with-quotes-and", "\"With \\\"quotes\\\" and \\\\ \t\" ;\n\tlv2:port " +

@@ -3,6 +3,7 @@
 #include "Random.h"
 #include "Signal.h"
 #include "engine/PedalNumbers.h"
+#include "tests/support/NonFinite.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,9 +11,6 @@
 #include <optional>
 
 namespace {
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 enum class Flavour {
   General,

@@ -2,6 +2,7 @@
 #include "engine/PedalNumbers.h"
 #include "tests/record/Module.h"
 #include "tests/support/Bits.h"
+#include "tests/support/NonFinite.h"
 #include "vst/Opcodes.h"
 
 #include <doctest/doctest.h>
@@ -17,8 +18,6 @@ namespace {
 
 constexpr char kCanary = '~';
 constexpr int kBufferBytes = 64;
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 using Values = std::vector<float>;
 const Values kDefaults = {1.0f, 0.0f, 0.8f, 0.5f, 0.0f};

@@ -1,5 +1,6 @@
 // From the options as typed to the controls: what is a value, what a file, and what goes over what.
 #include "render/command/ControlOptions.h"
+#include "FaultOf.h"
 
 #include "MidiBytes.h"
 #include "Program.h"
@@ -33,26 +34,20 @@ Controls controlsOf(const Names& words) {
   return controlsFrom(options);
 }
 
-std::string faultOf(ExitStatus status, const Names& arguments) {
-  try {
-    controlsOf(arguments);
-  } catch (const Fault& fault) {
-    CHECK(fault.status() == status);
-    return fault.what();
-  }
-  return "accepted";
+std::string optionsFault(ExitStatus status, const Names& arguments) {
+  return faultOf(status, [&] { controlsOf(arguments); });
 }
 
 // A call, and what its fault's message begins with.
-struct Wrong {
+struct WrongOptions {
   Names arguments;
   std::string message;
 };
 
-void checkFaults(ExitStatus status, const std::vector<Wrong>& calls) {
-  for (const Wrong& call : calls) {
+void checkOptionFaults(ExitStatus status, const std::vector<WrongOptions>& calls) {
+  for (const WrongOptions& call : calls) {
     CAPTURE(call.arguments);
-    CHECK(faultOf(status, call.arguments).substr(0, call.message.size()) == call.message);
+    CHECK(optionsFault(status, call.arguments).substr(0, call.message.size()) == call.message);
   }
 }
 
@@ -94,10 +89,10 @@ TEST_CASE("controller and channel of a MIDI file are chosen for pedal and tone a
   CHECK(pedalAt(controls, 0.25) == 0.25f);
   CHECK(controls.valueAt(kTone, 0.25).value() == 0.75f);
   CHECK(pedalAt(controlsOf({"--pedal", "take.mid", "--pedal-cc", "74"}), 0.25) == 0.75f);
-  CHECK(faultOf(ExitStatus::couldNot, {"--pedal", "take.mid", "--pedal-channel", "3"}) ==
+  CHECK(optionsFault(ExitStatus::couldNot, {"--pedal", "take.mid", "--pedal-channel", "3"}) ==
         "--pedal 'take.mid': holds no controller 11 on channel 3; it holds 11 (channel 1), 74 (channel 2); "
         "choose with --pedal-cc");
-  CHECK(faultOf(ExitStatus::couldNot, {"--tone", "take.mid", "--tone-cc", "1"})
+  CHECK(optionsFault(ExitStatus::couldNot, {"--tone", "take.mid", "--tone-cc", "1"})
             .find("--tone 'take.mid': holds no controller 1; ") == 0);
 }
 
@@ -108,7 +103,7 @@ TEST_CASE("a choice that means nothing is refused") {
   const std::string number = "': not a whole number from 0 to 127; 11 is the expression pedal";
   const std::string channel = "': not a whole number from 1 to 16; without it every channel counts";
   const std::string none = "': there is no MIDI file to choose from; give --";
-  std::vector<Wrong> calls = {
+  std::vector<WrongOptions> calls = {
       {{"--pedal-cc", "4"}, "--pedal-cc '4" + none + "pedal a MIDI file"},
       {{"--pedal", "0.5", "--pedal-channel", "4"}, "--pedal-channel '4" + none + "pedal a MIDI file"},
       {{"--tone", "take.csv", "--tone-cc", "4"}, "--tone-cc '4" + none + "tone a MIDI file"},
@@ -117,7 +112,7 @@ TEST_CASE("a choice that means nothing is refused") {
     calls.push_back({{"--pedal", "take.mid", "--pedal-cc", text}, "--pedal-cc '" + text + number});
   for (const std::string text : {"0", "17"})
     calls.push_back({{"--pedal", "take.mid", "--pedal-channel", text}, "--pedal-channel '" + text + channel});
-  checkFaults(ExitStatus::wrongCall, calls);
+  checkOptionFaults(ExitStatus::wrongCall, calls);
 }
 
 TEST_CASE(
@@ -126,16 +121,16 @@ TEST_CASE(
   std::filesystem::create_directory("folder");
   writeBytes("1.5", "0,0\n");
   writeBytes("0:0,1:2", "0,0\n");
-  std::vector<Wrong> missing = {{{"--tone", "folder"}, "--tone 'folder': a directory; give a file"}};
+  std::vector<WrongOptions> missing = {{{"--tone", "folder"}, "--tone 'folder': a directory; give a file"}};
   for (const std::string name : {"take.csv", "take.mid", "folder/take", "/nowhere/take"})
     missing.push_back({{"--pedal", name}, "--pedal '" + name + "': no such file; give one that is there"});
-  checkFaults(ExitStatus::couldNot, missing);
-  std::vector<Wrong> wrong = {
+  checkOptionFaults(ExitStatus::couldNot, missing);
+  std::vector<WrongOptions> wrong = {
       {{"--pedal", "1.5"}, "--pedal '1.5': the value is out of range; " + kForms},
       {{"--pedal", "0:0,1:2"}, "--pedal '1:2': the value is out of range; " + kForms}};
   for (const std::string text : {"half", "nan", "0.5x", ""})
     wrong.push_back({{"--pedal", text}, "--pedal '" + text + "': no such value; " + kForms});
-  checkFaults(ExitStatus::wrongCall, wrong);
+  checkOptionFaults(ExitStatus::wrongCall, wrong);
   CHECK(pedalAt(controlsOf({"--pedal", "./1.5"}), 0.0) == 0.0f);
 }
 
@@ -183,7 +178,7 @@ TEST_CASE("an interval that cannot be set is refused") {
   const Workspace work;
   writeBytes("take.mid", take());
   writeBytes("take.csv", "time,interval\n0,0\n1,+7st\n");
-  checkFaults(
+  checkOptionFaults(
       ExitStatus::wrongCall,
       {
           {{"--interval", "+7st", "--pedal", "1"},
@@ -198,14 +193,15 @@ TEST_CASE("an interval that cannot be set is refused") {
            "--interval '+7st': the value is out of range; give cents (c) or semitones (st) from -2400c "
            "to 0c, or --color octave-up, which takes it"},
       });
-  checkFaults(ExitStatus::couldNot,
-              {
-                  {{"--interval", "take.csv", "--color", "0"},
-                   "--interval 'take.csv': line 3 '1,+7st': the value is out of range; "},
-                  {{"--interval", "take.mid"},
-                   "--interval 'take.mid': a MIDI file holds no intervals; give it to --pedal"},
-                  {{"--interval", "none.csv"}, "--interval 'none.csv': no such file; give one that is there"},
-              });
+  checkOptionFaults(
+      ExitStatus::couldNot,
+      {
+          {{"--interval", "take.csv", "--color", "0"},
+           "--interval 'take.csv': line 3 '1,+7st': the value is out of range; "},
+          {{"--interval", "take.mid"},
+           "--interval 'take.mid': a MIDI file holds no intervals; give it to --pedal"},
+          {{"--interval", "none.csv"}, "--interval 'none.csv': no such file; give one that is there"},
+      });
 }
 
 TEST_CASE("files that hold no course, or no end, are refused in one line") {
@@ -220,16 +216,17 @@ TEST_CASE("files that hold no course, or no end, are refused in one line") {
   writeBytes("cut.mid", take().substr(0, 40));
   writeBytes("empty", "");
   const std::string neither = "': neither CSV text nor a standard MIDI file; ";
-  checkFaults(ExitStatus::couldNot,
-              {
-                  {{"--pedal", "bytes"}, "--pedal 'bytes" + neither},
-                  {{"--pedal", "wide.csv"}, "--pedal 'wide.csv" + neither},
-                  {{"--pedal", "text.mid"}, "--pedal 'text.mid': not a standard MIDI file; "},
-                  {{"--pedal", "cut.mid"}, "--pedal 'cut.mid': a damaged or cut MIDI file; "},
-                  {{"--pedal", "empty"}, "--pedal 'empty': holds no points; write lines seconds,value"},
-                  {{"--pedal", "/dev/zero"}, "--pedal '/dev/zero': larger than 16 MiB; give a smaller one"},
-                  {{"--load-preset", "/dev/zero"}, "--load-preset '/dev/zero': larger than 1 MiB; "},
-              });
+  checkOptionFaults(
+      ExitStatus::couldNot,
+      {
+          {{"--pedal", "bytes"}, "--pedal 'bytes" + neither},
+          {{"--pedal", "wide.csv"}, "--pedal 'wide.csv" + neither},
+          {{"--pedal", "text.mid"}, "--pedal 'text.mid': not a standard MIDI file; "},
+          {{"--pedal", "cut.mid"}, "--pedal 'cut.mid': a damaged or cut MIDI file; "},
+          {{"--pedal", "empty"}, "--pedal 'empty': holds no points; write lines seconds,value"},
+          {{"--pedal", "/dev/zero"}, "--pedal '/dev/zero': larger than 16 MiB; give a smaller one"},
+          {{"--load-preset", "/dev/zero"}, "--load-preset '/dev/zero': larger than 1 MiB; "},
+      });
 }
 
 TEST_CASE("a course may come through a pipe") {
@@ -256,7 +253,7 @@ TEST_CASE("a preset comes from a file of one's own, chosen by name among several
   CHECK(pedalAt(controlsOf({"--load-preset", "one.conf", "--pedal", "0.5"}), 0.0) == 0.5f);
   CHECK(controlsOf({"--load-preset", "two.conf", "--preset", "Second"}).valueAt(kTone, 0.0).value() == 0.75f);
   writeBytes("bytes", std::string(10, '\0'));
-  checkFaults(
+  checkOptionFaults(
       ExitStatus::wrongCall,
       {
           {{"--load-preset", "two.conf"},
@@ -265,7 +262,7 @@ TEST_CASE("a preset comes from a file of one's own, chosen by name among several
            "--preset 'third': no such preset; 'two.conf' holds first, second"},
           {{"--preset", "third"}, "--preset 'third': no such preset; --list-presets tells their names"},
       });
-  checkFaults(
+  checkOptionFaults(
       ExitStatus::couldNot,
       {
           {{"--load-preset", "none.conf"}, "--load-preset 'none.conf': no such file; give one that is "},
@@ -341,6 +338,6 @@ TEST_CASE("a file may be as large as its limit and not larger") {
   writeBytes("full.conf", preset + std::string(1048576 - preset.size(), 'x'));
   writeBytes("over.conf", preset + std::string(1048577 - preset.size(), 'x'));
   CHECK(controlsOf({"--load-preset", "full.conf"}).valueAt(kTone, 0.0).value() == 0.5f);
-  CHECK(faultOf(ExitStatus::couldNot, {"--load-preset", "over.conf"}) ==
+  CHECK(optionsFault(ExitStatus::couldNot, {"--load-preset", "over.conf"}) ==
         "--load-preset 'over.conf': larger than 1 MiB; give a smaller one");
 }

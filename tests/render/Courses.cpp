@@ -1,7 +1,7 @@
 // The courses of the parameters: what a text means and what value it has at a time.
+#include "FaultOf.h"
 #include "render/course/Controls.h"
 #include "render/course/Course.h"
-#include "render/text/Fault.h"
 
 #include <cmath>
 #include <doctest/doctest.h>
@@ -10,31 +10,24 @@
 
 namespace {
 
-const CourseRule kLine = {0.0, 1.0, false, false, {}};
-const CourseRule kSteps = {0.0, 7.0, true, true, {{"low", 0.0}, {"high", 7.0}}};
+const CourseRule kLineRule = {0.0, 1.0, false, false, {}};
+const CourseRule kStepRule = {0.0, 7.0, true, true, {{"low", 0.0}, {"high", 7.0}}};
 
-Course line(const char* text) { return Course::parse("--pedal", text, kLine); }
-Course steps(const char* text) { return Course::parse("--color", text, kSteps); }
+Course line(const char* text) { return Course::parse("--pedal", text, kLineRule); }
+Course steps(const char* text) { return Course::parse("--color", text, kStepRule); }
 
-std::string faultOf(const char* text, const CourseRule& rule) {
-  try {
-    Course::parse("--pedal", text, rule);
-  } catch (const Fault& fault) {
-    CHECK(fault.status() == ExitStatus::wrongCall);
-    return fault.what();
-  }
-  return "accepted";
+std::string courseFault(const char* text, const CourseRule& rule) {
+  return faultOf(ExitStatus::wrongCall, [&] { Course::parse("--pedal", text, rule); });
 }
 
 struct Text {
   const char *text, *message; // what the fault's begins with
 };
 
-void checkFaults(const std::vector<Text>& texts, const CourseRule& rule) {
-  for (const auto& [text, message] : texts) {
-    CAPTURE(text);
-    const std::string start = "--pedal '" + std::string(message);
-    CHECK(faultOf(text, rule).substr(0, start.size()) == start);
+void checkCourseFaults(const std::vector<Text>& texts, const CourseRule& rule) {
+  for (const Text& wrong : texts) {
+    CAPTURE(wrong.text);
+    CHECK(courseFault(wrong.text, rule).starts_with("--pedal '" + std::string(wrong.message)));
   }
 }
 
@@ -47,9 +40,9 @@ struct Row {
 void checkValues(const std::vector<Row>& rows, const CourseRule& rule) {
   for (const Row& row : rows) {
     CAPTURE(row.text);
-    for (const auto& [seconds, value] : row.values) {
-      CAPTURE(seconds);
-      CHECK(Course::parse("--pedal", row.text, rule).valueAt(seconds) == value);
+    for (const auto& point : row.values) {
+      CAPTURE(point.first);
+      CHECK(Course::parse("--pedal", row.text, rule).valueAt(point.first) == point.second);
     }
   }
 }
@@ -65,7 +58,7 @@ TEST_CASE("a line joins the points, meets each exactly and holds outside them") 
           {"1:0.25,2:0.75,4:0", {{3.0, 0.375}, {4.0, 0.0}, {1e12, 0.0}}},
           {"0.1:0.3,0.7:0.9,1.3:0.1", {{0.1, 0.3}, {0.7, 0.9}, {1.3, 0.1}}},
       },
-      kLine);
+      kLineRule);
 }
 
 TEST_CASE("a step holds until the next point and changes exactly there") {
@@ -77,7 +70,7 @@ TEST_CASE("a step holds until the next point and changes exactly there") {
           // The frame at 0.1 s: one rounded division gives the same 0.1.
           {"0:1,0.1:5,2:2", {{4409 / 44100.0, 1.0}, {4410 / 44100.0, 5.0}}},
       },
-      kSteps);
+      kStepRule);
 }
 
 TEST_CASE("at a time of several points the value jumps from the first to the last") {
@@ -89,8 +82,8 @@ TEST_CASE("at a time of several points the value jumps from the first to the las
           {"0:0,0:1,1:1", {{0.0, 1.0}}},
           {"1:0.25,1:0.75", {{0.5, 0.25}, {1.0, 0.75}}},
       },
-      kLine);
-  checkValues({{"0:1,1:2,1:3", {{0.5, 1.0}, {1.0, 3.0}}}}, kSteps);
+      kLineRule);
+  checkValues({{"0:1,1:2,1:3", {{0.5, 1.0}, {1.0, 3.0}}}}, kStepRule);
 }
 
 TEST_CASE("a shape repeats its turns, the first value at 0 and after each period") {
@@ -105,7 +98,7 @@ TEST_CASE("a shape repeats its turns, the first value at 0 and after each period
           {"steps:4", {{0.0, 0.0}, {1.999, 0.0}, {2.0, 1.0}, {3.999, 1.0}, {4.0, 0.0}}},
           {"steps:3:0.5-1e-1-1", {{0.5, 0.5}, {1.0, 0.1}, {2.5, 1.0}, {3.0, 0.5}}},
       },
-      kLine);
+      kLineRule);
 }
 
 TEST_CASE("a sine between two values is half a cosine each way") {
@@ -131,53 +124,53 @@ TEST_CASE("steps change at the frame that their time names, an hour long") {
 
 TEST_CASE("texts that are no shape say why") {
   for (const std::string text : {"sine", "sine:", "sine:x", "sine:0", "sine:-1", "sine:nan", "sine::0-1"})
-    CHECK(faultOf(text.c_str(), kLine) ==
+    CHECK(courseFault(text.c_str(), kLineRule) ==
           "--pedal '" + text +
               "': the shape's period is not a number of seconds; write sine:4:0-1 for a "
               "period of 4 s");
-  checkFaults({{"square:4", "square:4': no such shape; there are triangle, sine and steps"},
-               {"sine:4:0.5", "sine:4:0.5': the shape goes between two values; "},
-               {"triangle:4:0-1-0", "triangle:4:0-1-0': the shape goes between two values; "},
-               {"steps:4:1", "steps:4:1': fewer than two steps; "},
-               {"sine:4:0-1.5", "sine:4:0-1.5': the value is out of range; "},
-               {"sine:4:0,1", "sine:4:0,1': no such value; "},
-               {"sine:4:0-1:2", "sine:4:0-1:2': no such value; "},
-               {"steps:4:0-", "steps:4:0-': no such value; "},
-               {"sine:0.0019", "sine:0.0019': a part of the period is shorter than a milli"}},
-              kLine);
-  checkFaults({{"sine:4", "sine:4': the time is not "}}, kSteps);
+  checkCourseFaults({{"square:4", "square:4': no such shape; there are triangle, sine and steps"},
+                     {"sine:4:0.5", "sine:4:0.5': the shape goes between two values; "},
+                     {"triangle:4:0-1-0", "triangle:4:0-1-0': the shape goes between two values; "},
+                     {"steps:4:1", "steps:4:1': fewer than two steps; "},
+                     {"sine:4:0-1.5", "sine:4:0-1.5': the value is out of range; "},
+                     {"sine:4:0,1", "sine:4:0,1': no such value; "},
+                     {"sine:4:0-1:2", "sine:4:0-1:2': no such value; "},
+                     {"steps:4:0-", "steps:4:0-': no such value; "},
+                     {"sine:0.0019", "sine:0.0019': a part of the period is shorter than a milli"}},
+                    kLineRule);
+  checkCourseFaults({{"sine:4", "sine:4': the time is not "}}, kStepRule);
 }
 
 TEST_CASE("spaces, exponents and words are read, and a negative zero is a zero") {
   checkValues({{" 0 : 0.5 , 1 : 1 ", {{0.5, 0.75}}}, {"1e-1", {{0.0, 0.1}}}, {"0:0,1e3:1", {{500.0, 0.5}}}},
-              kLine);
-  checkValues({{"0:low,1:HIGH", {{0.5, 0.0}, {1.5, 7.0}}}}, kSteps);
+              kLineRule);
+  checkValues({{"0:low,1:HIGH", {{0.5, 0.0}, {1.5, 7.0}}}}, kStepRule);
   CHECK(1.0 / line("-0").valueAt(0.0) > 0.0);
 }
 
 TEST_CASE("texts that are no course name the point that is wrong") {
-  checkFaults({{"", "': no such value; give "},
-               {"half", "half': no such value; give "},
-               {"0.5x", "0.5x': no such value; give "},
-               {"nan", "nan': no such value; give "},
-               {"inf", "inf': no such value; give "},
-               {"1.01", "1.01': the value is out of range; give "},
-               {"-0.1", "-0.1': the value is out of range; give "},
-               {"0:0,1:2", "1:2': the value is out of range; give "},
-               {"0:0,nan:1", "nan:1': the time is not "},
-               {"0:0,inf:1", "inf:1': the time is not "},
-               {"-1:0,0:1", "-1:0': the time is not "},
-               {"2:0,1:1", "1:1': the time lies before that of the point before "},
-               {"0:0,0.5", "0.5': a point without a time; "},
-               {"0:0,", "': a point without a time; "},
-               {"0,5", "0': a point without a time; "},
-               {"0:", "0:': no such value; "},
-               {"0:0:0", "0:0:0': no such value; "}},
-              kLine);
-  checkFaults({{"2.5", "2.5': not a whole number; give "},
-               {"8", "8': the value is out of range; give "},
-               {"lower", "lower': no such value; give low, high, "}},
-              kSteps);
+  checkCourseFaults({{"", "': no such value; give "},
+                     {"half", "half': no such value; give "},
+                     {"0.5x", "0.5x': no such value; give "},
+                     {"nan", "nan': no such value; give "},
+                     {"inf", "inf': no such value; give "},
+                     {"1.01", "1.01': the value is out of range; give "},
+                     {"-0.1", "-0.1': the value is out of range; give "},
+                     {"0:0,1:2", "1:2': the value is out of range; give "},
+                     {"0:0,nan:1", "nan:1': the time is not "},
+                     {"0:0,inf:1", "inf:1': the time is not "},
+                     {"-1:0,0:1", "-1:0': the time is not "},
+                     {"2:0,1:1", "1:1': the time lies before that of the point before "},
+                     {"0:0,0.5", "0.5': a point without a time; "},
+                     {"0:0,", "': a point without a time; "},
+                     {"0,5", "0': a point without a time; "},
+                     {"0:", "0:': no such value; "},
+                     {"0:0:0", "0:0:0': no such value; "}},
+                    kLineRule);
+  checkCourseFaults({{"2.5", "2.5': not a whole number; give "},
+                     {"8", "8': the value is out of range; give "},
+                     {"lower", "lower': no such value; give low, high, "}},
+                    kStepRule);
 }
 
 TEST_CASE("each parameter has its values, in lines or in steps") {

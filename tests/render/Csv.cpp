@@ -1,4 +1,5 @@
 // Courses from lines of time and value: what is read, and what each wrong line is told.
+#include "FaultOf.h"
 #include "render/course/Controls.h"
 #include "render/course/CsvCourse.h"
 #include "render/course/CsvFields.h"
@@ -14,25 +15,19 @@ const CourseRule& pedalRule() { return courseRule(kPedalPos); }
 
 Course csv(const std::string& text) { return readCsvCourse("--pedal 'take.csv'", text, pedalRule()); }
 
-std::string faultOf(const std::string& text) {
-  try {
-    csv(text);
-  } catch (const Fault& fault) {
-    CHECK(fault.status() == ExitStatus::couldNot);
-    return fault.what();
-  }
-  return "accepted";
+std::string csvFault(const std::string& text) {
+  return faultOf(ExitStatus::couldNot, [&] { csv(text); });
 }
 
 // A text, and a part of what its fault says behind "--pedal 'take.csv': ".
-struct Wrong {
+struct WrongCsv {
   std::string text, message;
 };
 
-void checkFaults(const std::vector<Wrong>& texts) {
-  for (const auto& [text, message] : texts) {
-    CAPTURE(text);
-    CHECK(faultOf(text).starts_with("--pedal 'take.csv': " + message));
+void checkCsvFaults(const std::vector<WrongCsv>& texts) {
+  for (const WrongCsv& wrong : texts) {
+    CAPTURE(wrong.text);
+    CHECK(csvFault(wrong.text).starts_with("--pedal 'take.csv': " + wrong.message));
   }
 }
 
@@ -42,7 +37,7 @@ TEST_CASE("a wrong line is named with its number, its text and what would be rig
   const std::string pair = "': not a time and a value; write seconds",
                     time = "': the time is not a number of seconds "
                            "from 0 on; write seconds,value, such as 1.5,1";
-  checkFaults({
+  checkCsvFaults({
       {"0,0\n1;1\n", "line 2 '1;1" + pair + ",value, such as 1.5,1"},
       {"0;0\n1\n", "line 2 '1" + pair + ";value, such as 1.5;1"},
       {"0.5\n", "line 1 '0.5" + pair},
@@ -68,8 +63,8 @@ TEST_CASE("a wrong line is named with its number, its text and what would be rig
       {"0,\x01\n", "line 1 '0,?': "},
   });
   for (const char* text : {"", "\n\n", "# nothing\n", "time,value\n"})
-    CHECK(faultOf(text) == "--pedal 'take.csv': holds no points; write lines seconds,value");
-  CHECK(faultOf("0,0\n" + std::string(100000, 'x') + "\n").size() < 200);
+    CHECK(csvFault(text) == "--pedal 'take.csv': holds no points; write lines seconds,value");
+  CHECK(csvFault("0,0\n" + std::string(100000, 'x') + "\n").size() < 200);
 }
 
 TEST_CASE("people, sheets and sequencers write the same course in many ways") {
@@ -180,7 +175,7 @@ TEST_CASE("what cannot be understood is not guessed at") {
   const std::string named =
       "': more columns than are named; name the columns in the first line, such as time";
   const std::string noTime = "': the time is not a number of seconds from 0 on; ";
-  std::vector<Wrong> texts = {
+  std::vector<WrongCsv> texts = {
       {"0,0\n1,1,1\n", "line 2 '1,1,1" + named +
                            ",value,note; where the comma is the decimal point, separate them "
                            "with ;"},
@@ -210,5 +205,5 @@ TEST_CASE("what cannot be understood is not guessed at") {
     texts.push_back({time + ",0\n", "line 1 '" + time +
                                         ",0': not a time of the clock; write seconds, mm:ss or "
                                         "h:mm:ss.mmm"});
-  checkFaults(texts);
+  checkCsvFaults(texts);
 }

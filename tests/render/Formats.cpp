@@ -9,7 +9,7 @@
 namespace {
 
 struct Format {
-  std::string extension;
+  std::string name;
   int format;
 };
 
@@ -40,14 +40,14 @@ TEST_CASE("formats of whole numbers and floats stay, and an idle pedal changes n
       {".flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_S8}, {".flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_16},
       {".FLAC", SF_FORMAT_FLAC | SF_FORMAT_PCM_24},
   };
-  for (const auto& [extension, format] : formats) {
-    CAPTURE(extension);
-    CAPTURE(format);
+  for (const Format& row : formats) {
+    CAPTURE(row.name);
+    CAPTURE(row.format);
     const Workspace work;
-    Sound sound = {44100, 2, format, noise(6000)};
+    Sound sound = {44100, 2, row.format, noise(6000)};
     sound.samples[0] = -1.0; // the ends of the range
     sound.samples[1] = 1.0;
-    const std::string in = "in" + extension, out = "out" + extension;
+    const std::string in = "in" + row.name, out = "out" + row.name;
     writeSound(in, sound);
     pass(in + " " + out);
     CHECK(readSound(out).format == readSound(in).format);
@@ -189,16 +189,16 @@ TEST_CASE("types of their own codec are written at the rates that they know, and
                "output 'out.opus': cannot be written: Opus only supports sample rates of 8000, 12000, 16000, "
                "24000, and 48000; use another type, such as .wav\n");
   writeSound("in.wav", {48000, 1, kWav16, noise(48000)});
-  for (const auto& [name, format] : {Format{"out.opus", kOpus}, {"out.ogg", kVorbis}, {"out.mp3", kMp3}}) {
-    CAPTURE(name);
-    pass("in.wav " + name);
-    const Sound out = readSound(name);
-    CHECK(out.format == format);
+  for (const Format& row : {Format{"out.opus", kOpus}, {"out.ogg", kVorbis}, {"out.mp3", kMp3}}) {
+    CAPTURE(row.name);
+    pass("in.wav " + row.name);
+    const Sound out = readSound(row.name);
+    CHECK(out.format == row.format);
     CHECK(out.samples.size() >= 48000);
-    pass("in.wav again-" + name);
-    CHECK(contentsOf("again-" + name) == contentsOf(name));
-    if (name == "out.ogg") continue; // which is told: WAV does not hold Vorbis
-    pass("-q " + name + " decoded.wav");
+    pass("in.wav again-" + row.name);
+    CHECK(contentsOf("again-" + row.name) == contentsOf(row.name));
+    if (row.name == "out.ogg") continue; // which is told: WAV does not hold Vorbis
+    pass("-q " + row.name + " decoded.wav");
     CHECK(readSound("decoded.wav").format == (SF_FORMAT_WAV | SF_FORMAT_FLOAT));
     CHECK(samplesOf("decoded.wav") == out.samples);
   }

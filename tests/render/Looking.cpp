@@ -79,9 +79,9 @@ TEST_CASE("statistics as JSON") {
       {"clipped_samples", 1},
       {"unusable_input_samples", 0},
   };
-  for (const auto& [name, number] : numbers) {
-    CAPTURE(name);
-    CHECK(told[name].get<double>() == doctest::Approx(number));
+  for (const auto& row : numbers) {
+    CAPTURE(row.first);
+    CHECK(told[row.first].get<double>() == doctest::Approx(row.second));
   }
 }
 

@@ -9,13 +9,6 @@ namespace {
 
 constexpr int kRate = 44100;
 
-std::string number32(std::uint32_t number) {
-  std::string bytes;
-  for (int i = 0; i < 4; ++i)
-    bytes += static_cast<char>(number >> 8 * i);
-  return bytes;
-}
-
 // Minutes of silence cost the disk nothing: a header and a hole.
 long peakFor(int seconds, const std::string& options) {
   const auto bytes = static_cast<std::uint32_t>(2 * seconds * kRate);

@@ -1,4 +1,5 @@
 // Courses from the controllers of MIDI files: times, values, and files that are none.
+#include "FaultOf.h"
 #include "MidiBytes.h"
 #include "render/course/Controls.h"
 #include "render/course/MidiCourse.h"
@@ -15,14 +16,8 @@ Course midi(const std::string& bytes, const MidiSource& source = kPedalSource) {
   return readMidiCourse("--pedal 'take.mid'", bytes, source);
 }
 
-std::string faultOf(const std::string& bytes, const MidiSource& source = kPedalSource) {
-  try {
-    midi(bytes, source);
-  } catch (const Fault& fault) {
-    CHECK(fault.status() == ExitStatus::couldNot);
-    return fault.what();
-  }
-  return "accepted";
+std::string midiFault(const std::string& bytes, const MidiSource& source = kPedalSource) {
+  return faultOf(ExitStatus::couldNot, [&] { midi(bytes, source); });
 }
 
 Course points(const char* text) { return Course::parse("--pedal", text, courseRule(kPedalPos)); }
@@ -125,15 +120,15 @@ TEST_CASE("a file without the controller says which it holds") {
                                     {midiTrack({controller(0, 4, 0, 2), controller(0, 4, 0, 10)}),
                                      midiTrack({controller(0, 1, 0, 3), controller(0, 11, 0, 3)})});
   const std::string held = "it holds 1 (channel 3), 4 (channel 2 10), 11 (channel 3); choose with --pedal-cc";
-  CHECK(faultOf(file, {7, {}, "--pedal-cc"}) == "--pedal 'take.mid': holds no controller 7; " + held);
-  CHECK(faultOf(file, {11, 1, "--pedal-cc"}) ==
+  CHECK(midiFault(file, {7, {}, "--pedal-cc"}) == "--pedal 'take.mid': holds no controller 7; " + held);
+  CHECK(midiFault(file, {11, 1, "--pedal-cc"}) ==
         "--pedal 'take.mid': holds no controller 11 on channel 1; " + held);
-  CHECK(faultOf(midiFile(0, kTicks, {midiTrack({message(0, "\x90\x3c\x40")})})) ==
+  CHECK(midiFault(midiFile(0, kTicks, {midiTrack({message(0, "\x90\x3c\x40")})})) ==
         "--pedal 'take.mid': holds no controller 11; it holds no controllers; choose with --pedal-cc");
   std::vector<std::string> many;
   for (int number = 20; number < 120; ++number)
     many.push_back(controller(0, number, 0));
-  const std::string fault = faultOf(midiFile(0, kTicks, {midiTrack(many)}));
+  const std::string fault = midiFault(midiFile(0, kTicks, {midiTrack(many)}));
   CHECK(fault.find("31 (channel 1) and more; choose with --pedal-cc") != std::string::npos);
   CHECK(fault.find("32 (channel") == std::string::npos);
 }
@@ -142,13 +137,13 @@ TEST_CASE("a file cut anywhere is refused") {
   const std::string file = midiFile(1, kTicks,
                                     {midiTrack({tempo(0, 500000), controller(0, 11, 0)}),
                                      midiTrack({controller(0, 11, 0), controller(480, 11, 127)})});
-  CHECK(faultOf(file) == "accepted");
+  CHECK(midiFault(file) == "accepted");
   for (std::size_t length = 4; length < file.size(); ++length) {
     CAPTURE(length);
-    CHECK(faultOf(file.substr(0, length)) == kDamaged);
+    CHECK(midiFault(file.substr(0, length)) == kDamaged);
   }
   for (std::size_t length = 0; length < 4; ++length)
-    CHECK(faultOf(file.substr(0, length)).find("not a standard MIDI file; ") != std::string::npos);
+    CHECK(midiFault(file.substr(0, length)).find("not a standard MIDI file; ") != std::string::npos);
 }
 
 TEST_CASE("a file that cannot be right is refused") {
@@ -161,11 +156,12 @@ TEST_CASE("a file that cannot be right is refused") {
            midiFile(0, kTicks, {good, std::string()}),             // a track is missing
            "MThd" + std::string("\xff\xff\xff\xff", 4),
        })
-    CHECK(faultOf(file) == kDamaged);
-  CHECK(faultOf("RIFF").find("not a standard MIDI file; ") != std::string::npos);
-  CHECK(faultOf(midiFile(2, kTicks, {good, good})) == "--pedal 'take.mid': a MIDI file of independent tracks "
-                                                      "(format 2); save the take again as a MIDI file of "
-                                                      "format 0 or 1");
+    CHECK(midiFault(file) == kDamaged);
+  CHECK(midiFault("RIFF").find("not a standard MIDI file; ") != std::string::npos);
+  CHECK(midiFault(midiFile(2, kTicks, {good, good})) ==
+        "--pedal 'take.mid': a MIDI file of independent tracks "
+        "(format 2); save the take again as a MIDI file of "
+        "format 0 or 1");
 }
 
 TEST_CASE("whatever is changed in a file, it gives a course or one fault") {

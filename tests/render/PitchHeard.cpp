@@ -9,11 +9,11 @@
 
 namespace {
 
-constexpr int kRateHz = 48000;
+constexpr int kToneRateHz = 48000;
 
 // Half a sweep of the effect's two taps, floor(0.065535 * 48000) = 3145 samples, holds 14 periods of this
 // tone, so that the taps sound in phase and their crossfade pulls no pitch.
-constexpr double kToneHz = 14.0 * kRateHz / (3145.0 / 2.0);
+constexpr double kToneHz = 14.0 * kToneRateHz / (3145.0 / 2.0);
 
 // The pedal goes through a one-pole low-pass of 5 Hz: a straight line comes out later by its time constant.
 constexpr double kPedalLagSeconds = 1.0 / (2.0 * std::numbers::pi * 5.0);
@@ -21,9 +21,11 @@ constexpr double kPedalLagSeconds = 1.0 / (2.0 * std::numbers::pi * 5.0);
 constexpr double kAllowedCents = 6.0; // a splice of the taps falls on whole samples: 2 of 48000 Hz in 60 ms
 
 void writeTone(double seconds) {
-  Sound sound = {kRateHz, 1, kWavDouble, std::vector<double>(static_cast<std::size_t>(seconds * kRateHz))};
+  Sound sound = {kToneRateHz, 1, kWavDouble,
+                 std::vector<double>(static_cast<std::size_t>(seconds * kToneRateHz))};
   for (std::size_t i = 0; i < sound.samples.size(); ++i)
-    sound.samples[i] = 0.5 * std::sin(2.0 * std::numbers::pi * kToneHz / kRateHz * static_cast<double>(i));
+    sound.samples[i] =
+        0.5 * std::sin(2.0 * std::numbers::pi * kToneHz / kToneRateHz * static_cast<double>(i));
   writeSound("in.wav", sound);
 }
 
@@ -39,8 +41,8 @@ std::vector<double> rendered(const std::string& options) {
 // is to second order that of the middle.
 double centsHeard(const std::vector<double>& samples, double seconds) {
   constexpr double kHalfWindowSeconds = 0.03;
-  const auto from = static_cast<std::size_t>((seconds - kHalfWindowSeconds) * kRateHz);
-  const auto to = static_cast<std::size_t>((seconds + kHalfWindowSeconds) * kRateHz);
+  const auto from = static_cast<std::size_t>((seconds - kHalfWindowSeconds) * kToneRateHz);
+  const auto to = static_cast<std::size_t>((seconds + kHalfWindowSeconds) * kToneRateHz);
   double first = 0.0, last = 0.0;
   int crossings = 0;
   for (std::size_t i = from; i < to; ++i) {
@@ -48,7 +50,7 @@ double centsHeard(const std::vector<double>& samples, double seconds) {
     last = static_cast<double>(i) - samples[i] / (samples[i] - samples[i - 1]);
     if (crossings++ == 0) first = last;
   }
-  return 1200.0 * std::log2((crossings - 1) * kRateHz / (last - first) / kToneHz);
+  return 1200.0 * std::log2((crossings - 1) * kToneRateHz / (last - first) / kToneHz);
 }
 
 } // namespace

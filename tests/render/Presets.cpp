@@ -1,5 +1,6 @@
 // Presets: the shipped ones, a user's text and its faults, and what is written.
 #include "render/course/Presets.h"
+#include "FaultOf.h"
 
 #include "render/course/Colors.h"
 
@@ -11,14 +12,8 @@ namespace {
 
 std::vector<Preset> read(const std::string& text) { return readPresets("--load-preset 'mine.conf'", text); }
 
-std::string faultOf(const std::string& text) {
-  try {
-    read(text);
-  } catch (const Fault& fault) {
-    CHECK(fault.status() == ExitStatus::couldNot);
-    return fault.what();
-  }
-  return "accepted";
+std::string presetFault(const std::string& text) {
+  return faultOf(ExitStatus::couldNot, [&] { read(text); });
 }
 
 double constantOf(const Controls& controls, Parameter parameter) {
@@ -95,9 +90,10 @@ TEST_CASE("a wrong line in a preset is named") {
   for (const std::string name : {"[", "[]", "[ ]", "[a", "[a] b"})
     texts.emplace_back(name + "\n", "1 '" + name + "': not a preset's name in brackets; write [name]");
   for (const auto& [text, wrong] : texts)
-    CHECK(faultOf(text) == "--load-preset 'mine.conf': line " + wrong);
+    CHECK(presetFault(text) == "--load-preset 'mine.conf': line " + wrong);
   for (const char* text : {"", "# nothing\n"})
-    CHECK(faultOf(text) == "--load-preset 'mine.conf': holds no preset; write [name] and lines key = value");
+    CHECK(presetFault(text) ==
+          "--load-preset 'mine.conf': holds no preset; write [name] and lines key = value");
 }
 
 TEST_CASE("what is written is what was set, in the words of the player") {

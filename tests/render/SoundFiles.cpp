@@ -68,6 +68,13 @@ void writeTake(const std::string& path, std::size_t count, unsigned seed, int fo
   writeSound(path, {44100, channels, format, softNoise(count, seed)});
 }
 
+std::string number32(std::uint32_t number) {
+  std::string bytes;
+  for (int i = 0; i < 4; ++i)
+    bytes += static_cast<char>(number >> 8 * i);
+  return bytes;
+}
+
 double largestDifference(const std::vector<double>& a, const std::vector<double>& b) {
   if (a.size() != b.size()) return std::numeric_limits<double>::infinity();
   double largest = 0.0;

@@ -1,6 +1,7 @@
 // Sound files for the tests, written and read with libsndfile itself.
 #pragma once
 
+#include <cstdint>
 #include <sndfile.h>
 #include <string>
 #include <vector>
@@ -33,6 +34,9 @@ std::vector<double> softNoise(std::size_t count, unsigned seed = 1);
 // A file of soft noise. count: samples, which several channels share.
 void writeTake(const std::string& path, std::size_t count, unsigned seed = 1, int format = kWav16,
                int channels = 1);
+
+// A number as four bytes, the lowest first.
+std::string number32(std::uint32_t number);
 
 // Infinite where the lengths differ.
 double largestDifference(const std::vector<double>& a, const std::vector<double>& b);

@@ -43,13 +43,6 @@ void writeWithComment(const std::string& path, const std::string& comment) {
   REQUIRE(sf_close(file) == 0);
 }
 
-std::string number32(std::uint32_t number) {
-  std::string bytes;
-  for (int i = 0; i < 4; ++i)
-    bytes += static_cast<char>(number >> 8 * i);
-  return bytes;
-}
-
 std::string chunk(const std::string& id, const std::string& bytes) {
   return id + number32(static_cast<std::uint32_t>(bytes.size())) + bytes +
          std::string(bytes.size() % 2, '\0');
@@ -272,10 +265,10 @@ TEST_CASE("a comment names settings and nothing else") {
       {"mine", silent},
       {"treadshift-render: --color 2", silent},
   };
-  for (const auto& [comment, wrong] : comments) {
-    CAPTURE(comment);
-    writeWithComment("in.wav", comment);
-    checkRefused(1, "--again in.wav in.wav out.wav", "--again 'in.wav': " + wrong);
+  for (const auto& row : comments) {
+    CAPTURE(row.first);
+    writeWithComment("in.wav", row.first);
+    checkRefused(1, "--again in.wav in.wav out.wav", "--again 'in.wav': " + row.second);
   }
   writeWithComment("in.wav", start + "--tone 9");
   CHECK(holds(render("--again in.wav in.wav out.wav").err, "--tone '9': the value is out of range"));

@@ -17,6 +17,9 @@ bool isRunning(pid_t process);
 // How many descriptors this process has open.
 std::size_t openDescriptors();
 
+// The variable that tells the broken module what to do wrong.
+inline constexpr char kFault[] = "TREADSHIFT_TEST_FAULT";
+
 // Sets an environment variable for as long as it lives.
 class Environment {
 public:

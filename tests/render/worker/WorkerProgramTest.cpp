@@ -15,8 +15,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr char kFault[] = "TREADSHIFT_TEST_FAULT";
-
 // Two channels that have little in common.
 void writeStereo() {
   Sound sound = {44100, 2, kWavDouble, {}};

@@ -25,7 +25,6 @@
 
 namespace {
 
-constexpr char kFault[] = "TREADSHIFT_TEST_FAULT";
 constexpr std::chrono::seconds kShortPatience{1};
 
 WorkerRunner openTreadshift() { return {TREADSHIFT_WORKER, TREADSHIFT_MODULE_32}; }

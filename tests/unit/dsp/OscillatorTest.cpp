@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr double kRate = 1024.0; // Hz: steps are exact
+constexpr double kExactRate = 1024.0; // Hz: steps are exact
 
 using Walk = std::vector<double>;
 
@@ -47,7 +47,7 @@ std::vector<double> run(lfoBase& lfo, double rate, int samples, double upper = 0
 
 // The phase at the start of each block of one sample.
 Walk phaseWalk(const Member& member, double rate, std::size_t samples) {
-  const auto lfo = oscillator(member.wave, 0.0, member.start, kRate);
+  const auto lfo = oscillator(member.wave, 0.0, member.start, kExactRate);
   run(*lfo, rate, 0); // a glide starts at the rate itself
   Walk walk;
   for (; walk.size() < samples; run(*lfo, rate, 1))
@@ -88,7 +88,7 @@ TEST_CASE("an oscillator starts with its arguments, silent, upward and unspent")
 }
 
 TEST_CASE("an oscillator's fields stand in order, the histories' bytes in front of the direction") {
-  const auto lfo = oscillator(Wave::sine, 0.0, 0.0, kRate);
+  const auto lfo = oscillator(Wave::sine, 0.0, 0.0, kExactRate);
   const auto offset = [&](const void* field) {
     return static_cast<int>(static_cast<const char*>(field) - reinterpret_cast<const char*>(lfo.get()));
   };
@@ -111,8 +111,8 @@ TEST_CASE("each member's phases, and its rate from block to block") {
     CHECK(phaseWalk(member, 256.0, 7) == member.quarters); // turn, wrap, and the sample at the clamp
     CHECK(phaseWalk(member, 384.0, 6) == member.clamped);  // only exactly 1 restarts
 
-    const auto lfo = oscillator(member.wave, 0.0, 0.0, kRate);
-    const auto rateNow = [&] { return lfo->step * kRate / member.phasePerCycle; };
+    const auto lfo = oscillator(member.wave, 0.0, 0.0, kExactRate);
+    const auto rateNow = [&] { return lfo->step * kExactRate / member.phasePerCycle; };
     const auto lastRate = [&](double rate) { return lfo->lastRate == (member.glides ? rate : 0.0); };
     run(*lfo, 32.0, 1);
     CHECK(rateNow() == member.startRate);
@@ -134,7 +134,7 @@ TEST_CASE("each member's phases, and its rate from block to block") {
 }
 
 TEST_CASE("a triangle at depth 0.1 rises from 0 to 1 and falls back in rate-over-frequency samples") {
-  const auto lfo = oscillator(Wave::triangle, 0.0, 0.0, kRate);
+  const auto lfo = oscillator(Wave::triangle, 0.0, 0.0, kExactRate);
   const std::vector<double> out = run(*lfo, 32.0, 128); // 32 samples per period, step 1/16
   for (int i = 0; i < 128; ++i) {
     const int inPeriod = i % 32;
@@ -146,13 +146,13 @@ TEST_CASE("a triangle at depth 0.1 rises from 0 to 1 and falls back in rate-over
 TEST_CASE("depth 0 gives the middle, a depth of 1 a steep flattened wave, each half by its own depth") {
   for (const Member& member : kMembers) {
     CAPTURE(static_cast<int>(member.wave));
-    const auto flat = run(*oscillator(member.wave, 0.0, 0.0, kRate), 37.0, 500, 0.0, 0.0);
+    const auto flat = run(*oscillator(member.wave, 0.0, 0.0, kExactRate), 37.0, 500, 0.0, 0.0);
     if (member.atDepth0 >= 0.0)
       CHECK(flat == std::vector<double>(500, member.atDepth0));
     else
-      CHECK(sameBits(flat, run(*oscillator(member.wave, 0.0, 0.0, kRate), 37.0, 500, 1.0, 1.0)));
+      CHECK(sameBits(flat, run(*oscillator(member.wave, 0.0, 0.0, kExactRate), 37.0, 500, 1.0, 1.0)));
   }
-  const auto lower = run(*oscillator(Wave::triangle, 0.0, 0.0, kRate), 32.0, 33, 0.0, 1.0);
+  const auto lower = run(*oscillator(Wave::triangle, 0.0, 0.0, kExactRate), 32.0, 33, 0.0, 1.0);
   CHECK(lower[0] == 0.0);
   CHECK(lower[7] == 0.0); // b = -1/8 times ten is clipped
   CHECK(lower[8] == 0.5);
@@ -160,14 +160,14 @@ TEST_CASE("depth 0 gives the middle, a depth of 1 a steep flattened wave, each h
 }
 
 TEST_CASE("smoothing never takes a value below 0") {
-  lfoTriangle lfo(10.0, 0.0, kRate);
+  lfoTriangle lfo(10.0, 0.0, kExactRate);
   lfo.smoother->state1 = -0.75;
   CHECK(bitsOf(run(lfo, 1.0, 1)[0]) == bitsOf(0.0));
 }
 
 TEST_CASE("the first call of a triangle settles its rate filter at the rate, an empty one as well") {
   for (int samples : {0, 10}) {
-    lfoTriangle triangle(0.0, 0.0, kRate);
+    lfoTriangle triangle(0.0, 0.0, kExactRate);
     const IIRFilter& filter = *triangle.rateFilter;
     CHECK(filter.state1 == 0.0);
     for (const double rate : {3.0, 4.0}) { // the second is no first call
@@ -181,14 +181,15 @@ TEST_CASE("the first call of a triangle settles its rate filter at the rate, an 
 
 TEST_CASE("a triangle's filters are a first-order low pass and a smoother of 5 Hz, or of the rate named") {
   const auto expect = [](const IIRFilter& actual, int32_t type, double freq) {
-    filterPrm_tag prm{type, freq, 0.0, 0.0, 0.0, 0.0, kRate};
+    filterPrm_tag prm{type, freq, 0.0, 0.0, 0.0, 0.0, kExactRate};
     const IIRFilter expected(&prm);
     CHECK(actual.type == type);
     CHECK(bitsOf(actual.ff0) == bitsOf(expected.ff0));
     CHECK(bitsOf(actual.ff1) == bitsOf(expected.ff1));
     CHECK(bitsOf(actual.fb1) == bitsOf(expected.fb1));
   };
-  const lfoTriangle three(30.0, 0.0, kRate), four(30.0, 0.0, kRate, 80.0), off(0.0, 0.0, kRate);
+  const lfoTriangle three(30.0, 0.0, kExactRate), four(30.0, 0.0, kExactRate, 80.0),
+      off(0.0, 0.0, kExactRate);
   expect(*three.smoother, 0, 30.0);
   expect(*three.rateFilter, 13, 5.0);
   expect(*four.smoother, 0, 30.0);
@@ -200,7 +201,7 @@ TEST_CASE("a rate that is not a number or endless keeps the triangle's phase wit
   for (double rate : {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity(),
                       -std::numeric_limits<double>::infinity(), -50.0}) {
     CAPTURE(rate);
-    const auto lfo = oscillator(Wave::triangle, 0.0, 0.5, kRate);
+    const auto lfo = oscillator(Wave::triangle, 0.0, 0.5, kExactRate);
     for (double next : {441.0, rate, rate}) {
       for (double value : run(*lfo, next, 8))
         CHECK((value >= 0.0 && value <= 1.0));
@@ -208,7 +209,7 @@ TEST_CASE("a rate that is not a number or endless keeps the triangle's phase wit
     CHECK((lfo->phase >= 0.0 && lfo->phase <= 1.0));
     CHECK(lfo->falling <= 1);
   }
-  lfoTriangle falling(0.0, 0.5, kRate);
+  lfoTriangle falling(0.0, 0.5, kExactRate);
   falling.falling = 1;
   run(falling, std::numeric_limits<double>::quiet_NaN(), 1);
   CHECK(bitsOf(falling.phase) == bitsOf(0.0));
@@ -217,7 +218,7 @@ TEST_CASE("a rate that is not a number or endless keeps the triangle's phase wit
 
 TEST_CASE("the random oscillator draws from its documented generator once per cycle and holds between") {
   CHECK(lfoRand::kFirstSeed == 1);
-  lfoRand random(0.0, 0.0, kRate);
+  lfoRand random(0.0, 0.0, kExactRate);
   // 1/4 per sample: a cycle is .25 .5 .75 1 0, so the fifth sample is the first draw
   const auto out = run(random, 256.0, 16);
   // seeds 1664525 + 1013904223 = 1015568748, then times 1664525 plus 1013904223 modulo 2^32 = 1586005467,
@@ -226,7 +227,7 @@ TEST_CASE("the random oscillator draws from its documented generator once per cy
   for (int i = 0; i < 16; ++i)
     CHECK(bitsOf(out[i]) == bitsOf(draws[(i + 1) / 5]));
   CHECK(random.seed == 2165703038u);
-  const auto still = run(*oscillator(Wave::random, 0.0, 0.0, kRate), 0.0, 2); // draws at every sample
+  const auto still = run(*oscillator(Wave::random, 0.0, 0.0, kExactRate), 0.0, 2); // draws at every sample
   CHECK(bitsOf(still[0]) == bitsOf(draws[1]));
   CHECK(bitsOf(still[1]) == bitsOf(draws[2]));
 }
@@ -236,7 +237,7 @@ TEST_CASE("an oscillator takes one block for itself and one per filter, runs wit
     CAPTURE(static_cast<int>(member.wave));
     const long before = allocations::live();
     {
-      const auto lfo = oscillator(member.wave, 10.0, 0.0, kRate);
+      const auto lfo = oscillator(member.wave, 10.0, 0.0, kExactRate);
       CHECK(allocations::live() - before == 1 + member.filters);
       std::vector<double> out(500);
       const long taken = allocations::taken();
@@ -249,9 +250,9 @@ TEST_CASE("an oscillator takes one block for itself and one per filter, runs wit
 }
 
 TEST_CASE("filters are deleted through their table, the smoother first, null ones passed over") {
-  const filterPrm_tag prm = {0, 100.0, 0.0, 0.0, 1.0, 0.0, kRate};
+  const filterPrm_tag prm = {0, 100.0, 0.0, 0.0, 1.0, 0.0, kExactRate};
   std::vector<int> gone;
-  auto* triangle = new lfoTriangle(10.0, 0.0, kRate);
+  auto* triangle = new lfoTriangle(10.0, 0.0, kExactRate);
   delete triangle->smoother;
   delete triangle->rateFilter;
   triangle->smoother = new WatchedFilter(prm, gone, 1);
@@ -259,7 +260,7 @@ TEST_CASE("filters are deleted through their table, the smoother first, null one
   delete static_cast<lfoBase*>(triangle);
   CHECK(gone == std::vector<int>{1, 2});
 
-  auto* saw = new lfoSaw(10.0, 0.0, kRate);
+  auto* saw = new lfoSaw(10.0, 0.0, kExactRate);
   delete saw->smoother;
   saw->smoother = nullptr;
   delete static_cast<lfoBase*>(saw);
@@ -273,11 +274,11 @@ TEST_CASE("a filter that cannot be had stays null and the wave runs without it")
       std::unique_ptr<lfoBase> lfo;
       {
         const allocations::FailNth failure(2 + filter); // the first is the oscillator
-        lfo = oscillator(member.wave, 10.0, 0.2, kRate);
+        lfo = oscillator(member.wave, 10.0, 0.2, kExactRate);
       }
       CHECK((smootherOf(member.wave, *lfo) == nullptr) == (filter == 0));
       if (filter == 1) CHECK(static_cast<lfoTriangle&>(*lfo).rateFilter == nullptr);
-      const auto whole = oscillator(member.wave, filter == 0 ? 0.0 : 10.0, 0.2, kRate);
+      const auto whole = oscillator(member.wave, filter == 0 ? 0.0 : 10.0, 0.2, kExactRate);
       CHECK(sameBits(run(*lfo, 44.0, 300), run(*whole, 44.0, 300)));
     }
   }
@@ -287,7 +288,7 @@ TEST_CASE("Excute is the third slot of every member's table") {
   using Excute = void (*)(lfoBase*, double, double, double, int, double*, int);
   for (Wave wave : kEveryWave) {
     CAPTURE(static_cast<int>(wave));
-    const auto lfo = oscillator(wave, 0.0, 0.25, kRate), same = oscillator(wave, 0.0, 0.25, kRate);
+    const auto lfo = oscillator(wave, 0.0, 0.25, kExactRate), same = oscillator(wave, 0.0, 0.25, kExactRate);
     std::vector<double> bySlot(32);
     void* function = (*reinterpret_cast<void***>(lfo.get()))[2];
     reinterpret_cast<Excute>(function)(lfo.get(), 44.0, 0.1, 0.1, 32, bySlot.data(), 0);

@@ -8,6 +8,9 @@
 #include <cmath>
 #include <cstdint>
 
+inline constexpr double kRate = 44100.0;      // Hz
+inline constexpr double kFiveSamples = 312.5; // Hz: a fade of 16 ms is five samples exactly
+
 inline Block blockOf(int32_t samples, PedalSettings settings = {1.0f, 0.8f, 0.5f, 0.0f}) {
   Block block{};
   block.samples = block.silentSample = samples;

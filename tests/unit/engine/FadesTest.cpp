@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr double kFiveSamples = 312.5; // Hz: a fade of 16 ms is five samples exactly
-
 struct BuiltFades : Fades {
   BuiltFades(float onOff, float color) {
     build(kFiveSamples, onOff, color);

@@ -13,11 +13,12 @@
 
 namespace {
 
-struct Bounds {
+struct CurveBounds {
   double lo, hi;
 };
 
-const std::vector<Bounds> kBounds = {{0.998, 0.749}, {0.0, 0.965}, {6.0, 0.0}, {0.3, 0.3}, {-2.5, 7.1}};
+const std::vector<CurveBounds> kCurveBounds = {
+    {0.998, 0.749}, {0.0, 0.965}, {6.0, 0.0}, {0.3, 0.3}, {-2.5, 7.1}};
 
 std::vector<float> values() {
   std::vector<float> all = {0.0f, 1.0f, -0.5f, 1.5f};
@@ -32,13 +33,13 @@ float single(double x) {
   return rounded;
 }
 
-float mirrored(const Bounds& bounds, float value) {
+float mirrored(const CurveBounds& bounds, float value) {
   return bounds.lo < bounds.hi ? single(1.0 - static_cast<double>(value)) : value;
 }
 
 // A sum, difference or product of two floats is exact or has one rounding in doubles that the rounding to
 // float absorbs, so a step in doubles narrowed at once is the step in floats.
-double mapped(const Bounds& bounds, float f) {
+double mapped(const CurveBounds& bounds, float f) {
   const float a = single(bounds.lo), b = single(bounds.hi);
   const float least = a < b ? a : b, most = a < b ? b : a;
   const float span = single(static_cast<double>(most) - static_cast<double>(least));
@@ -55,7 +56,7 @@ struct Shape {
 
 // Checks a shape between all bounds against f of x, f already narrowed.
 void checkShape(const Shape& shape, const std::function<float(float)>& f) {
-  for (const Bounds& bounds : kBounds) {
+  for (const CurveBounds& bounds : kCurveBounds) {
     ParamCurve curve(shape.kind, bounds.lo, bounds.hi, shape.scale, shape.centre, shape.offset,
                      shape.exponent);
     curve.setPolynomial(shape.coefficients.data(), static_cast<int32_t>(shape.coefficients.size()));

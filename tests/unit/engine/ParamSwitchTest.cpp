@@ -12,8 +12,6 @@
 
 namespace {
 
-constexpr double kFiveSamples = 312.5; // Hz: 0.016 s are five samples exactly
-
 // What a block of On/Off leaves: gains in fifths and values, as text that a reader can check.
 std::string playedOnOff(ParamSwitch& fade, float value, int samples) {
   std::vector<double> gains(samples);

@@ -3,16 +3,13 @@
 #include "Blocks.h"
 #include "engine/fast/Fence.h"
 #include "tests/support/Bits.h"
+#include "tests/support/NonFinite.h"
 
 #include <cmath>
 #include <doctest/doctest.h>
-#include <limits>
 #include <random>
 
 namespace {
-
-constexpr double kRate = 44100.0;
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
 struct BuiltMotion : PedalMotion {
   explicit BuiltMotion(float position = 0.0f, double rateHz = kRate) {
@@ -134,11 +131,11 @@ TEST_CASE("a new build is at the heel, and what is no number anywhere is told") 
   motion.follow(block, slice, 0.0f);
   CHECK_FALSE(slice.moved[0]);
 
-  motion.end(motion.begun(4, kNan)); // the ramp alone
+  motion.end(motion.begun(4, kNaN)); // the ramp alone
   CHECK_FALSE(motion.isFinite());
   motion.settleAt(0.5f);
   CHECK(motion.isFinite());
-  motion.arriveAt(static_cast<double>(kNan)); // the smoother
+  motion.arriveAt(static_cast<double>(kNaN)); // the smoother
   CHECK_FALSE(motion.isFinite());
   motion.settleAt(0.5f); // all but the sample before
   CHECK_FALSE(motion.isFinite());

@@ -1,17 +1,14 @@
 // The eight colours and their mixes.
 #include "engine/PedalNumbers.h"
 #include "tests/support/Bits.h"
+#include "tests/support/NonFinite.h"
 
 #include <cmath>
 #include <doctest/doctest.h>
 #include <initializer_list>
 #include <limits>
 
-namespace {
-
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
-
-} // namespace
+namespace {} // namespace
 
 TEST_CASE("a colour's interval holds its lower bound and not its upper one") {
   for (int bound = 1; bound < 8; ++bound) {
@@ -29,7 +26,6 @@ TEST_CASE("a colour's interval holds its lower bound and not its upper one") {
 TEST_CASE("values outside 0..1 take the outer colours, a not-a-number the last") {
   for (float low : {0.0f, -0.0f, -1.0f, -kInfinity, std::numeric_limits<float>::denorm_min()})
     CHECK(colorOf(low) == 0);
-  for (float high : {1.0f, 2.0f, 1e30f, kInfinity, std::numeric_limits<float>::quiet_NaN(),
-                     -std::numeric_limits<float>::quiet_NaN()})
+  for (float high : {1.0f, 2.0f, 1e30f, kInfinity, kNaN, -kNaN})
     CHECK(colorOf(high) == 7);
 }

@@ -5,6 +5,7 @@
 #include "tests/support/Allocations.h"
 #include "tests/support/Bits.h"
 #include "tests/support/ControlWord.h"
+#include "tests/support/NonFinite.h"
 #include "tests/support/TestSound.h"
 
 #include <algorithm>
@@ -19,7 +20,6 @@ using Sound = std::vector<double>;
 
 constexpr double kTiniest = std::numeric_limits<double>::denorm_min();
 constexpr double kLeastNormal = std::numeric_limits<double>::min();
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
 // Row 0 fades from shifted to dry: at the toe the sound is the dry one alone, and its gain is the pedal.
 constexpr PedalSettings kDryOnly = {1.0f, 0.8f, 0.0f, 1.0f};
@@ -97,7 +97,7 @@ TEST_CASE(
                          {1073741824.0, false},
                          {3e9, false},
                          {1e300, false},
-                         {static_cast<double>(kNan), false},
+                         {static_cast<double>(kNaN), false},
                          {infinity, false},
                          {-infinity, false}}) {
     CAPTURE(row.rate);
@@ -153,10 +153,10 @@ TEST_CASE("a NaN stays in a recursion until the rate is set anew, in a switch it
   const PedalSettings good = inRow(4, 0.3f);
   for (const Row& row : {Row{good, nan, false},
                          {good, std::numeric_limits<double>::infinity(), false},
-                         {{1.0f, kNan, good.color, 0.3f}, 0.5, false},
-                         {{1.0f, 0.8f, good.color, kNan}, 0.5, false},
-                         {{kNan, 0.8f, good.color, 0.3f}, 0.5, true},
-                         {{1.0f, 0.8f, kNan, 0.3f}, 0.5, true},
+                         {{1.0f, kNaN, good.color, 0.3f}, 0.5, false},
+                         {{1.0f, 0.8f, good.color, kNaN}, 0.5, false},
+                         {{kNaN, 0.8f, good.color, 0.3f}, 0.5, true},
+                         {{1.0f, 0.8f, kNaN, 0.3f}, 0.5, true},
                          {good, 1e308, true}}) {
     Bench bench(8000.0, good);
     bench.play(good, testSound(500));

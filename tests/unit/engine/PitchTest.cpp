@@ -2,16 +2,14 @@
 #include "engine/Pitch.h"
 #include "Blocks.h"
 #include "tests/support/Bits.h"
+#include "tests/support/NonFinite.h"
 
 #include <cmath>
 #include <doctest/doctest.h>
-#include <limits>
 
 namespace {
 
-constexpr double kRate = 44100.0;
 constexpr int32_t kSweepLength = 2890;
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
 // By hand, for each colour at heel, middle and toe: cents, and the gains of dry and wet sound.
 struct Row {
@@ -77,8 +75,8 @@ TEST_CASE("a change of the pitch's sign turns the sweep, and 0 on either side do
   CHECK_FALSE(crosses(1, 0.0f, 3, 0.0f)); // 0 to 0
   CHECK_FALSE(crosses(2, 1.0f, 1, 1.0f)); // +1200 to +50
   CHECK_FALSE(crosses(0, 0.0f, 3, 1.0f)); // -100 to -2400
-  CHECK_FALSE(crosses(4, kNan, 4, 1.0f));
-  CHECK_FALSE(crosses(4, 1.0f, 4, kNan));
+  CHECK_FALSE(crosses(4, kNaN, 4, 1.0f));
+  CHECK_FALSE(crosses(4, 1.0f, 4, kNaN));
 }
 
 TEST_CASE("a crossing is judged from the choice before, or from the pitch that was pretended") {
@@ -117,7 +115,7 @@ TEST_CASE("preparing starts from nothing chosen, whatever was chosen before") {
 TEST_CASE("a pitch that is no number is told, and forgotten with the next choice") {
   Pitch pitch = prepared();
   pitch.chooseColor(colorParameter(4), 0.0f);
-  for (const float odd : {kNan, std::numeric_limits<float>::infinity()}) {
+  for (const float odd : {kNaN, kInfinity}) {
     pitch.choosePitch(odd);
     CHECK_FALSE(pitch.isFinite());
     pitch.choosePitch(0.5f);

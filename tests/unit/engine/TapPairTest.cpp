@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+constexpr double kNoNumber = std::numeric_limits<double>::quiet_NaN();
 
 // At 1000 Hz: 5 samples of shortest delay, 65 samples between jumps.
 struct BuiltTaps : TapPair {
@@ -26,7 +26,7 @@ struct BuiltTaps : TapPair {
 };
 
 // A slice of one pitch, at which the pedal does not move.
-Slice sliceOf(int32_t samples, double ratio = 1.0, int32_t first = 0) {
+Slice steadySlice(int32_t samples, double ratio = 1.0, int32_t first = 0) {
   Slice slice{};
   slice.first = first;
   slice.samples = slice.bend = samples;
@@ -77,7 +77,7 @@ TEST_CASE("a tap travels 65.535 ms, in whole samples") {
   CHECK(TapPair::travelLength(62.5) == 4);
   CHECK(TapPair::travelLength(15.0) == 0);
   CHECK(TapPair::travelLength(-44100.7) == -2890); // towards zero
-  for (const double none : {1e20, -1e20, kNan, std::numeric_limits<double>::infinity()})
+  for (const double none : {1e20, -1e20, kNoNumber, std::numeric_limits<double>::infinity()})
     CHECK(TapPair::travelLength(none) < 1);
 }
 
@@ -108,7 +108,7 @@ TEST_CASE("a tap moves by 1 minus the ratio and stays rather than come closer th
   // (D + 1) - ratio: at D = 2^53 the 1 is lost to rounding before the ratio is taken away; D + (1 - ratio)
   // would be 2^53 - 1
   CHECK(bitsOf(advanced(0x1p53, 2.0, 240.0)) == bitsOf(0x1p53 - 2.0));
-  CHECK(advanced(300.0, kNan, 240.0) == 300.0);
+  CHECK(advanced(300.0, kNoNumber, 240.0) == 300.0);
   CHECK(advanced(300.0, std::numeric_limits<double>::infinity(), 240.0) == 300.0);
 }
 
@@ -127,7 +127,7 @@ TEST_CASE("a tap jumps where its own weight is zero: long for a rising pitch, sh
       Block block = taps.begun(4, 0.0, isUpwards);
       CHECK(block.jumpDelay == jump);
       taps.moveTo({row.phase, 0, 1000.0, 1010.0});
-      Slice slice = sliceOf(1, 0.5);
+      Slice slice = steadySlice(1, 0.5);
       taps.follow(block, slice);
       CHECK(slice.delay1[0] == (row.jumps1 ? jump : 1000.0)); // from this sample on
       CHECK(slice.delay2[0] == (row.jumps2 ? jump : 1010.0));
@@ -155,7 +155,7 @@ TEST_CASE("a move of the pedal lets a glide begin there, from the rate that the 
     taps.begun(5, 10.0);
     Block block = taps.begun(5, 10.0);
     block.turns = true;
-    Slice slice = sliceOf(5);
+    Slice slice = steadySlice(5);
     for (int i = 0; i < 5; ++i) {
       slice.moved[i] = row.moved[i];
       slice.sweepRate[i + 1] = row.rates[i];
@@ -199,7 +199,7 @@ TEST_CASE("the longest delay is that of either tap, or of a jump to come") {
 
 TEST_CASE("a delay that is no number is told") {
   BuiltTaps taps;
-  taps.moveTo({0.5, 0, kNan, 10.0});
+  taps.moveTo({0.5, 0, kNoNumber, 10.0});
   CHECK_FALSE(taps.isFinite());
   taps.moveTo({0.5, 0, 10.0, std::numeric_limits<double>::infinity()});
   CHECK_FALSE(taps.isFinite());

@@ -2,6 +2,7 @@
 #include "engine/ToneFilter.h"
 #include "Blocks.h"
 #include "tests/support/Bits.h"
+#include "tests/support/NonFinite.h"
 
 #include <cmath>
 #include <doctest/doctest.h>
@@ -9,8 +10,6 @@
 #include <vector>
 
 namespace {
-
-constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 
 struct BuiltFilter : ToneFilter {
   explicit BuiltFilter(int32_t rateHz = 44100) { build(rateHz); }
@@ -48,18 +47,18 @@ ToneCoefficients coefficientsOf(int32_t rateHz, float tone) {
   return filter.start();
 }
 
-struct Bounds {
+struct ToneBounds {
   int32_t rateHz;
   double low, high;
 };
 // Only exactly 48000 Hz has its own.
-constexpr Bounds kBounds[] = {{44100, 0.749, 0.965}, {47999, 0.749, 0.965}, {48000, 0.767, 0.968},
-                              {48001, 0.749, 0.965}, {96000, 0.749, 0.965}, {62, 0.749, 0.965}};
+constexpr ToneBounds kToneBounds[] = {{44100, 0.749, 0.965}, {47999, 0.749, 0.965}, {48000, 0.767, 0.968},
+                                      {48001, 0.749, 0.965}, {96000, 0.749, 0.965}, {62, 0.749, 0.965}};
 
 } // namespace
 
 TEST_CASE("tone targets follow the four formulas in their ranges") {
-  for (const Bounds& bounds : kBounds) {
+  for (const ToneBounds& bounds : kToneBounds) {
     for (int i = 0; i <= 100; ++i) {
       const float tone = static_cast<float>(i) / 100.0f;
       const double t = tone;
@@ -114,7 +113,7 @@ TEST_CASE("a state or a coefficient that is no number is told") {
     state = 0.0;
     CHECK(filter.isFinite());
   }
-  filter.end(filter.begun(2, kNan));
+  filter.end(filter.begun(2, kNaN));
   CHECK_FALSE(filter.isFinite());
   filter.end(filter.begun(2, 0.5f)); // the next good Tone chooses anew
   CHECK(filter.isFinite());

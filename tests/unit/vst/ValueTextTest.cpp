@@ -1,5 +1,6 @@
 // Numbers as short texts. Expected texts are worked out by hand from the rounding and digit rules; the
 // sweep at the end compares with a second way that uses whole-number arithmetic.
+#include "tests/support/NonFinite.h"
 #include "tests/unit/vst/BareEffect.h"
 
 #include <doctest/doctest.h>
@@ -17,8 +18,6 @@ constexpr char kCanary = '~';
 constexpr int kBufferBytes = 80;
 constexpr char kUntouched[] = "(untouched)"; // stands for the text of a buffer that was not written to
 constexpr int kMostInt = std::numeric_limits<int>::max();
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInfinity = std::numeric_limits<float>::infinity();
 
 // Writes into a buffer of canaries. The text, or nothing if no byte was written; the byte at maxLen must be
 // 0 and the bytes behind it untouched.
