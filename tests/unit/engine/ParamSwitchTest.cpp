@@ -1,5 +1,6 @@
 // The fade switch alone: its tables, and every way from state to state.
 #include "engine/ParamSwitch.h"
+#include "Blocks.h"
 #include "tests/support/Allocations.h"
 #include "tests/support/Bits.h"
 
