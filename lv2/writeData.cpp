@@ -4,6 +4,7 @@
 // engine has, and the presets. MINOR and MICRO are its version. When the presets have a fault, it says so
 // with their line, writes nothing, and ends with 1.
 #include "engine/PedalNumbers.h"
+#include "presets/PresetReader.h"
 
 #include <algorithm>
 #include <array>
@@ -13,7 +14,6 @@
 #include <fstream>
 #include <map>
 #include <optional>
-#include <regex>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -23,7 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 
 struct Control {
-  std::string key;    // in presets.conf; none for what no preset holds
+  Parameter parameter;
   std::string symbol; // the port's
   double highest;     // of 0..highest
   bool isWhole;
@@ -37,25 +37,18 @@ std::vector<std::string> colorNames() {
   return names;
 }
 
-const std::array<Control, 4> kControls = {{{"on", "enabled", 1.0, true, {"off", "on"}},
-                                           {"mode", "mode", 1.0, true, {"guitar", "bass"}},
-                                           {"color", "color", kColorCount - 1.0, true, colorNames()},
-                                           {"tone", "tone", 1.0, false, {}}}};
+const std::vector<std::string> kModeNames = {"guitar", "bass"};
+
+// What a preset may hold: all but the pedal, which is the player's.
+const std::array<Control, 4> kControls = {{{kOnOff, "enabled", 1.0, true, {"off", "on"}},
+                                           {kMode, "mode", 1.0, true, kModeNames},
+                                           {kColor, "color", kColorCount - 1.0, true, colorNames()},
+                                           {kTone, "tone", 1.0, false, {}}}};
 
 struct Preset {
   std::string name, description;
   std::array<std::optional<double>, kControls.size()> values;
 };
-
-struct BadLine : std::runtime_error {
-  using std::runtime_error::runtime_error;
-};
-
-std::string trimmed(const std::string& text) {
-  const std::size_t first = text.find_first_not_of(" \t\r");
-  if (first == std::string::npos) return "";
-  return text.substr(first, text.find_last_not_of(" \t\r") + 1 - first);
-}
 
 // Letters made small and digits, other characters as one hyphen between them.
 std::string hyphened(const std::string& text) {
@@ -72,7 +65,8 @@ std::string hyphened(const std::string& text) {
   return plain;
 }
 
-double valueOf(const Control& control, const std::string& text) {
+double valueOf(const Control& control, const PresetSetting& setting) {
+  const std::string& text = setting.value;
   const auto word = std::ranges::find(control.words, text);
   if (word != control.words.end()) return static_cast<double>(word - control.words.begin());
   double value = -1.0;
@@ -80,53 +74,43 @@ double valueOf(const Control& control, const std::string& text) {
   const bool isInRange = value >= 0.0 && value <= control.highest;
   const bool isRead = error == std::errc() && end == text.data() + text.size();
   if (!isRead || !isInRange || (control.isWhole && value != static_cast<int>(value)))
-    throw BadLine(control.key + " cannot be '" + text + "'");
+    throw PresetFault(setting.line, "no such value", "give a name or number that the port has");
   return value;
 }
 
-void begin(const std::string& name, std::vector<Preset>& presets) {
-  const auto isSame = [&](const Preset& preset) { return hyphened(preset.name) == hyphened(name); };
-  if (hyphened(name).empty()) throw BadLine("a preset without a name in plain letters");
-  if (std::ranges::any_of(presets, isSame)) throw BadLine("a second preset '" + name + "'");
-  presets.push_back({name, {}, {}});
-}
-
-void set(const std::string& key, const std::string& text, Preset& preset) {
-  if (key == "description") {
-    preset.description = text;
-    return;
+Preset presetOf(const PresetSection& section) {
+  if (hyphened(section.name).empty())
+    throw PresetFault(section.line, "nothing to make an address of", "give a name in plain letters");
+  Preset preset = {section.name, section.description, {}};
+  for (const PresetSetting& setting : section.settings) {
+    const auto control = std::ranges::find(kControls, setting.parameter, &Control::parameter);
+    if (control == kControls.end())
+      throw PresetFault(setting.line, "moves the pedal, which is the player's", "take the line away");
+    preset.values[control - kControls.begin()] = valueOf(*control, setting);
   }
-  const auto control = std::ranges::find(kControls, key, &Control::key);
-  if (control == kControls.end()) throw BadLine("no key '" + key + "'");
-  auto& value = preset.values[control - kControls.begin()];
-  if (value) throw BadLine("a second " + key);
-  value = valueOf(*control, text);
+  return preset;
 }
 
-void readLine(const std::string& line, std::vector<Preset>& presets) {
-  if (line.empty() || line[0] == '#') return;
-  const std::size_t equals = line.find('=');
-  if (line.front() == '[' && line.back() == ']')
-    begin(line.substr(1, line.size() - 2), presets);
-  else if (equals == std::string::npos || presets.empty())
-    throw BadLine("'" + line + "' is neither [name] nor key = value below one");
-  else
-    set(trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1)), presets.back());
-}
-
-std::vector<Preset> readPresets(const std::string& path) {
+std::string contentsOf(const fs::path& path) {
   std::ifstream file(path);
-  if (!file) throw std::runtime_error(path + ": cannot be read");
+  if (!file) throw std::runtime_error(path.string() + ": cannot be read");
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::vector<Preset> readPresets(const std::string& path) try {
   std::vector<Preset> presets;
-  std::string line;
-  for (int number = 1; std::getline(file, line); ++number) {
-    try {
-      readLine(trimmed(line), presets);
-    } catch (const BadLine& bad) {
-      throw std::runtime_error(path + ":" + std::to_string(number) + ": " + bad.what());
-    }
+  for (const PresetSection& section : readPresetSections(contentsOf(path))) {
+    const auto hasAddress = [&](const Preset& preset) {
+      return hyphened(preset.name) == hyphened(section.name);
+    };
+    if (std::ranges::any_of(presets, hasAddress))
+      throw PresetFault(section.line, "a second preset of this address", "give it another name");
+    presets.push_back(presetOf(section));
   }
   return presets;
+} catch (const PresetFault& fault) {
+  throw std::runtime_error(path + ":" + std::to_string(fault.line.number) + ": '" + fault.line.text +
+                           "': " + fault.what() + "; " + fault.right);
 }
 
 template <typename Number> std::string numberText(Number value) {
@@ -202,10 +186,10 @@ std::string scalePoints(const std::vector<std::string>& labels) {
   return points;
 }
 
-std::vector<std::string> labelsOf(const Control& control) {
+std::vector<std::string> modeLabels() {
   std::vector<std::string> labels;
-  for (const std::string& word : control.words)
-    labels.push_back(spoken(word));
+  for (const std::string& name : kModeNames)
+    labels.push_back(spoken(name));
   return labels;
 }
 
@@ -220,7 +204,7 @@ std::map<std::string, std::string> insertions(const std::string& minor, const st
   const auto initially = [](Parameter parameter) { return numberText(kParameterDefaults[parameter]); };
   return {{"MINOR", minor},
           {"MICRO", micro},
-          {"MODES", scalePoints(labelsOf(kControls[1]))},
+          {"MODES", scalePoints(modeLabels())},
           {"COLORS", scalePoints(colors)},
           {"COLOR_LIST", colorList},
           {"LAST_COLOR", std::to_string(kColorCount - 1)},
@@ -231,24 +215,19 @@ std::map<std::string, std::string> insertions(const std::string& minor, const st
           {"DEFAULT_PEDAL", fractionText(kParameterDefaults[kPedalPos])}};
 }
 
-std::string contentsOf(const fs::path& path) {
-  std::ifstream file(path);
-  if (!file) throw std::runtime_error(path.string() + ": cannot be read");
-  return {std::istreambuf_iterator<char>(file), {}};
-}
-
 // A template with its marks replaced; each has to have an insertion.
 std::string filled(const fs::path& path, const std::map<std::string, std::string>& insertions) {
-  static const std::regex mark("@([A-Z_]+)@");
   const std::string text = contentsOf(path);
   std::string result;
-  auto from = text.begin();
-  for (std::sregex_iterator found(text.begin(), text.end(), mark), end; found != end; ++found) {
-    result.append(from, text.begin() + found->position());
-    result += insertions.at((*found)[1]);
-    from = text.begin() + found->position() + found->length();
+  std::size_t done = 0;
+  for (std::size_t mark = text.find('@'); mark != std::string::npos; mark = text.find('@', done)) {
+    const std::size_t end = text.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ_", mark + 1);
+    const bool isMark = end != std::string::npos && end > mark + 1 && text[end] == '@';
+    result.append(text, done, mark - done);
+    result += isMark ? insertions.at(text.substr(mark + 1, end - mark - 1)) : "@";
+    done = isMark ? end + 1 : mark + 1;
   }
-  return result.append(from, text.end());
+  return result.append(text, done);
 }
 
 void write(const fs::path& path, const std::string& text) {

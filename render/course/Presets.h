@@ -1,9 +1,7 @@
 // Named settings of the parameters: those that come with the program, and a user's own in plain text.
-// Read by our own code because the packaged readers refuse less: of two keys or sections of one name, inih,
-// SimpleIni and the reader in CLI11 let the second one win or join them, they take keys before the first
-// section, and the latter two take a line that is neither a name nor a setting.
 #pragma once
 
+#include "presets/PresetReader.h"
 #include "render/course/Controls.h"
 
 #include <string>
@@ -16,14 +14,10 @@ struct Preset {
   Controls controls;       // constants for the parameters that the preset holds
 };
 
-// Reads presets from text: sections [name] of lines "key = value" with the keys description, color, tone,
-// mode, on and pedal; # begins a comment, but for one in a description. subject: what the text is, for
-// messages. Throws Fault (couldNot) naming the line that is wrong. Allocates.
+// Reads presets from text as readPresetSections does, and their values as the options of the same name do.
+// subject: what the text is, for messages. Throws Fault (couldNot) naming the line that is wrong, or when the
+// text holds no preset. Allocates.
 std::vector<Preset> readPresets(const std::string& subject, std::string_view text);
-
-// Whether two names mean the same preset: capitals do not count, hyphens and underscores stand for blanks.
-// Allocates.
-bool samePresetName(std::string_view left, std::string_view right);
 
 // The presets that come with the program. Allocates.
 std::vector<Preset> shippedPresets();
