@@ -1,8 +1,8 @@
 #include "Page.h"
 
-#include <algorithm>
+#include "Pattern.h"
+
 #include <cctype>
-#include <regex>
 #include <sstream>
 
 namespace {
@@ -10,12 +10,27 @@ namespace {
 using Names = std::vector<std::string>;
 
 // Takes every match out of the text and gives the first group of each.
-Names takeAll(std::string& text, const std::regex& pattern) {
+Names takeAll(std::string& text, const Pattern& pattern) {
   Names all;
-  for (std::sregex_iterator match(text.begin(), text.end(), pattern), end; match != end; ++match)
-    all.push_back((*match)[1]);
-  text = std::regex_replace(text, pattern, " ");
+  std::string rest;
+  std::size_t done = 0;
+  for (auto match = pattern.find(text); match; match = pattern.find(text, done)) {
+    all.push_back(match->groups[1]);
+    rest += text.substr(done, match->begin - done) + ' ';
+    done = match->end;
+  }
+  text = rest + text.substr(done);
   return all;
+}
+
+// Every stretch of blanks as a single one: lines of a list are indented.
+std::string withSingleBlanks(const std::string& text) {
+  std::string single;
+  for (const char character : text) {
+    const bool isBlank = std::isspace(static_cast<unsigned char>(character)) != 0;
+    if (!isBlank || !single.ends_with(' ')) single += isBlank ? ' ' : character;
+  }
+  return single;
 }
 
 void append(Names& names, const Names& more) { names.insert(names.end(), more.begin(), more.end()); }
@@ -37,7 +52,10 @@ bool isRule(const std::string& line) { return line.find_first_not_of("|-: ") == 
 bool isIndented(const std::string& line) { return line.compare(0, 4, "    ") == 0; }
 bool isFence(const std::string& line) { return line.compare(0, 3, "```") == 0; }
 
-bool namesTests(const std::string& head) { return std::regex_search(head, std::regex("\\| *Tests? *\\|")); }
+bool namesTests(const std::string& head) {
+  static const Pattern column("\\| *Tests? *\\|");
+  return column.find(head).has_value();
+}
 
 } // namespace
 
@@ -82,11 +100,13 @@ Page::Page(const std::string& text) {
 }
 
 void Page::takeProse(std::string text, const std::string& row) {
-  text = std::regex_replace(text, std::regex("\\s+"), " "); // lines of a list are indented
-  append(spans, takeAll(text, std::regex("`([^`]+)`")));
-  append(links, takeAll(text, std::regex("\\]\\(([^)\\s]+)\\)")));
-  takeAll(text, std::regex("\\*\\*([^*]+)\\*\\*"));
-  const Names named = takeAll(text, std::regex("\\*([^*\\s][^*]*)\\*"));
+  static const Pattern span("`([^`]+)`"), link(R"(\]\(([^) ]+)\))"), bold(R"(\*\*([^*]+)\*\*)"),
+      italics(R"(\*([^* ][^*]*)\*)");
+  text = withSingleBlanks(text);
+  append(spans, takeAll(text, span));
+  append(links, takeAll(text, link));
+  takeAll(text, bold);
+  const Names named = takeAll(text, italics);
   append(tests, named);
   if (!row.empty()) testedRows.push_back({row, named});
 }

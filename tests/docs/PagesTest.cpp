@@ -1,5 +1,6 @@
 // What the pages say can be followed: tests, files, functions, options and links that they name are there.
 #include "Page.h"
+#include "Pattern.h"
 
 #include "../support/Files.h"
 
@@ -9,10 +10,9 @@
 #include <doctest/doctest.h>
 #include <filesystem>
 #include <map>
-#include <regex>
 #include <set>
 #include <sstream>
-#include <utility>
+#include <unordered_set>
 
 namespace {
 
@@ -61,28 +61,30 @@ bool isSource(const std::string& file) {
 
 // The names of all test cases, taken from their sources, so that they are the same in every configuration.
 std::set<std::string> testNames() {
-  static const std::regex name(R"re(TEST_CASE(?:_FIXTURE)?\((?:\w+, )?\s*"([^"]*)"(?:\s*"([^"]*)")?)re");
+  static const Pattern name(R"re(TEST_CASE(_FIXTURE)?\((\w+, )?\s*"([^"]*)"(\s*"([^"]*)")?)re");
   std::set<std::string> names;
   for (const std::string& file : files()) {
-    if (!isSource(file) || file.compare(0, 6, "tests/") != 0) continue;
+    if (!isSource(file) || !file.starts_with("tests/")) continue;
     const std::string text = contentsOf(kRoot / file);
-    for (std::sregex_iterator match(text.begin(), text.end(), name), end; match != end; ++match)
-      names.insert((*match)[1].str() + (*match)[2].str());
+    for (auto match = name.find(text); match; match = name.find(text, match->end))
+      names.insert(match->groups[3] + match->groups[5]);
   }
   return names;
 }
 
+using Words = std::unordered_set<std::string>;
+
 // Every word of every source.
-std::set<std::string> identifiers() {
-  std::set<std::string> words;
+Words identifiers() {
+  const std::string letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
+  Words words;
   for (const std::string& file : files()) {
     if (!isSource(file)) continue;
-    std::string word;
-    for (const char character : contentsOf(kRoot / file) + " ") {
-      if (std::isalnum(static_cast<unsigned char>(character)) || character == '_')
-        word += character;
-      else
-        words.insert(std::exchange(word, {}));
+    const std::string text = contentsOf(kRoot / file);
+    for (std::size_t begin = text.find_first_of(letters), end; begin < text.size();
+         begin = text.find_first_of(letters, end)) {
+      end = std::min(text.find_first_not_of(letters, begin), text.size());
+      words.insert(text.substr(begin, end - begin));
     }
   }
   return words;
@@ -145,8 +147,8 @@ bool looksLikePath(const std::string& word) {
 }
 
 bool isFileName(const std::string& word) {
-  static const std::regex name(R"(\w+\.(cpp|h|c|md|sh|cmake|ttl|conf|jq|awk|map))");
-  return std::regex_match(word, name);
+  static const Pattern name(R"(\w+\.(cpp|h|c|md|sh|cmake|ttl|conf|jq|awk|map))");
+  return name.whole(word).has_value();
 }
 
 bool isThere(const std::string& word) {
@@ -169,13 +171,13 @@ Names missingFiles(const Page& page) {
   return missing;
 }
 
-Names missingFunctions(const Page& page, const std::set<std::string>& words) {
-  static const std::regex call(R"((?:\w+::)*~?(\w+)\(\))"), member(R"((?:\w+::)+~?(\w+))");
+Names missingFunctions(const Page& page, const Words& words) {
+  static const Pattern call(R"((\w+::)*~?(\w+)\(\))"), member(R"((\w+::)+~?(\w+))");
   Names missing;
   for (const std::string& span : page.spans) {
-    std::smatch match;
-    if (!std::regex_match(span, match, call) && !std::regex_match(span, match, member)) continue;
-    if (!words.contains(match[1])) missing.push_back(span);
+    auto name = call.whole(span);
+    if (!name) name = member.whole(span);
+    if (name && !words.contains(name->groups[2])) missing.push_back(span);
   }
   return missing;
 }
@@ -199,7 +201,7 @@ bool tells(const std::string& help, const std::string& option) {
 }
 
 Names missingOptions(const Page& page) {
-  static const std::regex option("--[a-z][a-z-]*");
+  static const Pattern option("--[a-z][a-z-]*");
   Names missing;
   for (const std::string& whole : codeOf(page)) {
     const std::string code = whole.substr(0, whole.find(" # "));
@@ -207,7 +209,7 @@ Names missingOptions(const Page& page) {
     if (file.empty() || !files().contains(file)) continue;
     const std::string help = contentsOf(kRoot / file);
     for (const std::string& word : wordsOf(code))
-      if (std::regex_match(word, option) && !tells(help, word)) missing.push_back(code);
+      if (option.whole(word) && !tells(help, word)) missing.push_back(code);
   }
   return missing;
 }
@@ -231,20 +233,27 @@ Names brokenLinks(const std::string& file, const Page& page) {
   return broken;
 }
 
-// Every first group of a pattern in a file; comments that go on in the next line are joined before.
+// A file's text; comments that go on in the next line are joined.
+std::string joinedText(const std::string& file) {
+  static const Pattern lineEnd("\n *(// *)?");
+  const std::string text = contentsOf(kRoot / file);
+  std::string joined;
+  std::size_t done = 0;
+  for (auto end = lineEnd.find(text); end; end = lineEnd.find(text, done)) {
+    joined += text.substr(done, end->begin - done) + ' ';
+    done = end->end;
+  }
+  return joined + text.substr(done);
+}
+
+// Every first group of a pattern in a file.
 Names matchesIn(const std::string& file, const std::string& pattern) {
-  static const std::regex lineEnd("\\n *(?://)? *");
-  const std::string text = std::regex_replace(contentsOf(kRoot / file), lineEnd, " ");
-  const std::regex expression(pattern);
-  Names all;
-  for (std::sregex_iterator match(text.begin(), text.end(), expression), end; match != end; ++match)
-    all.push_back((*match)[1]);
-  return all;
+  return Pattern(pattern).all(joinedText(file), 1);
 }
 
 // A thread's tag, the headers that declare operations with slots, and the slots that have other names there.
 const std::string kTag =
-    R"((\[(?:any thread|audio|host|control|set-up|as the|the thread|instantiation)[^\]=*]*\]))";
+    R"((\[(any thread|audio|host|control|set-up|as the|the thread|instantiation)[^]=*]*\]))";
 const Names kSlotHeaders = {"vst/AudioEffect.h", "vst/AudioEffectX.h", "framework/Q_TypeBase.h",
                             "effect/Treadshift.h"};
 const std::set<std::string> kOtherSlots = {"destroy", "destroyAndFree", "setProgramLong"};
@@ -255,20 +264,22 @@ bool isHeader(const std::string& file) {
   return file.ends_with(".h") && folders.contains(file.substr(0, file.find('/')));
 }
 
-std::string firstIn(const std::string& text, const std::string& pattern) {
-  std::smatch match;
-  return std::regex_search(text, match, std::regex(pattern)) ? match[1].str() : std::string();
+std::string firstIn(const std::string& text, const Pattern& pattern) {
+  const auto match = pattern.find(text);
+  return match ? match->groups[1] : std::string();
 }
 
 // What a header declares, by the first group of a pattern, and its tag: that of its own line, else that of
 // the last comment above it in the same paragraph, else none.
 std::multimap<std::string, std::string> tagsIn(const std::string& text, const std::string& declaration) {
+  static const Pattern anyTag(kTag);
+  const Pattern pattern(declaration);
   std::multimap<std::string, std::string> tags;
   std::istringstream lines(text);
   std::string above;
   for (std::string line; std::getline(lines, line);) {
-    const std::string tag = firstIn(line, kTag);
-    const std::string name = firstIn(line.substr(0, line.find("//")), declaration);
+    const std::string tag = firstIn(line, anyTag);
+    const std::string name = firstIn(line.substr(0, line.find("//")), pattern);
     if (!name.empty())
       tags.emplace(name, tag.empty() ? above : tag);
     else if (line.empty() || !tag.empty())
@@ -304,19 +315,12 @@ struct Term {
 
 // The rows of the table whose head is "Term".
 std::vector<Term> glossary(const std::string& page) {
-  static const std::regex row(R"re(\| (\w+) \| [^|]* \| ?([^|]*)\|)re");
-  static const std::regex word("\\w+");
+  static const Pattern row(R"(\| (\w+) \| [^|]* \| ?([^|]*)\|)"), word("\\w+");
   std::vector<Term> terms;
   std::istringstream lines(page.substr(std::min(page.size(), page.find("| Term |"))));
   std::string line;
-  for (std::getline(lines, line); std::getline(lines, line) && line.starts_with("|");) {
-    std::smatch match;
-    if (!std::regex_match(line, match, row)) continue;
-    const std::string rivals = match[2];
-    terms.push_back({match[1], {}});
-    for (std::sregex_iterator rival(rivals.begin(), rivals.end(), word), end; rival != end; ++rival)
-      terms.back().rivals.push_back(rival->str());
-  }
+  for (std::getline(lines, line); std::getline(lines, line) && line.starts_with("|");)
+    if (const auto match = row.whole(line)) terms.push_back({match->groups[1], word.all(match->groups[2])});
   return terms;
 }
 
@@ -332,7 +336,7 @@ std::string sourcesIn(const Names& folders) {
 Names againstGlossary(const std::vector<Term>& terms, const std::string& code,
                       const std::string& restOfCode) {
   const auto stands = [](const std::string& pattern, const std::string& text) {
-    return std::regex_search(text, std::regex(pattern, std::regex::icase));
+    return Pattern(pattern, REG_ICASE).find(text).has_value();
   };
   Names wrong;
   for (const Term& term : terms) {
@@ -397,7 +401,7 @@ TEST_CASE("every script that a page names can be started") {
 }
 
 TEST_CASE("every file, function, option and link of a page leads to what is there") {
-  const std::set<std::string> words = identifiers();
+  const Words words = identifiers();
   for (const auto& [file, page] : pages()) {
     checkNone(file, "there is no such file", missingFiles(page));
     checkNone(file, "no source has this function", missingFunctions(page, words));
@@ -427,14 +431,14 @@ TEST_CASE("every operation and every opcode has a tag") {
 TEST_CASE("an opcode has the tag of the operation that it calls") {
   const auto ofOperations = tagsOfOperations();
   const std::string opcodes = contentsOf(kRoot / "vst/Opcodes.h");
-  const Names rows = matchesIn("tests/support/OpcodeRows.cpp", R"(\{(\d+, Slot::\w+),)");
+  const Names rows = matchesIn("tests/support/OpcodeRows.cpp", R"(\{([0-9]+, Slot::\w+),)");
   CHECK(rows.size() > 40);
   for (const std::string& row : rows) {
     CAPTURE(row);
     const auto operation = ofOperations.find(row.substr(row.rfind(':') + 1));
     REQUIRE(operation != ofOperations.end());
-    CHECK(firstIn(opcodes, "kOp\\w+ = " + row.substr(0, row.find(',')) + R"(\b,?\s*/\* )" + kTag) ==
-          operation->second);
+    const Pattern tag("kOp\\w+ = " + row.substr(0, row.find(',')) + R"(\b,?\s*/\* )" + kTag);
+    CHECK(firstIn(opcodes, tag) == operation->second);
   }
 }
 
