@@ -1,5 +1,6 @@
 # Makes one table of what the benchmarks of both widths found, judges the goals, and exits with 1 when one is
 # missed. Usage: awk -f bench/table.awk width=64 ROWS... width=32 ROWS...
+# -v page=1 makes what docs/performance.md shows instead: the goals as a table, and some rows.
 #
 # Rows are tab separated. A case has four, one per statistic of its runs:
 #   case, name, statistic (p10, median, p90, p99), ns per sample, ratio to the floor, engine's time over its own
@@ -32,18 +33,21 @@ function median_ns(width, name) {
 }
 function spread_head() { return sprintf(" %7s %6s %6s %7s", "10 %", "50 %", "90 %", "99 %") }
 
+# Whether a case is among the few that the page shows.
+function is_shown(name) { return !page || name ~ /^(floor\/|engine\/(rest|moving)\/256$|peer\/)/ }
+
 function print_cases(    k, part) {
-  print "Time per sample: median in ns, then its ratio to the floor: 10, 50, 90 and 99 % of the runs lie below."
+  if (!page) print "Time per sample: median in ns, then its ratio to the floor: 10, 50, 90 and 99 % of the runs lie below."
   printf "%-24s %5s%10s%s%10s%s\n", "", "block", "64-bit ns", spread_head(), "32-bit ns", spread_head()
   for (k = 1; k <= name_count; ++k) {
     split(names[k], part, "/")
-    if (part[1] == "peer" || part[2] == "set-up") continue
+    if (part[1] == "peer" || part[2] == "set-up" || !is_shown(names[k])) continue
     printf "%-24s %5s%s%s%s%s\n", part[1] " " part[2], part[3], median_ns(64, names[k]),
            spread(floor, 64, names[k]), median_ns(32, names[k]), spread(floor, 32, names[k])
   }
 }
 function print_peers(    k, part) {
-  print "Peers, 64 bits, blocks of 256: median in ns, its ratio to the floor, and the engine's time at rest over it."
+  if (!page) print "Peers, 64 bits, blocks of 256: median in ns, its ratio to the floor, and the engine's time at rest over it."
   printf "%-24s %5s%10s%s  %s\n", "", "", "ns", spread_head(), spread_head()
   for (k = 1; k <= name_count; ++k) {
     split(names[k], part, "/")
@@ -128,9 +132,29 @@ function over(dividend, divisor) { return dividend == "" || !divisor ? "" : divi
 
 function goal(width, text, value, limit,    verdict) {
   verdict = value == "" ? "not measured" : value <= limit ? "yes" : "NO"
-  printf "  %d bits  %-58s %7s  at most %.2f  %s\n", width, text, value == "" ? "-" : sprintf("%.2f", value), limit,
-         verdict
+  if (!page)
+    printf "  %d bits  %-58s %7s  at most %.2f  %s\n", width, text, value == "" ? "-" : sprintf("%.2f", value), limit,
+           verdict
   if (verdict != "yes") missed[++missed_count] = width " bits: " text
+  if (!((text, 64) in limits) && !((text, 32) in limits)) goals[++goal_count] = text
+  limits[text, width] = limit
+  found[text, width] = value
+}
+function cell(text, width) {
+  if (!((text, width) in limits)) return "not judged"
+  return (found[text, width] == "" ? "-" : sprintf("%.2f", found[text, width])) "/" limits[text, width]
+}
+function print_goals(    k) {
+  print "| Goal: measured/at most | 64 bits | 32 bits |\n|---|---|---|"
+  for (k = 1; k <= goal_count; ++k) printf "| %s | %s | %s |\n", goals[k], cell(goals[k], 64), cell(goals[k], 32)
+}
+function print_limits() {
+  for (w = 1; w <= width_count; ++w) {
+    print_set_up(widths[w])
+    print_worst(widths[w])
+    print_load(widths[w])
+    print_memory(widths[w])
+  }
 }
 function judge_states(width,    pow) {
   goal(width, "rest over the floor, blocks 64 and up", most(width, "rest"), width == 64 ? 2.2 : 2.6)
@@ -161,20 +185,26 @@ function judge_limits(width,    worst, memory, part, k) {
 }
 
 END {
-  print_cases()
-  print ""
-  print_peers()
-  print ""
-  for (w = 1; w <= width_count; ++w) {
-    print_set_up(widths[w])
-    print_worst(widths[w])
-    print_load(widths[w])
-    print_memory(widths[w])
+  if (!page) {
+    print_cases()
+    print ""
+    print_peers()
+    print ""
+    print_limits()
+    print "\nGoals, judged by medians"
   }
-  print "\nGoals, judged by medians"
   for (w = 1; w <= width_count; ++w) {
     judge_states(widths[w])
     judge_limits(widths[w])
+  }
+  if (page) {
+    print_goals()
+    print "\n```text"
+    print_cases()
+    print ""
+    print_peers()
+    print "```"
+    exit 0
   }
   for (k = 1; k <= missed_count; ++k) print "bench: goal missed: " missed[k] > "/dev/stderr"
   exit missed_count > 0

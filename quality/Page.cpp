@@ -1,11 +1,25 @@
 #include "quality/Page.h"
 
-#include <regex>
+#include <optional>
 #include <stdexcept>
 
 namespace {
 
-const std::regex kPlace("@([^@\\n]+)@");
+struct Place {
+  std::size_t begin, end; // with its at signs
+  std::string name;
+};
+
+// The first place from `from` on: an at sign whose next one stands in the same line, not right behind it.
+std::optional<Place> placeIn(const std::string& form, std::size_t from) {
+  for (std::size_t begin = form.find('@', from); begin != std::string::npos;
+       begin = form.find('@', begin + 1)) {
+    const std::size_t end = form.find_first_of("@\n", begin + 1);
+    if (end != std::string::npos && form[end] == '@' && end > begin + 1)
+      return Place{begin, end + 1, form.substr(begin + 1, end - begin - 1)};
+  }
+  return {};
+}
 
 } // namespace
 
@@ -15,20 +29,19 @@ void Page::put(const std::string& place, std::string text) { texts[place] = std:
 
 std::vector<std::string> Page::places() const {
   std::vector<std::string> names;
-  for (std::sregex_iterator place(form.begin(), form.end(), kPlace), end; place != end; ++place)
-    names.push_back((*place)[1]);
+  for (auto place = placeIn(form, 0); place; place = placeIn(form, place->end))
+    names.push_back(place->name);
   return names;
 }
 
 std::string Page::text() const {
   std::string filled;
   std::size_t done = 0;
-  for (std::sregex_iterator place(form.begin(), form.end(), kPlace), end; place != end; ++place) {
-    const auto found = texts.find((*place)[1]);
-    if (found == texts.end())
-      throw std::runtime_error("the page's place '" + (*place)[1].str() + "' has no text");
-    filled.append(form, done, static_cast<std::size_t>(place->position()) - done).append(found->second);
-    done = static_cast<std::size_t>(place->position() + place->length());
+  for (auto place = placeIn(form, 0); place; place = placeIn(form, done)) {
+    const auto found = texts.find(place->name);
+    if (found == texts.end()) throw std::runtime_error("the page's place '" + place->name + "' has no text");
+    filled.append(form, done, place->begin - done).append(found->second);
+    done = place->end;
   }
   return filled.append(form, done);
 }

@@ -24,6 +24,7 @@ constexpr std::size_t kPictured[] = {0, 1, 6}; // the pedal, another that splice
 struct Wanted {
   std::string module = TREADSHIFT_MODULE;
   std::string form;
+  std::string origin;
   std::string costs;
   std::string directory;
 };
@@ -65,6 +66,7 @@ void writeSheet(const Wanted& wanted) {
   fftwf_set_timelimit(0.0); // peers that have transforms timed and chosen would sound different in each run
   const std::vector<Contender> all = contenders(wanted.module);
 
+  page.put("origin", wanted.origin);
   page.put("table colors", colorTable(wanted.module, announce).text());
   page.put("table sweep", sweepTable(wanted.module, announce).text());
   page.put("table tone", toneTable(wanted.module).text());
@@ -89,6 +91,7 @@ int main(int count, char** arguments) {
   Wanted wanted;
   line.add_option("--module", wanted.module, "the module to measure [the one built along]");
   line.add_option("--form", wanted.form, "the page with places for the numbers")->required();
+  line.add_option("--origin", wanted.origin, "where the numbers come from, in a line")->required();
   line.add_option("--costs", wanted.costs, "the page of the benchmarks, for the cost of a sample")
       ->required();
   line.add_option("--out", wanted.directory, "directory for the page and the pictures' columns")->required();

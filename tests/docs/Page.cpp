@@ -52,6 +52,13 @@ bool isRule(const std::string& line) { return line.find_first_not_of("|-: ") == 
 bool isIndented(const std::string& line) { return line.compare(0, 4, "    ") == 0; }
 bool isFence(const std::string& line) { return line.compare(0, 3, "```") == 0; }
 
+const std::string kMarkStart = "<!-- ", kMarkEnd = " -->", kEndOf = "end of ";
+
+bool isMark(const std::string& line) { return line.starts_with(kMarkStart) && line.ends_with(kMarkEnd); }
+std::string nameOf(const std::string& mark) {
+  return mark.substr(kMarkStart.size(), mark.size() - kMarkStart.size() - kMarkEnd.size());
+}
+
 bool namesTests(const std::string& head) {
   static const Pattern column("\\| *Tests? *\\|");
   return column.find(head).has_value();
@@ -62,12 +69,22 @@ bool namesTests(const std::string& head) {
 Page::Page(const std::string& text) {
   std::istringstream stream(text);
   std::string paragraph;
-  bool inFence = false, inCode = false, afterBlank = true, inTestedTable = false;
+  bool inFence = false, inCode = false, afterBlank = true, inTestedTable = false, inBlock = false;
   const auto endParagraph = [&] {
     takeProse(paragraph);
     paragraph.clear();
   };
   for (std::string line; std::getline(stream, line);) {
+    if (isMark(line)) {
+      endParagraph();
+      inBlock = !nameOf(line).starts_with(kEndOf);
+      if (inBlock) blocks.push_back({nameOf(line), {}});
+      continue;
+    }
+    if (inBlock) {
+      blocks.back().text += line + '\n';
+      continue;
+    }
     if (isFence(line)) {
       endParagraph();
       inFence = !inFence;
@@ -105,8 +122,11 @@ void Page::takeProse(std::string text, const std::string& row) {
   text = withSingleBlanks(text);
   append(spans, takeAll(text, span));
   append(links, takeAll(text, link));
-  takeAll(text, bold);
+  const Names stressed = takeAll(text, bold);
   const Names named = takeAll(text, italics);
+  for (const std::string& words : stressed)
+    text += ' ' + words;
+  prose.push_back(text);
   append(tests, named);
   if (!row.empty()) testedRows.push_back({row, named});
 }

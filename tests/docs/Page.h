@@ -17,6 +17,12 @@ struct Page {
     std::string text; // its lines, each with its end
   };
 
+  // What a script writes between the lines <!-- NAME --> and <!-- end of NAME -->.
+  struct Block {
+    std::string name;
+    std::string text; // its lines, each with its end
+  };
+
   explicit Page(const std::string& text);
 
   std::vector<std::string> tests;    // names in italics, which are tests' in these pages
@@ -25,6 +31,8 @@ struct Page {
   std::vector<std::string> links;    // targets, those of pictures as well
   std::vector<std::string> headings; // as a link's fragment names them
   std::vector<Fence> fences;
+  std::vector<Block> blocks;
+  std::vector<std::string> prose; // paragraphs, headings and rows outside of blocks, without the above
   std::vector<Row> testedRows;
 
 private:
