@@ -178,6 +178,19 @@ std::string labelOf(const Color& color) {
          semitones(color.centsAtHeel) + " to " + semitones(color.centsAtToe) + ")";
 }
 
+std::string mixOf(const Color& color) {
+  switch (color.mixMode) {
+  case kBentAlone:
+    return "the bent note alone";
+  case kBentFadesIntoDry:
+    return "the bent note, which fades into the played one towards the toe";
+  case kDryFadesOut:
+    return "the bent note and the played one, which fades out towards the toe";
+  default:
+    return "the bent note beside the played one";
+  }
+}
+
 std::string scalePoints(const std::vector<std::string>& labels) {
   std::string points;
   for (std::size_t value = 0; value < labels.size(); ++value)
@@ -199,7 +212,7 @@ std::map<std::string, std::string> insertions(const std::string& minor, const st
   std::string colorList;
   for (const Color& color : kColorTable) {
     colors.push_back(labelOf(color));
-    colorList += "- " + labelOf(color) + "\n";
+    colorList += "- " + labelOf(color) + ": " + mixOf(color) + "\n";
   }
   const auto initially = [](Parameter parameter) { return numberText(kParameterDefaults[parameter]); };
   return {{"MINOR", minor},
