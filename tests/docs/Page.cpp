@@ -126,7 +126,7 @@ void Page::takeProse(std::string text, const std::string& row) {
   const Names named = takeAll(text, italics);
   for (const std::string& words : stressed)
     text += ' ' + words;
-  prose.push_back(text);
+  passages.push_back({text, named});
   append(tests, named);
   if (!row.empty()) testedRows.push_back({row, named});
 }

@@ -23,6 +23,11 @@ struct Page {
     std::string text; // its lines, each with its end
   };
 
+  struct Passage {
+    std::string text;               // on one line, without code, targets of links and names of tests
+    std::vector<std::string> tests; // that it names
+  };
+
   explicit Page(const std::string& text);
 
   std::vector<std::string> tests;    // names in italics, which are tests' in these pages
@@ -32,7 +37,7 @@ struct Page {
   std::vector<std::string> headings; // as a link's fragment names them
   std::vector<Fence> fences;
   std::vector<Block> blocks;
-  std::vector<std::string> prose; // paragraphs, headings and rows outside of blocks, without the above
+  std::vector<Passage> passages; // paragraphs, headings and rows outside of blocks
   std::vector<Row> testedRows;
 
 private:
