@@ -303,6 +303,8 @@ TEST_CASE("what a script writes on a page begins with machine and commit") {
       FAIL_CHECK(file, ": ", block);
   }
   CHECK(blocks == 3);
+  const Pattern origin("\nMeasured at commit [0-9a-f]{7,}");
+  CHECK(origin.find(contentsOf(kTree / "docs/quality.md")).has_value()); // which is written as a whole
 }
 
 TEST_CASE("counts, limits and defaults on the pages are those of the code") {
