@@ -12,7 +12,6 @@
 #include <nlohmann/json.hpp>
 #include <numbers>
 #include <sstream>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -331,22 +330,19 @@ TEST_CASE("without an output the player hears the sound while it is rendered, an
   writeTake("in.wav", 40000);
   writeTake("live", 40000);
   SlowInput input("live", 60000);
+  const Bell bell("bell");
   Program program("live --play" + course,
-                  withProgram("play", "exec /bin/cat > '" + work.path("heard.au") + "'\n"));
+                  withProgram("play", "cd '" + work.path("") +
+                                          "'\n/usr/bin/head -c 50000 > heard.au\necho heard > bell\n"
+                                          "exec /bin/cat >> heard.au\n"));
   input.handFirst();
-  const auto heardBytes = [&] {
-    std::error_code error;
-    const auto size = fs::file_size("heard.au", error);
-    return error ? 0 : size;
-  };
-  while (program.isRunning() && heardBytes() < 50000)
-    usleep(1000);
-  CHECK(heardBytes() < 60000); // the rest is not there yet
+  CHECK(bell.nextLine(program) == "heard");
+  CHECK(fs::file_size("heard.au") < 60000); // the rest is not there yet
   input.handRest();
   const Outcome outcome = program.wait();
   CHECK(outcome.err == "");
   CHECK(outcome.status == 0);
-  CHECK(work.names() == Names{"heard.au", "in.wav", "live", "programs"});
+  CHECK(work.names() == Names{"bell", "heard.au", "in.wav", "live", "programs"});
   REQUIRE(render("in.wav out.wav" + course).status == 0);
   CHECK(samplesOf("heard.au") == samplesOf("out.wav"));
 }
@@ -417,16 +413,12 @@ TEST_CASE("without a player nothing is rendered") {
 TEST_CASE("a signal ends the player too and takes the temporary files along") {
   const Workspace work;
   writeTake("in.wav", 40000);
+  const Bell bell("bell");
   Program program("in.wav --play",
-                  withProgram("play", "echo $$ > '" + work.path("player") + "'\nexec /bin/sleep 600\n"));
-  while (program.isRunning() && (!fs::exists("player") || fs::file_size("player") == 0))
-    usleep(1000);
-  const pid_t player = std::stoi(contentsOf("player"));
+                  withProgram("play", "echo $$ > '" + work.path("bell") + "'\nexec /bin/sleep 600\n"));
+  const std::string player = bell.nextLine(program);
   program.signal(SIGTERM);
   CHECK(program.wait().status == 128 + SIGTERM);
-  CHECK(work.names() == Names{"in.wav", "player", "programs"});
-  int waits = 0;
-  while (isRunning(player) && ++waits < 5000)
-    usleep(1000);
-  CHECK(waits < 5000);
+  CHECK(work.names() == Names{"bell", "in.wav", "programs"});
+  CHECK(ends(std::stoi(player)));
 }

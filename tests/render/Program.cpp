@@ -1,5 +1,7 @@
 #include "Program.h"
 
+#include "worker/Processes.h"
+
 #include <algorithm>
 #include <csignal>
 #include <cstdlib>
@@ -8,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <poll.h>
 #include <sstream>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
@@ -154,6 +157,15 @@ bool Program::isRunning() const {
          ended.si_pid == 0;
 }
 
+bool Program::awaitReadable(int descriptor) const {
+  const int ended = endOf(child);
+  REQUIRE(ended >= 0);
+  struct pollfd either[] = {{descriptor, POLLIN, 0}, {ended, POLLIN, 0}};
+  REQUIRE(poll(either, 2, -1) > 0);
+  close(ended);
+  return (either[0].revents & POLLIN) != 0;
+}
+
 int Program::filesWrittenIn(const std::string& directory) const {
   const std::string descriptors = "/proc/" + std::to_string(child) + "/fd";
   std::error_code error;
@@ -240,6 +252,22 @@ void writeBytes(const std::string& path, const std::string& bytes) {
   std::ofstream file(path, std::ios::binary);
   file << bytes;
   REQUIRE(file.good());
+}
+
+// Opened for both directions, it has a reader and a writer at any time.
+Bell::Bell(const std::string& name) {
+  REQUIRE(mkfifo(name.c_str(), 0600) == 0);
+  end = open(name.c_str(), O_RDWR | O_CLOEXEC);
+  REQUIRE(end >= 0);
+}
+
+Bell::~Bell() { close(end); }
+
+std::string Bell::nextLine(const Program& program) const {
+  std::string line;
+  for (char byte; program.awaitReadable(end) && read(end, &byte, 1) == 1 && byte != '\n';)
+    line += byte;
+  return line;
 }
 
 SlowInput::SlowInput(const std::string& file, long firstBytes)

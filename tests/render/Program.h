@@ -60,6 +60,9 @@ public:
 
   bool isRunning() const;
 
+  // Blocks until there is something to read, or the program has ended. Whether there is.
+  bool awaitReadable(int descriptor) const;
+
   // Until it has so many files open for writing that are or will be in a directory, or has ended. They need
   // not have a name yet.
   void awaitOutputs(const std::string& directory, int count = 1) const;
@@ -96,6 +99,21 @@ Surroundings withProgram(const std::string& name, const std::string& script);
 bool holds(const std::string& text, const std::string& part);
 Names linesOf(const std::string& text);
 void writeBytes(const std::string& path, const std::string& bytes);
+
+// A named pipe into which whoever the program starts writes lines.
+class Bell {
+public:
+  explicit Bell(const std::string& name);
+  ~Bell();
+  Bell(const Bell&) = delete;
+  Bell& operator=(const Bell&) = delete;
+
+  // Blocks until the next line is there: without its end, and empty when the program has ended instead.
+  std::string nextLine(const Program& program) const;
+
+private:
+  int end;
+};
 
 // A recording that comes through a named pipe in two parts, so that a program waits in the middle of its
 // work.

@@ -1,7 +1,7 @@
 // A module that does what a broken one may do. The environment variable TREADSHIFT_TEST_FAULT says when and
-// what, as in "block:crash", and TREADSHIFT_TEST_MARK names a file to write where that is "mark"; without
-// them the effect works: it turns the sound upside down once it is resumed, and its first parameter tells how
-// many descriptors are open while it looks.
+// what, as in "block:crash", and TREADSHIFT_TEST_MARK names a file that is told when the time has come;
+// without them the effect works: it turns the sound upside down once it is resumed, and its first parameter
+// tells how many descriptors are open while it looks.
 #include "framework/Q_TypeIF.h"
 #include "vst/AEffect.h"
 #include "vst/Opcodes.h"
@@ -40,13 +40,17 @@ void makeNoise() {
   if (read(STDIN_FILENO, nothing, sizeof nothing) != 0) std::abort();
 }
 
+void mark(const std::string& moment) {
+  if (const char* const file = std::getenv("TREADSHIFT_TEST_MARK")) std::ofstream(file) << moment + "\n";
+}
+
 void misbehaveAt(const std::string& moment) {
+  if (fault().starts_with(moment + ":")) mark(moment);
   if (isFault(moment, "crash")) endBySignal(SIGSEGV);
   if (isFault(moment, "abort")) endBySignal(SIGABRT);
   if (isFault(moment, "exit")) _exit(3);
   if (isFault(moment, "throw")) throw std::runtime_error("out of strings");
   if (isFault(moment, "noise")) makeNoise();
-  if (isFault(moment, "mark")) std::ofstream(std::getenv("TREADSHIFT_TEST_MARK")) << moment;
   while (isFault(moment, "hang"))
     pause();
   if (isFault(moment, "hang up")) {

@@ -38,14 +38,20 @@ void checkFault(const std::string& fault, const std::string& module, const std::
   checkFailure(module, wrong);
 }
 
-// The workers of the one program that runs, when every channel has its own.
-std::vector<pid_t> awaitWorkers() {
-  const pid_t program = awaitChildOf(getpid());
-  for (;; usleep(1000)) {
-    const auto workers = childrenOf(program);
-    if (workers.size() == 2) return workers;
+// A render whose two channels hang in their first blocks, each in a worker of its own.
+struct HangingRender {
+  HangingRender() {
+    for (int channel = 0; channel < 2; ++channel)
+      REQUIRE(bell.nextLine(program) == "block");
+    workers = childrenOf(childrenOf(getpid()).front());
+    REQUIRE(workers.size() == 2);
   }
-}
+
+  const Bell bell{"bell"};
+  const Environment fault{kFault, "block:hang"}, mark{kMark, fs::absolute("bell")};
+  Program program{withModule(TREADSHIFT_BROKEN_32)};
+  std::vector<pid_t> workers;
+};
 
 } // namespace
 
@@ -118,37 +124,31 @@ TEST_CASE("a module that talks and signals itself does not disturb a render") {
   }
 }
 
-TEST_CASE("a worker that is killed in the middle of a render is one line") {
+TEST_CASE("workers that are killed in the middle of a render are one line") {
   const Workspace work;
   writeStereo();
-  const Environment environment(kFault, "block:hang");
-  Program program(withModule(TREADSHIFT_BROKEN_32));
-  for (pid_t worker : awaitWorkers())
+  HangingRender render;
+  for (const pid_t worker : render.workers)
     kill(worker, SIGKILL);
-  const Outcome outcome = program.wait();
-  CHECK(outcome.err.starts_with("treadshift-render: module '" TREADSHIFT_BROKEN_32
-                                "': lost its worker process while it "));
-  CHECK(outcome.err.ends_with(" (killed by SIGKILL); it was ended from outside, as by a user or for want of "
-                              "memory; try again\n"));
-  CHECK(linesOf(outcome.err).size() == 1);
+  const Outcome outcome = render.program.wait();
+  CHECK(outcome.err == "treadshift-render: module '" TREADSHIFT_BROKEN_32
+                       "': lost its worker process while it processed a block (killed by SIGKILL); it was "
+                       "ended from outside, as by a user or for want of memory; try again\n");
   CHECK(outcome.status == 1);
-  CHECK(work.names() == Names{"in.wav"});
+  CHECK(work.names() == Names{"bell", "in.wav"});
 }
 
 TEST_CASE("a program that is stopped takes its hanging workers with it") {
-  const Workspace work;
-  writeStereo();
-  const Environment environment(kFault, "block:hang");
-  for (int number : {SIGINT, SIGKILL}) {
-    Program program(withModule(TREADSHIFT_BROKEN_32));
-    const auto workers = awaitWorkers();
-    program.signal(number);
-    CHECK(program.wait().status == 128 + number);
-    for (pid_t worker : workers) {
-      while (isRunning(worker))
-        usleep(1000);
-    }
-    if (number == SIGINT) CHECK(work.names() == Names{"in.wav"});
+  for (const int number : {SIGINT, SIGKILL}) {
+    CAPTURE(number);
+    const Workspace work;
+    writeStereo();
+    HangingRender render;
+    render.program.signal(number);
+    CHECK(render.program.wait().status == 128 + number);
+    for (const pid_t worker : render.workers)
+      CHECK(ends(worker));
+    CHECK(work.names() == Names{"bell", "in.wav"});
   }
 }
 
