@@ -80,8 +80,10 @@ public:
       tick += bytes.variableNumber();
       const int status = bytes.statusFollows() ? static_cast<int>(bytes.number(1)) : channelStatus;
       if (status == kMeta) {
+        channelStatus = 0;
         readMeta();
       } else if (status == kSystemExclusive || status == kContinuation) {
+        channelStatus = 0;
         bytes.take(bytes.variableNumber());
       } else {
         readChannelMessage(status);
@@ -118,7 +120,7 @@ private:
   MidiBytes bytes;
   std::vector<MidiEvent>& list;
   double tick = 0.0;
-  int channelStatus = 0; // of the last message for a channel: the next one may leave it out
+  int channelStatus = 0; // of the last message, which the next one may leave out; 0 if it was for no channel
   bool ended = false;
 };
 

@@ -154,6 +154,10 @@ TEST_CASE("a file that cannot be right is refused") {
            midiFile(0, kTicks, {midiTrack({controller(0, 11, 200)})}),
            midiFile(0, kTicks, {midiTrack({message(0, "\xf8")})}), // clock: not for files
            midiFile(0, kTicks, {good, std::string()}),             // a track is missing
+           // A status that a message of another kind has ended is left out.
+           midiFile(0, kTicks, {midiTrack({controller(0, 11, 0), tempo(0, 500000), message(1, "\x0b\x7f")})}),
+           midiFile(0, kTicks,
+                    {midiTrack({controller(0, 11, 0), message(0, "\xf0\x01\xf7"), message(1, "\x0b\x7f")})}),
            "MThd" + std::string("\xff\xff\xff\xff", 4),
        })
     CHECK(midiFault(file) == kDamaged);
