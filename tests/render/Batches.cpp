@@ -98,6 +98,14 @@ TEST_CASE("each failure has its own reason, whatever runs beside it") {
   CHECK(told == 60);
 }
 
+TEST_CASE("no recording keeps a descriptor") {
+  const Workspace work;
+  writeTakes();
+  const Outcome outcome = shell("ulimit -n 12; treadshift-render take*.wav --out-dir bent --jobs 1");
+  CHECK(outcome.err == "");
+  CHECK(outcome.status == 0);
+}
+
 TEST_CASE("outputs keep the names, and the extensions that can be written") {
   const Workspace work;
   writeTake("a.flac", 1000, 1, SF_FORMAT_FLAC | SF_FORMAT_PCM_16);

@@ -60,6 +60,7 @@ TEST_CASE("a wrong line is named with its number, its text and what would be rig
       {"time,0.5\n", "line 1 'time,0.5': "},
       // A long or strange line makes a short message of one line.
       {"0,0\n" + std::string(100000, 'x') + "\n", "line 2 '" + std::string(40, 'x') + "...': not "},
+      {"0,0\n" + std::string(39, 'x') + "ü and more\n", "line 2 '" + std::string(39, 'x') + "...': not "},
       {"0,\x01\n", "line 1 '0,?': "},
   });
   for (const char* text : {"", "\n\n", "# nothing\n", "time,value\n"})

@@ -1,6 +1,8 @@
 // An output appears whole or not at all, and the input is never at risk.
 #include "Program.h"
 #include "SoundFiles.h"
+#include "render/file/ScratchFile.h"
+#include "worker/Processes.h"
 
 #include <csignal>
 #include <cstdlib>
@@ -173,6 +175,8 @@ TEST_CASE("the sound that --normalize keeps waiting does so where TMPDIR says") 
       "temporary file in 'none': No such file or directory; make room, or name another directory with "
       "TMPDIR\n",
       surroundings);
+  const Environment empty("TMPDIR", "");
+  CHECK(temporaryDirectory() == "/tmp");
 }
 
 TEST_CASE("permissions are those of the replaced file, or the usual ones") {
