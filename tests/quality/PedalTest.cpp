@@ -1,10 +1,9 @@
-// The module through the measures: a short slice of the sheet, with what must be true of it.
+// The module through the measures: a short slice of the sheet, with what must be true of it. Intervals are
+// proved in sound/, and with the splices by the rows of the page.
 #include "engine/PedalNumbers.h"
 #include "quality/FadeShape.h"
-#include "quality/Interval.h"
 #include "quality/PedalShifter.h"
 #include "quality/SettingReport.h"
-#include "quality/Splices.h"
 #include "quality/ToneResponse.h"
 
 #include <algorithm>
@@ -35,30 +34,6 @@ double pathDb(double hz, double k1, double k2, double k3, double k4) {
 }
 
 } // namespace
-
-TEST_CASE("the interval of every colour is within a cent of the intended one, at heel and toe") {
-  for (const Color& color : kColorTable) {
-    for (const double pedal : {0.0, 1.0}) {
-      const double cents = centsAt(color.number, pedal);
-      if (color.number == 0 && pedal == 1.0) continue; // only dry sound is left there
-      const double ratio = std::exp2(cents / 1200.0);
-      const double spliceRate = 2.0 * std::abs(1.0 - ratio) * kRateHz / kSweepSamples;
-      CAPTURE(color.number);
-      CAPTURE(pedal);
-      CHECK(std::abs(measuredCents(pedalAt(color.number, pedal), ratio, spliceRate) - cents) < 1.0);
-    }
-  }
-}
-
-TEST_CASE("the splice rate is that of the sweep") {
-  for (const double pedal : {0.25, 1.0}) {
-    const double ratio = std::exp2(pedal);
-    const auto rate = splicesPerSecond(pedalAt(2, pedal), ratio);
-    REQUIRE(rate);
-    CHECK(*rate == doctest::Approx(2.0 * std::abs(1.0 - ratio) * kRateHz / kSweepSamples).epsilon(0.003));
-  }
-  CHECK(!splicesPerSecond(pedalAt(2, 0.0), 1.0));
-}
 
 TEST_CASE("the latency lies between the shortest and the longest delay of a tap, its median about half way") {
   const auto delay = measuredDelay(pedalAt(2, 1.0), 2.0);
