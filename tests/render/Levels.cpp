@@ -14,13 +14,7 @@ using Samples = std::vector<double>;
 
 // The output of a call with the pedal off.
 Sound passed(const Sound& in, const std::string& options, const std::string& notice = "") {
-  CAPTURE(options);
-  writeSound("in.wav", in);
-  const Outcome outcome = render("in.wav out.wav --on off " + options);
-  CHECK(outcome.status == 0);
-  CAPTURE(outcome.err);
-  CHECK((notice.empty() ? outcome.err.empty() : holds(outcome.err, notice)));
-  return readSound("out.wav");
+  return rendered(in, "--on off " + options, notice);
 }
 
 std::vector<int> steps(int bits) {

@@ -20,13 +20,7 @@ const std::string kMoves =
     "--pedal 0:0,0.3:1,0.6:0.2 --color 0:0,0.15:6,0.35:2,0.5:4,0.52:0 --on 0:1,0.25:0,0.42:1 ";
 
 Samples rendered(const Samples& in, const std::string& options, const std::string& notice = "") {
-  writeSound("in.wav", {kRateHz, 1, kWavDouble, in});
-  const Outcome outcome = render("in.wav out.wav " + options);
-  CAPTURE(options);
-  CAPTURE(outcome.err);
-  REQUIRE(outcome.status == 0);
-  CHECK((notice.empty() ? outcome.err.empty() : holds(outcome.err, notice)));
-  return samplesOf("out.wav");
+  return rendered(Sound{kRateHz, 1, kWavDouble, in}, options, notice).samples;
 }
 
 double peakOf(const Samples& samples) { return largestDifference(samples, Samples(samples.size())); }

@@ -4,25 +4,14 @@
 
 #include <doctest/doctest.h>
 
-namespace {
-
-// A line of shell that must go well without a word.
-void runSilent(const std::string& line) {
-  CAPTURE(line);
-  const Outcome outcome = shell(line);
-  CHECK(outcome.err == "");
-  REQUIRE(outcome.status == 0);
-}
-
-} // namespace
-
 TEST_CASE("the standard output gets AU in the sample format of the input") {
   for (int format : {SF_FORMAT_PCM_16, SF_FORMAT_PCM_24, SF_FORMAT_FLOAT}) {
     CAPTURE(format);
     const Workspace work;
     writeSound("in.wav", {48000, 2, SF_FORMAT_WAV | format, softNoise(20000)});
-    runSilent("treadshift-render in.wav - --on off | cat > piped.au; treadshift-render in.wav - --on off > "
-              "kept.au");
+    CHECK(sh("treadshift-render in.wav - --on off | cat > piped.au; treadshift-render in.wav - --on off > "
+             "kept.au")
+              .err == "");
     for (const char* name : {"piped.au", "kept.au"}) {
       CAPTURE(name);
       const Sound out = readSound(name);
@@ -37,8 +26,8 @@ TEST_CASE("other types go to the standard output whole") {
   for (const std::string type : {"wav", "flac", "ogg", "aiff", "rf64"}) {
     const Workspace work;
     writeTake("in.wav", 20000);
-    runSilent("treadshift-render in.wav named --type " + type + " && treadshift-render in.wav - --type " +
-              type + " | cat > piped");
+    sh("treadshift-render in.wav named --type " + type + " && treadshift-render in.wav - --type " + type +
+       " | cat > piped");
     CHECK(contentsOf("piped") == contentsOf("named"));
     CHECK(work.names() == Names{"in.wav", "named", "piped"});
   }
@@ -47,11 +36,10 @@ TEST_CASE("other types go to the standard output whole") {
 TEST_CASE("a chain of pedals works between programs") {
   const Workspace work;
   writeTake("in.wav", 30000, 1, kWavDouble);
-  runSilent(
-      "treadshift-render -q in.wav a.wav --pedal 1 && treadshift-render -q a.wav b.wav --color 2 --pedal 0.5 "
-      "&&"
-      "cat in.wav | treadshift-render -q - - --pedal 1 | treadshift-render -q - - --color 2 --pedal 0.5 > "
-      "b.au");
+  sh("treadshift-render -q in.wav a.wav --pedal 1 && treadshift-render -q a.wav b.wav --color 2 --pedal 0.5 "
+     "&&"
+     "cat in.wav | treadshift-render -q - - --pedal 1 | treadshift-render -q - - --color 2 --pedal 0.5 > "
+     "b.au");
   CHECK(samplesOf("b.au") == samplesOf("b.wav"));
 }
 
@@ -118,7 +106,7 @@ TEST_CASE("an input that is also the standard output is refused") {
 TEST_CASE("a closed standard stream is not taken by a file") {
   const Workspace work;
   writeTake("in.wav", 4000);
-  runSilent("treadshift-render -q in.wav right.wav --gain 60");
+  sh("treadshift-render -q in.wav right.wav --gain 60");
   for (const std::string closed : {"<&-", ">&-", "2>&-", "<&- >&- 2>&-"}) {
     CAPTURE(closed);
     CHECK(shell("treadshift-render in.wav out.wav --gain 60 " + closed).status == 0); // it says something

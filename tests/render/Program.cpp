@@ -205,6 +205,16 @@ Outcome render(const std::string& arguments, const Surroundings& surroundings) {
   return Program(arguments, surroundings).wait();
 }
 
+Sound rendered(const Sound& in, const std::string& options, const std::string& notice) {
+  CAPTURE(options);
+  writeSound("in.wav", in);
+  const Outcome outcome = render("in.wav out.wav " + options);
+  CAPTURE(outcome.err);
+  REQUIRE(outcome.status == 0);
+  CHECK((notice.empty() ? outcome.err.empty() : holds(outcome.err, notice)));
+  return readSound("out.wav");
+}
+
 void checkRefused(int status, const std::string& arguments, const std::string& message,
                   const Surroundings& surroundings) {
   CAPTURE(arguments);
@@ -224,6 +234,14 @@ Outcome shell(const std::string& line, const Surroundings& surroundings) {
   return Program(Program::Line{"PATH='" + directory + "':$PATH TMPDIR=$PWD\nexport TMPDIR\n" + line},
                  surroundings)
       .wait();
+}
+
+Outcome sh(const std::string& line) {
+  const Outcome outcome = shell(line);
+  CAPTURE(line);
+  CAPTURE(outcome.err);
+  REQUIRE(outcome.status == 0);
+  return outcome;
 }
 
 Surroundings withProgram(const std::string& name, const std::string& script) {

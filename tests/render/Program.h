@@ -1,6 +1,7 @@
 // Runs treadshift-render as a user does, in a directory of its own.
 #pragma once
 
+#include "SoundFiles.h"
 #include "tests/support/Files.h"
 
 #include <string>
@@ -84,6 +85,9 @@ private:
 // Runs the program to its end. arguments: as typed in a shell.
 Outcome render(const std::string& arguments, const Surroundings& surroundings = {});
 
+// Renders a sound, in.wav, to out.wav, which must go well and tell nothing, or something that holds `notice`.
+Sound rendered(const Sound& in, const std::string& options, const std::string& notice = "");
+
 // A call that must be refused with that status, without any output or change of a file's name. message: how
 // the one line on standard error goes on behind "treadshift-render: "; with its end it is the whole line.
 void checkRefused(int status, const std::string& arguments, const std::string& message,
@@ -91,6 +95,9 @@ void checkRefused(int status, const std::string& arguments, const std::string& m
 
 // Runs a line of shell in which the program can be called by its name and keeps its temporary files here.
 Outcome shell(const std::string& line, const Surroundings& surroundings = {});
+
+// A line of shell that must go well.
+Outcome sh(const std::string& line);
 
 // Surroundings with a PATH of one directory, "programs", and temporary files here. The directory gets an
 // executable script of that name; "" makes none. The shell's own commands are reached by their full names.

@@ -1,4 +1,5 @@
-// What the program writes is what the module gives a host that drives it block by block.
+// What the program writes is what the module gives a host that drives it block by block, however it is asked.
+#include "MidiBytes.h"
 #include "Program.h"
 #include "SoundFiles.h"
 #include "engine/PedalNumbers.h"
@@ -41,12 +42,9 @@ std::vector<double> drive(const std::vector<double>& in, int rateHz, int blockFr
   return out;
 }
 
-std::vector<double> rendered(const Sound& sound, const std::string& options) {
-  writeSound("in.wav", sound);
-  const Outcome outcome = render("in.wav out.wav " + options);
-  REQUIRE(outcome.err == "");
-  REQUIRE(outcome.status == 0);
-  const Sound out = readSound("out.wav");
+// In the format of the input.
+std::vector<double> samplesRendered(const Sound& sound, const std::string& options) {
+  const Sound out = rendered(sound, options);
   CHECK(out.rateHz == sound.rateHz);
   CHECK(out.channels == sound.channels);
   CHECK(out.format == sound.format);
@@ -80,7 +78,7 @@ const std::string kCourseOptions = "--pedal 0:0,0.1:1,0.3:0.25 --tone 0:1,0.25:0
 TEST_CASE("without options the effect keeps its own settings, in blocks of 64") {
   const Workspace work;
   const Sound in = {44100, 1, kWavDouble, noise(10000)};
-  CHECK(rendered(in, "") == drive(in.samples, 44100, 64, {}));
+  CHECK(samplesRendered(in, "") == drive(in.samples, 44100, 64, {}));
 }
 
 TEST_CASE("moving parameters at any rate, in blocks of any size, in a sound of any length") {
@@ -102,7 +100,7 @@ TEST_CASE("moving parameters at any rate, in blocks of any size, in a sound of a
     CAPTURE(row.block);
     CAPTURE(row.frames);
     const Sound in = {row.rateHz, 1, kWavDouble, noise(row.frames)};
-    CHECK(rendered(in, kCourseOptions + "--block " + std::to_string(row.block)) ==
+    CHECK(samplesRendered(in, kCourseOptions + "--block " + std::to_string(row.block)) ==
           drive(in.samples, row.rateHz, row.block, kCourses));
   }
 }
@@ -116,7 +114,7 @@ TEST_CASE("every channel runs through an effect of its own") {
                                                   noise(kFrames, 2)};
   for (std::size_t i = 0; i < in.samples.size(); ++i)
     in.samples[i] = sources[i % kChannels][i / kChannels];
-  const Sound out = {44100, kChannels, in.format, rendered(in, kCourseOptions)};
+  const Sound out = {44100, kChannels, in.format, samplesRendered(in, kCourseOptions)};
   for (int channel = 0; channel < kChannels; ++channel)
     CHECK(out.channel(channel) == drive(sources[channel], 44100, 64, kCourses));
   CHECK(out.channel(1) == sources[1]); // silent
@@ -129,7 +127,7 @@ TEST_CASE("the tail is what the effect makes of silence behind the recording") {
   auto padded = in.samples;
   padded.resize(10000 + 11025);
   const auto expected = drive(padded, 44100, 64, kCourses);
-  CHECK(rendered(in, kCourseOptions + "--tail 0.25") == expected);
+  CHECK(samplesRendered(in, kCourseOptions + "--tail 0.25") == expected);
   CHECK(std::any_of(expected.begin() + 10000, expected.end(),
                     [](double sample) { return std::abs(sample) > 0.01; }));
 }
@@ -148,7 +146,7 @@ TEST_CASE("a file of floats or whole numbers gets the nearest ones") {
   auto floats = exact;
   for (double& sample : floats)
     sample = static_cast<float>(sample);
-  CHECK(rendered({44100, 1, SF_FORMAT_WAV | SF_FORMAT_FLOAT, noise(8000)}, kCourseOptions) == floats);
+  CHECK(samplesRendered({44100, 1, SF_FORMAT_WAV | SF_FORMAT_FLOAT, noise(8000)}, kCourseOptions) == floats);
 
   writeSound("in.wav", {44100, 1, kWav16, noise(8000)});
   REQUIRE(render("in.wav out.wav " + kCourseOptions).status == 0);
@@ -160,4 +158,45 @@ TEST_CASE("a file of floats or whole numbers gets the nearest ones") {
     if (std::abs(written[i] / 65536 - nearest) > 0.5) ++wrong;
   }
   CHECK(wrong == 0);
+}
+
+TEST_CASE("every way to draw a pedal makes the same sound, sample for sample") {
+  const Workspace work;
+  const Sound in = {48000, 1, kWavDouble, noise(76800)};
+  writeBytes("take.csv", "time,value\r\n0,0\r\n0.5,1 # toe\r\n1.25,0\r\n1.5,1\r\n");
+  // 480 ticks a quarter: half a second each up to tick 480, then 1 s for 0.75 of one, then 0.5 s for half.
+  writeBytes("take.mid", midiFile(1, 480,
+                                  {midiTrack({tempo(480, 1000000)}),
+                                   midiTrack({controller(0, 11, 0), controller(480, 11, 127),
+                                              controller(360, 11, 0), controller(120, 11, 127)})}));
+  writeBytes("mine.conf", "[mine]\ncolor = 3\ntone = 0.25\nmode = bass\npedal = 0.5\n");
+  const std::string points = "0:0,0.5:1,1.25:0,1.5:1";
+  struct Row {
+    std::string options, same;
+  };
+  for (const Row& row : {
+           Row{"--pedal take.csv", "--pedal " + points},
+           {"--pedal take.mid", "--pedal " + points},
+           {"--tone take.csv", "--tone " + points},
+           {"--tone take.mid", "--tone " + points},
+           {"--interval 0:0,0.5:+6st,0.5:+1200c", "--color 2 --pedal 0:0,0.5:0.5,0.5:1"},
+           {"--pedal triangle:0.5:0.25-0.75 --block 1000",
+            "--pedal 0:0.25,0.25:0.75,0.5:0.25,0.75:0.75,1:0.25,1.25:0.75,1.5:0.25,1.75:0.75 --block 1000"},
+           {"--pedal steps:0.8:0-1", "--pedal 0:0,0.4:0,0.4:1,0.8:1,0.8:0,1.2:0,1.2:1"},
+           {"--load-preset mine.conf", "--color 3 --tone 0.25 --mode bass --pedal 0.5"},
+           {"--preset 'Octave climb' --pedal 0.5", "--color octave-up --tone 0.8 --mode guitar --pedal 0.5"},
+       }) {
+    CAPTURE(row.options);
+    const auto samples = rendered(in, row.options + " -q --no-tags -y").samples;
+    CHECK((samples == rendered(in, row.same + " -q --no-tags -y").samples));
+    CHECK((samples != rendered(in, "-q --no-tags -y").samples));
+  }
+}
+
+TEST_CASE("the colour that was found for an interval is told, one that is given is not") {
+  const Workspace work;
+  writeTake("in.wav", 4000);
+  CHECK(render("in.wav out.wav --interval +7st").err ==
+        "treadshift-render: --interval: in colour 2, octave-up (bent alone); --color takes another\n");
+  CHECK(render("in.wav out.wav --interval +7st --color 2").err == "");
 }

@@ -10,15 +10,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-// A line of shell, which must go well.
-std::string sh(const std::string& line) {
-  const Outcome outcome = shell(line);
-  CAPTURE(line);
-  CAPTURE(outcome.err);
-  CHECK(outcome.status == 0);
-  return outcome.out;
-}
-
 void writeTakeAt48(const std::string& path, unsigned seed = 1) {
   writeSound(path, {48000, 1, kWav16, softNoise(24000, seed)});
 }
@@ -110,7 +101,8 @@ TEST_CASE("texts that other tools wrote stay in every type that holds them") {
     inputs += " -i " + output + " \\\n";
   }
   const std::string told = sh("ffmpeg -hide_banner -nostdin -v level+info" + inputs + maps +
-                              " -f null - 2>&1 | sed 's/ *: /=/' | tr A-Z a-z");
+                              " -f null - 2>&1 | sed 's/ *: /=/' | tr A-Z a-z")
+                               .out;
   CHECK_FALSE(holds(told, "[error]"));
   CHECK_FALSE(holds(told, "[fatal]"));
   for (const std::string& output : outputs) {
@@ -133,7 +125,7 @@ TEST_CASE("texts with names of their own stay, those of the old file go, and -v 
   sh("flac -s -T ALBUMARTIST=Band -T MOOD=blue -T ENCODER=old -T REPLAYGAIN_TRACK_GAIN=-3dB -o in.flac "
      "take.wav");
   sh("treadshift-render in.flac out.flac");
-  const std::string listed = sh("metaflac --list --block-type=VORBIS_COMMENT out.flac");
+  const std::string listed = sh("metaflac --list --block-type=VORBIS_COMMENT out.flac").out;
   CHECK(holds(listed, "ALBUMARTIST=Band"));
   CHECK(holds(listed, "MOOD=blue"));
   CHECK_FALSE(holds(listed, "REPLAYGAIN"));
@@ -213,7 +205,7 @@ TEST_CASE("what an output tells brings back its bytes, and options given besides
   sh("treadshift-render take.wav one.wav --preset octave-climb --pedal sweep.csv --tone 0:0.3,0.2:1 --gain "
      "-3" +
      rest);
-  const std::string line = sh("treadshift-render --again one.wav");
+  const std::string line = sh("treadshift-render --again one.wav").out;
   CHECK(line == "treadshift-render 0.1.0: --mode 0 --tone 0:0.3,0.2:1 --color 2 --pedal "
                 "0:0.1,0.1234567890123:1,0.3:0.7 --block 100 --bits 24 --channels left --tail 0.1 --gain -3 "
                 "--dither\n");
@@ -243,7 +235,7 @@ TEST_CASE("what an output tells brings back its bytes, and options given besides
   // A rendering of a rendering tells both, and repeats the last.
   sh("treadshift-render one.wav seven.flac --color 0");
   CHECK(commentOf("seven.flac") == line + "treadshift-render 0.1.0: --color 0");
-  CHECK(sh("treadshift-render --again seven.flac") == "treadshift-render 0.1.0: --color 0\n");
+  CHECK(sh("treadshift-render --again seven.flac").out == "treadshift-render 0.1.0: --color 0\n");
 }
 
 TEST_CASE("a comment names settings and nothing else") {
