@@ -3,7 +3,6 @@
 #include "engine/PedalNumbers.h"
 
 #include <algorithm>
-#include <cstring>
 #include <dlfcn.h>
 #include <doctest/doctest.h>
 #include <random>
@@ -75,8 +74,4 @@ std::vector<float> floatNoise(std::size_t count, unsigned seed) {
   for (float& sample : noise)
     sample = static_cast<float>(static_cast<int32_t>(random())) * 0x1p-32f;
   return noise;
-}
-
-bool sameBits(const std::vector<float>& a, const std::vector<float>& b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(float)) == 0;
 }

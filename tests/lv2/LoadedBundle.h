@@ -2,6 +2,7 @@
 #pragma once
 
 #include "host/EffectRunner.h"
+#include "tests/support/Bits.h"
 
 #include <cstdint>
 #include <lv2/core/lv2.h>
@@ -61,6 +62,3 @@ private:
 
 // Samples of -0.5 to 0.5, the same for the same seed.
 std::vector<float> floatNoise(std::size_t count, unsigned seed = 1);
-
-// Whether both hold the same bits, so that a NaN equals itself and 0 is not -0.
-bool sameBits(const std::vector<float>& a, const std::vector<float>& b);

@@ -101,14 +101,16 @@ TEST_CASE("samples far beyond full scale stop no encoder and are told as clipped
   }
 }
 
-TEST_CASE("a container that cannot hold the format gets the nearest one and says so") {
+TEST_CASE("a container takes the format over without a word, or gets the nearest one and says so") {
   struct Change {
     int from;
     const char* to;
     int written;
-    const char* notice;
+    const char* notice; // "": none, and the samples stay
   };
   const Change changes[] = {
+      {SF_FORMAT_WAV | SF_FORMAT_PCM_24, ".flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_24, ""},
+      {SF_FORMAT_WAV | SF_FORMAT_PCM_24, ".aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_24, ""},
       {SF_FORMAT_WAV | SF_FORMAT_FLOAT, ".flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_24,
        "FLAC does not hold 32 bit float"},
       {SF_FORMAT_WAV | SF_FORMAT_DOUBLE, ".flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_24,
@@ -127,21 +129,15 @@ TEST_CASE("a container that cannot hold the format gets the nearest one and says
     writeSound("in", {44100, 1, change.from, noise(3000)});
     const Outcome outcome = render("--on off in " + out);
     CHECK(outcome.status == 0);
+    CHECK(readSound(out).format == change.written);
+    if (!*change.notice) {
+      CHECK(outcome.err == "");
+      CHECK(samplesOf(out) == samplesOf("in"));
+      continue;
+    }
     CHECK(outcome.err.starts_with("treadshift-render: output '" + out + "': " + change.notice));
     CHECK(holds(outcome.err, "; written as "));
     CHECK(linesOf(outcome.err).size() == 1);
-    CHECK(readSound(out).format == change.written);
-  }
-}
-
-TEST_CASE("a container that holds the format takes it over without a word") {
-  const Workspace work;
-  writeSound("in.wav", {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_24, noise(3000)});
-  for (const auto& [extension, format] : {Format{".flac", SF_FORMAT_FLAC | SF_FORMAT_PCM_24},
-                                          Format{".aiff", SF_FORMAT_AIFF | SF_FORMAT_PCM_24}}) {
-    pass("in.wav out" + extension);
-    CHECK(readSound("out" + extension).format == format);
-    CHECK(readWholeNumbers("out" + extension) == readWholeNumbers("in.wav"));
   }
 }
 
@@ -170,9 +166,10 @@ TEST_CASE("samples beyond the range of whole numbers clip and are counted") {
 // Libraries put the time into a chunk of peaks, and a serial number into Ogg.
 TEST_CASE("two calls write the same bytes, and none that tell the time") {
   const Workspace work;
-  writeTake("in.wav", 60000);
-  for (const std::string options : {"--type wav --bits float", "--type wav", "--type aiff --bits float",
-                                    "--type flac", "--type ogg", "--type caf --bits float"}) {
+  writeSound("in.wav", {48000, 1, kWav16, softNoise(60000)});
+  for (const std::string options :
+       {"--type wav --bits float", "--type wav", "--type aiff --bits float", "--type flac", "--type ogg",
+        "--type opus", "--type mp3", "--type caf --bits float"}) {
     CAPTURE(options);
     for (const std::string out : {"first ", "second "})
       REQUIRE(render("in.wav -y " + out + options).status == 0);
@@ -195,8 +192,6 @@ TEST_CASE("types of their own codec are written at the rates that they know, and
     const Sound out = readSound(row.name);
     CHECK(out.format == row.format);
     CHECK(out.samples.size() >= 48000);
-    pass("in.wav again-" + row.name);
-    CHECK(contentsOf("again-" + row.name) == contentsOf(row.name));
     if (row.name == "out.ogg") continue; // which is told: WAV does not hold Vorbis
     pass("-q " + row.name + " decoded.wav");
     CHECK(readSound("decoded.wav").format == (SF_FORMAT_WAV | SF_FORMAT_FLOAT));

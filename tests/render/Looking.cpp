@@ -297,18 +297,6 @@ TEST_CASE("pictures that cannot be") {
   checkRefused(1, "in.wav --plot a.png", failed + "status 0" + remedy, withProgram("gnuplot", "exit 0\n"));
 }
 
-TEST_CASE("with --no-clobber a picture that is there stays") {
-  const Workspace work;
-  writeTake("in.wav", 4000);
-  const Surroundings surroundings = withProgram("gnuplot", "echo new > picture.png\n");
-  writeBytes("old.png", "old");
-  checkRefused(1, "in.wav --plot old.png -n", "output 'old.png': exists already; ", surroundings);
-  CHECK(contentsOf("old.png") == "old");
-  CHECK(render("in.wav --plot old.png", surroundings).status == 0);
-  CHECK(contentsOf("old.png") == "new\n");
-  CHECK(work.names() == Names{"in.wav", "old.png", "programs"});
-}
-
 TEST_CASE("the player gets the finished output, whatever its name") {
   const Workspace work;
   writeTake("in.wav", 40000);

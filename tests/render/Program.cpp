@@ -12,7 +12,6 @@
 #include <map>
 #include <poll.h>
 #include <sstream>
-#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -300,11 +299,6 @@ SlowInput::~SlowInput() { close(input); }
 void SlowInput::handFirst() {
   input = open(name.c_str(), O_RDWR);
   REQUIRE(write(input, bytes.data(), first) == first);
-}
-
-void SlowInput::awaitTaken(const Program& program) const {
-  for (int waiting = 1; waiting > 0 && program.isRunning(); usleep(1000))
-    REQUIRE(ioctl(input, FIONREAD, &waiting) == 0); // bytes in the pipe
 }
 
 void SlowInput::handRest() {

@@ -133,7 +133,6 @@ public:
   SlowInput& operator=(const SlowInput&) = delete;
 
   void handFirst();
-  void awaitTaken(const Program& program) const; // until the first part is read, or the program has ended
   void handRest();
 
 private:

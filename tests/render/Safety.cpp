@@ -69,33 +69,43 @@ TEST_CASE("no picture and no preset takes the place of a sound of the same call,
   CHECK(contentsOf("in.png") == before);
 }
 
-TEST_CASE("when there is no room nothing is left behind") {
+TEST_CASE("with --no-clobber no picture and no preset that is there is replaced, without it each is") {
   const Workspace work;
-  writeTake("in.wav", 40000);
-  for (const std::string output : {"out.wav", "out.flac", "out.aiff", "out.ogg"}) {
-    writeBytes(output, kOlder);
-    Surroundings tight;
-    tight.largestFileBytes = 6000;
-    checkRefused(1, "-qy in.wav " + output, "output '" + output + "': cannot be written", tight);
-    CHECK(contentsOf(output) == kOlder);
+  const Surroundings surroundings = withProgram("gnuplot", "echo new > picture.png\n");
+  writeTake("in.wav", 4000);
+  const std::string preset = "[old]\ntone = 0.5\n";
+  for (const auto& [file, call] :
+       {std::pair{"old.png", "in.wav --plot old.png"}, {"old.conf", "--save-preset old.conf --color 3"}}) {
+    writeBytes(file, preset);
+    checkRefused(1, std::string(call) + " -n", "output '" + std::string(file) + "': exists already; ",
+                 surroundings);
+    CHECK(contentsOf(file) == preset);
+    CHECK(render(call, surroundings).status == 0);
+    CHECK(contentsOf(file) != preset);
   }
 }
 
-TEST_CASE("the room runs out at any byte") {
+TEST_CASE("wherever the room runs out, nothing new is left, and what was there stays") {
   const Workspace work;
   writeTake("in.wav", 3000);
-  for (const std::string output : {"out.wav", "out.flac", "out.ogg", "out.mp3"}) {
+  for (const std::string output : {"out.wav", "out.flac", "out.aiff", "out.ogg", "out.mp3"}) {
     REQUIRE(render("-q in.wav " + output).status == 0);
     const auto size = static_cast<long>(contentsOf(output).size());
-    fs::remove(output);
-    for (long limit : {0L, 1L, 44L, 100L, size / 2, size - 1}) {
-      CAPTURE(output);
-      CAPTURE(limit);
-      Surroundings tight;
-      tight.largestFileBytes = limit;
-      CHECK(render("-q in.wav " + output, tight).status == 1);
-      CHECK(work.names() == Names{"in.wav"});
+    for (const bool isThere : {false, true}) {
+      fs::remove(output);
+      if (isThere) writeBytes(output, kOlder);
+      for (const long limit : {0L, 1L, 44L, 100L, size / 2, size - 1}) {
+        CAPTURE(limit);
+        Surroundings tight;
+        tight.largestFileBytes = limit;
+        checkRefused(1, "-qy in.wav " + output,
+                     "output '" + output +
+                         "': cannot be written: File too large; make room or choose another place\n",
+                     tight);
+        if (isThere) CHECK(contentsOf(output) == kOlder);
+      }
     }
+    fs::remove(output);
   }
 }
 
@@ -143,14 +153,6 @@ TEST_CASE("a link leads to its file, there already or not, and stays a link") {
     CHECK_FALSE(fs::is_symlink(file));
     CHECK(samplesOf(file).size() == 4000);
   }
-}
-
-TEST_CASE("with --no-clobber a preset that is there stays") {
-  const Workspace work;
-  CHECK(render("--save-preset own.conf --color 2 -n").status == 0);
-  const std::string before = contentsOf("own.conf");
-  checkRefused(1, "--save-preset own.conf --color 3 -n", "output 'own.conf': exists already; ");
-  CHECK(contentsOf("own.conf") == before);
 }
 
 TEST_CASE("a preset leaves out that the pedal moves, and says so") {
@@ -265,40 +267,24 @@ TEST_CASE("a program that was told to survive its terminal does, and renders a p
   CHECK(contentsOf("out.wav") == contentsOf("bent.wav"));
 }
 
-TEST_CASE("progress tells a share, the speed and the time left, and clears its line") {
+TEST_CASE(
+    "progress tells a share, the speed and the time left, clears its line, and is not told when quiet") {
   if (!hasTerminals()) return;
-  // The pipe's header tells 40000 frames, and the program is made to wait after about half of them.
+  // Of 8192 frames 4096 are rendered at once, so the first thing that is drawn is half.
   const Workspace work;
-  writeTake("in.wav", 40000);
+  writeTake("in.wav", 8192);
   Surroundings terminal;
   terminal.errorIsTerminal = true;
-  SlowInput input("in.wav", 40044);
-  Program program("in.wav out.wav --on off", terminal);
-  input.handFirst();
-  input.awaitTaken(program);
-  usleep(200000); // longer than from drawing to drawing
-  input.handRest();
-  const Outcome outcome = program.wait();
-  CHECK(outcome.status == 0);
-  CAPTURE(outcome.err);
-  // 24 columns for the whole, so 12 for half and a little.
-  CHECK(holds(outcome.err, "\r[############            ]  50 %  "));
-  CHECK(holds(outcome.err, " x real time  0:00 left"));
-  CHECK(outcome.err.substr(outcome.err.rfind('\r', outcome.err.size() - 2)).find_first_not_of("\r ") ==
-        std::string::npos);
-}
-
-TEST_CASE("progress shows on a terminal, goes before a message, and not when quiet") {
-  if (!hasTerminals()) return;
-  const Workspace work;
-  writeTake("in.wav", 40000);
-  Surroundings terminal;
-  terminal.errorIsTerminal = true;
-  const std::string err = render("in.wav out.wav --gain 60", terminal).err;
-  CHECK(holds(err, " x real time"));
+  const std::string err = render("in.wav out.wav --on off --gain 60", terminal).err;
+  CAPTURE(err);
+  CHECK(err.starts_with("\r[############            ]  50 %  ")); // 24 columns for the whole
+  CHECK(holds(err, " x real time  0:00 left"));
   const std::size_t message = err.find("treadshift-render: output ");
   REQUIRE(message != std::string::npos);
   REQUIRE(message > 2);
-  CHECK(err.substr(message - 2, 2) == " \r");
+  CHECK(err.substr(message - 2, 2) == " \r"); // the line is cleared before a message ...
   CHECK(render("in.wav out.wav -q", terminal).err == "");
+  const std::string silent = render("in.wav out.wav --on off", terminal).err;
+  CHECK(silent.substr(silent.rfind('\r', silent.size() - 2)).find_first_not_of("\r ") ==
+        std::string::npos); // ... or the end
 }

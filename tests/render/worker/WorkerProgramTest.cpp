@@ -99,8 +99,6 @@ TEST_CASE("a worker that is lost is one line") {
   writeStereo();
   const std::string broken = TREADSHIFT_BROKEN_32, crashed = "crashed its worker process while it ";
   checkFault("load:abort", broken, crashed + "was opened (SIGABRT)");
-  checkFault("block:exit", broken, "ended its worker process while it processed a block (exit status 3)");
-  checkFault("block:throw", broken, "threw an exception (out of strings)");
   const Environment environment(kFault, "text:crash");
   checkRefused(1, "--show --module '" + broken + "'",
                "module '" + broken + "': " + crashed +

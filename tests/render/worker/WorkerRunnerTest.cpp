@@ -241,12 +241,9 @@ TEST_CASE("a module that ends its worker, throws or never answers is told by nam
            {"block:hang", processTwoSamples, "gave no answer for 1 s while it processed a block"},
            {"set:hang", setOnAndOn, "took no orders for 1 s while its parameters were set"},
            // What does not disturb it.
-           {"close:crash", processTwoSamples, "no error"},
            {"close:exit", processTwoSamples, "no error"},
            {"close:throw", processTwoSamples, "no error"},
            {"close:hang up", processTwoSamples, "no error"},
-           {"block:noise", processTwoSamples, "no error"},
-           {"block:signal itself", processTwoSamples, "no error"},
        }) {
     CAPTURE(row.fault);
     CHECK(errorAt(row.fault, row.use) == row.error);
