@@ -215,10 +215,12 @@ TEST_CASE("off clears denormal input and keeps everything else, signs included")
 
 TEST_CASE("a gain above 1 lifts denormal input before anything flushes it") {
   const PedalSettings loud = inRow(0, 1.5f); // the dry sound's gain is the pedal's
-  const double tiny = 2e-308, lifted = 3e-308;
+  const double tiny = 2e-308;
   REQUIRE(tiny < kLeastNormal);
+  // Where one bit is for results and operands, the operand is 0 before any gain.
+  const double lifted = word::kTinyOperandsAreZero == word::kFlush ? 0.0 : 1.5;
   Bench bench(8000.0, loud);
-  CHECK(bench.play(loud, {tiny})[0] / lifted == doctest::Approx(1.0));
+  CHECK(bench.play(loud, {tiny})[0] / tiny == doctest::Approx(lifted));
   bench.playAll(loud, Sound(40000, 0.0), 1000); // the pedal is steady
-  CHECK(bench.play(loud, {tiny})[0] / lifted == doctest::Approx(1.0));
+  CHECK(bench.play(loud, {tiny})[0] / tiny == doctest::Approx(lifted));
 }
