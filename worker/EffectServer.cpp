@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <sys/socket.h>
 
 bool EffectServer::serve(const std::string& modulePath) {
@@ -59,9 +58,10 @@ void EffectServer::answerRequest(const WorkerOrder& order) {
 
 void EffectServer::answerBlock() {
   const std::size_t samples = payload.size() / sizeof(double);
-  dry.resize(samples);
-  wet.resize(samples);
-  std::memcpy(dry.data(), payload.data(), samples * sizeof(double));
+  const std::size_t room = std::max<std::size_t>(samples, 1); // without arrays an empty block would not count
+  dry.resize(room);
+  wet.resize(room);
+  std::copy_n(payload.data(), samples * sizeof(double), reinterpret_cast<char*>(dry.data()));
   effect->process(dry.data(), wet.data(), static_cast<std::int32_t>(samples));
   answer(0, 0.0f, {reinterpret_cast<const char*>(wet.data()), samples * sizeof(double)});
 }
