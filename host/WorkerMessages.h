@@ -5,7 +5,7 @@
 
 // The program sends orders, the worker answers each one except `setParameter` and `close`, in order. Both
 // headers are followed by as many bytes as they say. All fields have one width and place in programs of
-// either pointer width; both processes run on one machine, so byte order is no matter.
+// either pointer width; both processes run on one machine, so byte order does not matter.
 enum class WorkerTask : std::uint32_t {
   request,      // opcode, index, value, real; bytes: the buffer, which comes back as the effect left it
   setParameter, // index, real: the value

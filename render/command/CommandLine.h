@@ -25,7 +25,7 @@ public:
   std::optional<std::string> parse(int argc, char** argv);
 
   // Throws Fault (wrongCall) for what does not go together: unknown and repeated options, lists beside files,
-  // several recordings without a directory, values that are none, and so on. The operations below count on
+  // several recordings without a directory, invalid values, and so on. The operations below count on
   // it.
   void check() const;
 

@@ -25,7 +25,7 @@ const Preset& namedPreset(const std::vector<Preset>& presets, const ControlOptio
   if (found == presets.end()) {
     throw Fault(ExitStatus::wrongCall, "--preset", *options.preset, "no such preset",
                 options.loadPreset ? "'" + *options.loadPreset + "' holds " + namesOf(presets)
-                                   : "--list-presets tells their names");
+                                   : "--list-presets lists their names");
   }
   return *found;
 }

@@ -5,7 +5,7 @@ constexpr char kHelpDescription[] =
     R"(Bends the pitch of a recording with the Treadshift pedal.
 
 Reads every sound file that libsndfile knows; - is the standard input. The
-output's name tells its type: .wav .flac .ogg .opus .mp3 .aiff .au .caf .w64
+output's name sets its type: .wav .flac .ogg .opus .mp3 .aiff .au .caf .w64
 .rf64; - is the standard output and gets AU unless --type says otherwise. The
 output keeps the sample rate, channels and sample format of the input, and its
 title, artist, cue points and the like as far as it holds them.

@@ -12,7 +12,7 @@ struct MpegHandleCloser {
 };
 using MpegHandle = std::unique_ptr<mpg123_handle, MpegHandleCloser>;
 
-// How far the first frame is looked for, and the next one behind bytes that are none.
+// How far the first frame is looked for, and the next one after bytes that are no frame.
 constexpr long kMpegSearchBytes = 4096;
 
 // A handle of libmpg123 that reads these bytes, which must outlive it, prints nothing and has further flags

@@ -260,7 +260,7 @@ TEST_CASE("a preset comes from a file of one's own, chosen by name among several
            "--load-preset 'two.conf': holds 2 presets; choose one with --preset: first, second"},
           {{"--load-preset", "two.conf", "--preset", "third"},
            "--preset 'third': no such preset; 'two.conf' holds first, second"},
-          {{"--preset", "third"}, "--preset 'third': no such preset; --list-presets tells their names"},
+          {{"--preset", "third"}, "--preset 'third': no such preset; --list-presets lists their names"},
       });
   checkOptionFaults(
       ExitStatus::couldNot,
