@@ -1,6 +1,6 @@
 // The numbers of the pages: those with a unit are the code's, or stand in a block that a script wrote.
 #include "Page.h"
-#include "Pattern.h"
+#include "tests/support/Pattern.h"
 
 #include "engine/PedalNumbers.h"
 #include "tests/support/Files.h"

@@ -1,6 +1,6 @@
 #include "Page.h"
 
-#include "Pattern.h"
+#include "tests/support/Pattern.h"
 
 #include <cctype>
 #include <sstream>

@@ -1,6 +1,6 @@
 // What the pages say can be followed: tests, files, functions, options and links that they name are there.
 #include "Page.h"
-#include "Pattern.h"
+#include "tests/support/Pattern.h"
 
 #include "../support/Files.h"
 

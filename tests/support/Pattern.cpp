@@ -1,4 +1,4 @@
-#include "Pattern.h"
+#include "tests/support/Pattern.h"
 
 #include <stdexcept>
 
