@@ -12,6 +12,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -37,17 +38,22 @@ std::vector<std::string> colorNames() {
   return names;
 }
 
-const std::vector<std::string> kModeNames = {"guitar", "bass"};
+constexpr const char* kModeNames[] = {"guitar", "bass"};
+constexpr std::size_t kPresetControls = 4;
 
 // What a preset may hold: all but the pedal, which is the player's.
-const std::array<Control, 4> kControls = {{{kOnOff, "enabled", 1.0, true, {"off", "on"}},
-                                           {kMode, "mode", 1.0, true, kModeNames},
-                                           {kColor, "color", kColorCount - 1.0, true, colorNames()},
-                                           {kTone, "tone", 1.0, false, {}}}};
+const std::array<Control, kPresetControls>& presetControls() {
+  static const std::array<Control, kPresetControls> controls = {
+      {{kOnOff, "enabled", 1.0, true, {"off", "on"}},
+       {kMode, "mode", 1.0, true, {std::begin(kModeNames), std::end(kModeNames)}},
+       {kColor, "color", kColorCount - 1.0, true, colorNames()},
+       {kTone, "tone", 1.0, false, {}}}};
+  return controls;
+}
 
 struct Preset {
   std::string name, description;
-  std::array<std::optional<double>, kControls.size()> values;
+  std::array<std::optional<double>, kPresetControls> values;
 };
 
 // Letters made small and digits, other characters as one hyphen between them.
@@ -83,10 +89,11 @@ Preset presetOf(const PresetSection& section) {
     throw PresetFault(section.line, "nothing to make an address of", "give a name in plain letters");
   Preset preset = {section.name, section.description, {}};
   for (const PresetSetting& setting : section.settings) {
-    const auto control = std::ranges::find(kControls, setting.parameter, &Control::parameter);
-    if (control == kControls.end())
+    const auto& controls = presetControls();
+    const auto* const control = std::ranges::find(controls, setting.parameter, &Control::parameter);
+    if (control == controls.end())
       throw PresetFault(setting.line, "moves the pedal, which is the player's", "take the line away");
-    preset.values[control - kControls.begin()] = valueOf(*control, setting);
+    preset.values[control - controls.begin()] = valueOf(*control, setting);
   }
   return preset;
 }
@@ -135,10 +142,10 @@ std::string quoted(const std::string& text) {
 
 std::string settingsOf(const Preset& preset) {
   std::string settings;
-  for (std::size_t k = 0; k < kControls.size(); ++k) {
+  for (std::size_t k = 0; k < kPresetControls; ++k) {
     if (!preset.values[k]) continue;
     settings += settings.empty() ? " ;\n\tlv2:port [" : " , [";
-    settings += "\n\t\tlv2:symbol " + quoted(kControls[k].symbol) + " ;\n\t\tpset:value " +
+    settings += "\n\t\tlv2:symbol " + quoted(presetControls()[k].symbol) + " ;\n\t\tpset:value " +
                 fractionText(*preset.values[k]) + "\n\t]";
   }
   return settings;
@@ -201,8 +208,7 @@ std::string scalePoints(const std::vector<std::string>& labels) {
 
 std::vector<std::string> modeLabels() {
   std::vector<std::string> labels;
-  for (const std::string& name : kModeNames)
-    labels.push_back(spoken(name));
+  std::ranges::transform(kModeNames, std::back_inserter(labels), spoken);
   return labels;
 }
 

@@ -216,7 +216,7 @@ bool AudioEffectX::matchArrangement(VstSpeakerArrangement** to, VstSpeakerArrang
   if (!from) return false;
   if (to && *to == from) return true;
   if (!deallocateArrangement(to)) return false;
-  if (!allocateArrangement(to, from->channelCount)) return false;
+  if (!allocateArrangement(to, from->channelCount) || !to) return false;
   (*to)->type = from->type;
   for (int channel = 0; channel < (*to)->channelCount; ++channel) {
     if (!copySpeaker((*to)->speakers + channel, from->speakers + channel)) return false;

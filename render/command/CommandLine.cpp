@@ -228,7 +228,8 @@ void CommandLine::parseAgain(const std::vector<std::string>& words) {
         option == "--color" || option == "--tone" || option == "--mode" || option == "--on";
     const bool isReplaced = (hasPreset && isOfPresets) || (given("--interval") && option == "--pedal");
     if (app->count(option) != 0 || isReplaced) continue;
-    all.push_back(value.empty() ? option : option + "=" + value);
+    std::string& setting = all.emplace_back(option);
+    if (!value.empty()) setting.append("=").append(value);
   }
   all.insert(all.end(), words.begin(), words.end());
   std::reverse(all.begin(), all.end()); // as the library wants them

@@ -42,6 +42,6 @@ std::string_view wayFor(std::string_view option) {
   const auto holds = [&](const Wish& wish) {
     return std::find(wish.options.begin(), wish.options.end(), option) != wish.options.end();
   };
-  const auto found = std::find_if(std::begin(kWishes), std::end(kWishes), holds);
+  const auto* const found = std::find_if(std::begin(kWishes), std::end(kWishes), holds);
   return option.empty() || found == std::end(kWishes) ? std::string_view() : found->way;
 }

@@ -82,7 +82,8 @@ std::optional<CutTail> BentSound::cutTail(double threshold) {
   CutTail tail;
   for (std::size_t i = 0; i < bent.size(); ++i) {
     if (std::abs(bent[i]) <= threshold) continue;
-    tail.seconds = static_cast<double>(i / channels + 1) / rateHz;
+    const std::size_t frame = i / channels;
+    tail.seconds = static_cast<double>(frame + 1) / rateHz;
     tail.peak = std::max(tail.peak, std::abs(bent[i]));
   }
   return tail;

@@ -17,7 +17,7 @@ bool isPlainFile(const std::string& path) {
 // An AU file of 16 bits, mono at 44100 Hz, of 50 ms of zeros. It fits into any pipe.
 std::string momentOfSilence() {
   constexpr char kHeader[] = ".snd\0\0\0\x18\0\0\x11\x3a\0\0\0\x03\0\0\xac\x44\0\0\0\x01";
-  constexpr std::size_t kHeaderBytes = 24, kSoundBytes = 2 * 2205;
+  constexpr std::size_t kHeaderBytes = 24, kFrames = 2205, kSoundBytes = 2 * kFrames;
   std::string bytes(kHeader, kHeaderBytes);
   return bytes.append(kSoundBytes, '\0');
 }

@@ -100,4 +100,4 @@ private:
 
 } // namespace
 
-std::vector<OggLink> oggLinks(SoundBytes bytes) { return PageWalk(bytes).run(); }
+std::vector<OggLink> oggLinks(const SoundBytes& bytes) { return PageWalk(bytes).run(); }

@@ -15,4 +15,4 @@ struct OggLink {
 
 // Goes through all pages of a file and checks them. Bytes behind the last page belong to the last link.
 // Allocates.
-std::vector<OggLink> oggLinks(SoundBytes bytes);
+std::vector<OggLink> oggLinks(const SoundBytes& bytes);

@@ -46,14 +46,15 @@ bool noticedMore(SNDFILE* file, std::int64_t frames) {
   sf_command(file, SFC_GET_LOG_INFO, log, sizeof log);
   if (std::strstr(log, "truncated") || std::strstr(log, " should be ")) return true;
   for (const char* mark : {"Frames       : ", "Frames      : "}) // MPC2000, AVR
-    if (const char* line = std::strstr(log, mark)) return std::atoll(line + std::strlen(mark)) > frames;
+    if (const char* line = std::strstr(log, mark))
+      return std::strtoll(line + std::strlen(mark), nullptr, 10) > frames;
   return false;
 }
 
 bool beginsSound(const std::string& bytes, std::size_t place) {
-  for (const char* mark : {"RIFF", "RIFX", "RF64", "BW64", ".snd"})
-    if (place < bytes.size() && bytes.compare(place, 4, mark) == 0) return true;
-  return false;
+  constexpr const char* kMarks[] = {"RIFF", "RIFX", "RF64", "BW64", ".snd"};
+  return std::ranges::any_of(
+      kMarks, [&](const char* mark) { return place < bytes.size() && bytes.compare(place, 4, mark) == 0; });
 }
 
 SF_VIRTUAL_IO kOperations = {lengthOf, moveTo, readBytes, writeNothing, positionIn};

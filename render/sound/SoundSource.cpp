@@ -51,9 +51,9 @@ bool canBeReadAsItComes(int pipe) {
   };
   if (tells(0, "RIFF")) {
     if (!tells(12, "fmt ") || start.size() < 22) return true;
-    for (const char* kind : {"\1\0", "\3\0", "\6\0", "\7\0", "\xfe\xff"})
-      if (tells(20, std::string_view(kind, 2))) return true;
-    return false;
+    constexpr const char* kKinds[] = {"\1\0", "\3\0", "\6\0", "\7\0", "\xfe\xff"};
+    return std::ranges::any_of(kKinds,
+                               [&](const char* kind) { return tells(20, std::string_view(kind, 2)); });
   }
   constexpr std::size_t kKindPlace = 15;
   return tells(0, ".snd") &&
