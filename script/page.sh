@@ -1,8 +1,8 @@
 # shellcheck shell=sh
 # For the scripts that measure, which read it in: how their figures get onto a page, and where those come from.
 
-# What a page says of its figures: commit, day, machine and system, on one line. Pages that another script has just written do not
-# count as changes.
+# What a page says of its figures: commit, day, machine and system, on one line. Pages that another script has just
+# written do not count as changes.
 origin() {
   commit=$(git rev-parse --short HEAD 2>/dev/null || echo unknown)
   git diff --quiet HEAD -- . ':!docs' 2>/dev/null || commit="$commit with changes"

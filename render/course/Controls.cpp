@@ -11,7 +11,7 @@ struct ParameterOption {
 };
 
 CourseRule colorRule() {
-  CourseRule rule = {0.0, 7.0, true, true, {}, "a colour's name (--list-colors tells them)"};
+  CourseRule rule = {0.0, kColorCount - 1.0, true, true, {}, "a colour's name (--list-colors tells them)"};
   for (const Color& color : kColorTable)
     rule.words.emplace_back(color.name, color.number);
   return rule;
